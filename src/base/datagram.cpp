@@ -1,0 +1,73 @@
+#include "base/datagram.hpp"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+sockaddr_in datagram_address(const char* dotted, std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  inet_aton(dotted, &address.sin_addr);
+  return address;
+}
+
+int open_datagram_socket() {
+  return socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+}
+
+void close_datagram_socket(int socket) {
+  close(socket);
+}
+
+int bind_any_port(int socket) {
+  const sockaddr_in any = datagram_address("0.0.0.0", 0);
+  return bind(socket, reinterpret_cast<const sockaddr*>(&any), sizeof any);
+}
+
+void set_receive_timeout(int socket, std::chrono::microseconds timeout) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
+  timeval wait{};
+  wait.tv_sec = seconds.count();
+  wait.tv_usec = static_cast<decltype(wait.tv_usec)>((timeout - seconds).count());
+  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+}
+
+void set_blocking(int socket) {
+  const int flags = fcntl(socket, F_GETFL);
+  if (flags != -1) fcntl(socket, F_SETFL, flags & ~O_NONBLOCK);
+}
+
+void set_multicast_ttl(int socket, std::uint8_t ttl) {
+  setsockopt(socket, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof ttl);
+}
+
+void set_receive_buffer(int socket, int bytes) {
+  if (setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &bytes, sizeof bytes) == 0) return;
+  setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
+}
+
+int send_datagram(int socket, std::string_view text, const sockaddr_in& address) {
+  ssize_t sent = 0;
+  do {
+    sent = sendto(socket, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                  sizeof address);
+  } while (sent < 0 && errno == EINTR);
+  return static_cast<int>(sent);
+}
+
+int receive_datagram(int socket, std::span<char> buffer, sockaddr_in* sender) {
+  std::ranges::fill(buffer, '\0');
+  ssize_t length = 0;
+  do {
+    socklen_t size = sizeof *sender;
+    length = recvfrom(socket, buffer.data(), buffer.size() - 1, 0, reinterpret_cast<sockaddr*>(sender),
+                      sender != nullptr ? &size : nullptr);
+  } while (length < 0 && errno == EINTR);
+  return static_cast<int>(length);
+}

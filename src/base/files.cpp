@@ -1,0 +1,40 @@
+#include "base/files.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::size_t copy_block_size = 4096;
+
+}  // namespace
+
+unique_file open_for_reading(const char* path) {
+  return unique_file{std::fopen(path, "re")};
+}
+
+bool file_exists(const char* path) {
+  return access(path, F_OK) == 0;
+}
+
+std::size_t read_line(std::FILE* file, std::span<char> line) {
+  std::ranges::fill(line, '\0');
+  std::size_t length = 0;
+  while (length + 1 < line.size()) {
+    const int byte = getc_unlocked(file);
+    if (byte == EOF) break;
+    line[length++] = static_cast<char>(byte);
+    if (byte == '\n') break;
+  }
+  return length;
+}
+
+void copy_stream(std::FILE* from, std::FILE* to) {
+  std::array<char, copy_block_size> block;
+  for (;;) {
+    const std::size_t length = std::fread(block.data(), 1, block.size(), from);
+    if (length == 0 || std::fwrite(block.data(), 1, length, to) != length) return;
+  }
+}

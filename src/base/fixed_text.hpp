@@ -1,0 +1,61 @@
+// Fixed-width texts: the buffers of the unit's own formats, with their two rules for input that is too long.
+//   fixed_text<N>  holds at most N-1 bytes, is always terminated and zero-padded to its end
+//   longer input   is cut (assign_cut, print) or refused (assign_if_fits), never an error of the request
+//   a zero byte    in the input ends it: what follows was never text
+
+#pragma once
+
+#include <array>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <span>
+#include <string_view>
+
+#include "base/text.hpp"
+
+template <std::size_t N>
+class fixed_text {
+  static_assert(N > 1);
+
+ public:
+  // The longest text that fits, in bytes.
+  static constexpr std::size_t capacity = N - 1;
+
+  constexpr fixed_text() = default;
+
+  void clear() { bytes_.fill('\0'); }
+
+  // Takes the text, or its first `capacity` bytes when it is longer.
+  void assign_cut(std::string_view text) {
+    text = text_before_zero(text).substr(0, capacity);
+    clear();
+    text.copy(bytes_.data(), text.size());
+  }
+
+  // Takes the text and returns true, or returns false and keeps the old text when it is too long.
+  [[nodiscard]] bool assign_if_fits(std::string_view text) {
+    if (text_before_zero(text).size() > capacity) return false;
+    assign_cut(text);
+    return true;
+  }
+
+  // Formats like printf, cut at `capacity` bytes.
+  [[gnu::format(printf, 2, 3)]] void print(const char* format, ...) {
+    clear();
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(bytes_.data(), N, format, arguments);
+    va_end(arguments);
+  }
+
+  // The whole buffer, for a reader that terminates what it stores.
+  [[nodiscard]] std::span<char> buffer() { return bytes_; }
+
+  [[nodiscard]] std::string_view view() const { return {bytes_.data()}; }
+  [[nodiscard]] const char* c_str() const { return bytes_.data(); }
+  [[nodiscard]] bool empty() const { return bytes_[0] == '\0'; }
+
+ private:
+  std::array<char, N> bytes_{};
+};

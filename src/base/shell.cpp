@@ -1,0 +1,58 @@
+#include "base/shell.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "base/files.hpp"
+#include "base/handles.hpp"
+#include "base/unit.hpp"
+
+namespace {
+
+bool holds_folder(std::string_view path, std::string_view folder) {
+  for (;;) {
+    const std::size_t colon = path.find(':');
+    if (path.substr(0, colon) == folder) return true;
+    if (colon == std::string_view::npos) return false;
+    path.remove_prefix(colon + 1);
+  }
+}
+
+void put_tools_into_path() {
+  static constinit bool done = false;
+  if (done) return;
+  done = true;
+  const char* path = std::getenv("PATH");
+  if (path == nullptr || *path == '\0') {
+    setenv("PATH", unit::default_path, 1);
+  } else if (!holds_folder(path, unit::tool_folder)) {
+    setenv("PATH", std::string{path}.append(":").append(unit::tool_folder).c_str(), 1);
+  }
+}
+
+void prepare_command() {
+  put_tools_into_path();
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+int shell_status(const char* command) {
+  prepare_command();
+  return std::system(command);
+}
+
+void shell_run(const char* command) {
+  static_cast<void>(shell_status(command));
+}
+
+first_line shell_first_line(const char* command, std::span<char> line) {
+  std::ranges::fill(line, '\0');
+  prepare_command();
+  const unique_pipe pipe{popen(command, "re")};
+  if (!pipe) return first_line::not_started;
+  return read_line(pipe.get(), line) > 0 ? first_line::read : first_line::none;
+}

@@ -1,0 +1,40 @@
+#include "base/signals.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+namespace {
+
+void note_signal(int) {}
+
+// Puts the empty device in the place of standard input. A read that waits is restarted by the system and
+// then finds the end; one that was about to begin finds it too.
+void end_standard_input(int) {
+  const int saved_errno = errno;
+  const int empty = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  if (empty >= 0) {
+    dup2(empty, STDIN_FILENO);
+    close(empty);
+  }
+  errno = saved_errno;
+}
+
+void catch_signal(int number, void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
+  sigaction(number, &action, nullptr);
+}
+
+}  // namespace
+
+void catch_ending_signals() {
+  catch_signal(SIGPIPE, note_signal);
+  catch_signal(SIGHUP, note_signal);
+  catch_signal(SIGTERM, end_standard_input);
+  // Some web servers ignore their children's ends, and we inherit that: no command would have a status.
+  catch_signal(SIGCHLD, SIG_DFL);
+}

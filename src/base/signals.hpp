@@ -1,0 +1,10 @@
+// Signals: a web client that leaves must not end a command half way or leave the link stopped.
+
+#pragma once
+
+// Catches SIGPIPE, SIGTERM and SIGHUP for the rest of the process, so that a command that has begun runs to
+// its end. They are caught, not ignored: children start with the default action.
+// From SIGTERM on standard input is at its end, so a request whose body is still being read fails as one that
+// was cut short, and cleans up after itself.
+// The end of a child is given its default action back, which shell.hpp needs to learn a command's status.
+void catch_ending_signals();

@@ -1,0 +1,35 @@
+// Text helpers that more than one folder needs. Letters, digits and white space are the ASCII ones,
+// whatever the locale of the process that started us.
+
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+// True for blank, tab, line feed, vertical tab, form feed and carriage return.
+[[nodiscard]] constexpr bool is_space(char character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+// The lower-case letter of an upper-case one; every other byte as it is.
+[[nodiscard]] constexpr char to_lower(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+// The text up to its first zero byte, as a reader of zero-terminated texts sees it.
+[[nodiscard]] constexpr std::string_view text_before_zero(std::string_view text) {
+  return text.substr(0, text.find('\0'));
+}
+
+// True when both texts are equal without regard to letter case.
+[[nodiscard]] bool equal_no_case(std::string_view left, std::string_view right);
+
+// The text without the white space at its start.
+[[nodiscard]] std::string_view skip_space(std::string_view text);
+
+// The text without the line end it closes with, if any: a line feed, or a carriage return and line feed.
+[[nodiscard]] std::string_view without_line_end(std::string_view text);
+
+// The number that the text begins with: white space, a sign, decimal digits; what follows is ignored.
+// 0 without a digit; a number beyond 32 bits becomes the nearest one that fits.
+[[nodiscard]] std::int32_t leading_number(std::string_view text);

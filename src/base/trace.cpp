@@ -1,0 +1,44 @@
+#include "base/trace.hpp"
+
+#include <fcntl.h>
+#include <sys/uio.h>
+
+#include <algorithm>
+#include <array>
+
+#include "base/handles.hpp"
+#include "base/text.hpp"
+
+namespace {
+
+constexpr mode_t log_file_mode = 0666;
+
+// The longest text whose echo command fits the buffer: the command is the opening, the text, the
+// redirection and the path.
+std::size_t text_limit(std::string_view path, std::size_t buffer_size, std::string_view redirection) {
+  constexpr std::string_view opening = "echo \"";
+  const std::size_t around = opening.size() + redirection.size() + path.size() + 1;
+  return buffer_size > around ? buffer_size - around : 0;
+}
+
+void write_line(const char* path, int flags, std::string_view text) {
+  const unique_fd file{open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, log_file_mode)};
+  if (!file) return;
+  char line_feed = '\n';
+  const std::array<iovec, 2> line{
+      iovec{const_cast<char*>(text.data()), text.size()},
+      iovec{&line_feed, 1},
+  };
+  // A log that takes no more is no reason to fail the request.
+  [[maybe_unused]] const ssize_t written = writev(file.get(), line.data(), line.size());
+}
+
+}  // namespace
+
+void trace_append(const char* path, std::size_t buffer_size, std::string_view text) {
+  write_line(path, O_APPEND, text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" >> ")));
+}
+
+void trace_replace(const char* path, std::size_t buffer_size, std::string_view text) {
+  write_line(path, O_TRUNC, text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" > ")));
+}

@@ -1,0 +1,22 @@
+// Trace lines: the one door to the unit's log files. A line reaches its file literally, whatever bytes it
+// holds: it is appended by our own write and passes no shell.
+//
+// Readers on the unit know these logs as the output of lines like  echo "TEXT" >> PATH  built in a buffer of
+// a fixed size. A text that would make that command longer than its buffer holds is cut so that the command
+// would just fit, so the logs keep their known widths.
+
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+// The command buffers, in bytes with their terminator.
+inline constexpr std::size_t short_command_size = 128;
+inline constexpr std::size_t command_size = 256;
+
+// Appends the text and a line feed to the file, creating it when needed. A zero byte ends the text. Failures
+// are ignored; a symbolic link that somebody planted at the path is not followed.
+void trace_append(const char* path, std::size_t buffer_size, std::string_view text);
+
+// The same, but the line replaces what the file held.
+void trace_replace(const char* path, std::size_t buffer_size, std::string_view text);

@@ -1,0 +1,24 @@
+// The unit's names: paths, tools, ports and addresses that more than one place needs.
+
+#pragma once
+
+#include <cstdint>
+
+namespace unit {
+
+inline constexpr const char* tool_folder = "/usr/local/bin";
+// For a web server that starts us without a PATH.
+inline constexpr const char* default_path = "/bin:/usr/bin:/sbin:/usr/sbin:/usr/local/bin";
+
+inline constexpr const char* stop_link = "/usr/local/bin/ast_send_event -1 e_stop_link > /dev/null 2>&1";
+
+// The device API: every unit listens on this port, and on this group for queries to all of them.
+inline constexpr std::uint16_t api_port = 8000;
+inline constexpr const char* discovery_group = "226.0.0.19";
+
+inline constexpr const char* import_csv = "/tmp/import.csv";
+
+inline constexpr const char* mode_log = "/tmp/MCm.log";
+inline constexpr const char* pass_log = "/tmp/MCb.log";
+
+}  // namespace unit

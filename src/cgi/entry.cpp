@@ -1,0 +1,148 @@
+#include "cgi/entry.hpp"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string_view>
+
+#include "base/fixed_text.hpp"
+#include "base/signals.hpp"
+#include "base/text.hpp"
+#include "base/trace.hpp"
+#include "cgi/form_entry.hpp"
+#include "cgi/headers.hpp"
+#include "cgi/state.hpp"
+#include "cgi/urlencoded.hpp"
+
+namespace {
+
+constexpr const char* request_log = "/tmp/dbgCGI.log";
+constexpr std::size_t content_type_size = 1024;
+constexpr int undecodable_request = -1;
+
+const char* variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+// Cuts the content type at its first ";" and finds the boundary. Each ";" up to the boundary's own parameter
+// ends the text before it; quotes around the boundary stay, and so does a ";" right after it.
+void capture_content_type() {
+  static constinit fixed_text<content_type_size> buffer;
+  constexpr std::string_view boundary_name = "boundary=";
+  buffer.assign_cut(variable("CONTENT_TYPE"));
+  cgiContentType = buffer.c_str();
+  char* parameter = buffer.buffer().data();
+  while ((parameter = std::strchr(parameter, ';')) != nullptr) {
+    *parameter++ = '\0';
+    while (is_space(*parameter)) ++parameter;
+    if (!equal_no_case(std::string_view{parameter}.substr(0, boundary_name.size()), boundary_name)) continue;
+    parameter += boundary_name.size();
+    cgiMultipartBoundary = parameter;
+    while (*parameter != '\0' && !is_space(*parameter)) ++parameter;
+    *parameter = '\0';
+    return;
+  }
+}
+
+void capture_environment() {
+  cgiServerSoftware = variable("SERVER_SOFTWARE");
+  cgiServerName = variable("SERVER_NAME");
+  cgiGatewayInterface = variable("GATEWAY_INTERFACE");
+  cgiServerProtocol = variable("SERVER_PROTOCOL");
+  cgiServerPort = variable("SERVER_PORT");
+  cgiRequestMethod = variable("REQUEST_METHOD");
+  std::fprintf(stderr, "Request Method: %s\n", cgiRequestMethod);
+  cgiPathInfo = variable("PATH_INFO");
+  cgiPathTranslated = variable("PATH_TRANSLATED");
+  cgiScriptName = variable("SCRIPT_NAME");
+  cgiQueryString = variable("QUERY_STRING");
+  cgiRemoteHost = variable("REMOTE_HOST");
+  cgiRemoteAddr = variable("REMOTE_ADDR");
+  cgiAuthType = variable("AUTH_TYPE");
+  cgiRemoteUser = variable("REMOTE_USER");
+  cgiRemoteIdent = variable("REMOTE_IDENT");
+  capture_content_type();
+  cgiContentLength = leading_number(variable("CONTENT_LENGTH"));
+  cgiAccept = variable("HTTP_ACCEPT");
+  cgiUserAgent = variable("HTTP_USER_AGENT");
+  cgiReferrer = variable("HTTP_REFERER");
+  cgiCookie = variable("HTTP_COOKIE");
+  cgiIn = stdin;
+  cgiOut = stdout;
+}
+
+// The announced length is only a promise: the buffer is as large as can be had, and a body that ends before
+// it is full is a failed one.
+cgiParseResultType decode_urlencoded_body() {
+  if (cgiContentLength == 0) return cgiParseSuccess;
+  if (cgiContentLength < 0) return cgiParseMemory;
+  const auto length = static_cast<std::size_t>(cgiContentLength);
+  const cgiText body{new (std::nothrow) char[length]};
+  if (!body) return cgiParseMemory;
+  if (std::fread(body.get(), 1, length, cgiIn) != length) return cgiParseIO;
+  return cgiParseFormInput({body.get(), length});
+}
+
+// Multipart bodies have no decoder yet. They fail, so that no upload passes for a request without fields.
+cgiParseResultType decode_multipart_body() {
+  return cgiContentLength == 0 ? cgiParseSuccess : cgiParseIO;
+}
+
+cgiParseResultType decode_query_string() {
+  const std::string_view query = cgiQueryString;
+  cgiContentLength = static_cast<std::int32_t>(query.size());
+  return cgiParseFormInput(query);
+}
+
+cgiParseResultType decode_form_data() {
+  if (cgiStrEqNc(cgiRequestMethod, "get")) return decode_query_string();
+  if (!cgiStrEqNc(cgiRequestMethod, "post")) return cgiParseSuccess;
+  if (cgiStrEqNc(cgiContentType, "application/x-www-form-urlencoded")) return decode_urlencoded_body();
+  if (cgiStrEqNc(cgiContentType, "multipart/form-data")) return decode_multipart_body();
+  return cgiParseSuccess;
+}
+
+int refuse_form_data() {
+  cgiHeaderStatus(500, "Error reading form data");
+  cgiFreeResources();
+  return undecodable_request;
+}
+
+// Looks for the request's command in every field whose name contains "CMD", up to the first one that is not a
+// firmware update, and notes whether the link is to be restarted at the end. The dispatcher is stricter: it
+// takes the field that is named exactly so, with letter case.
+void scan_commands() {
+  for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
+    if (std::strstr(entry->name.get(), "CMD") == nullptr) continue;
+    fixed_text<command_size> line;
+    line.print("\t%s=%s", entry->name.get(), entry->value.get());
+    trace_append(request_log, command_size, line.view());
+    cgiReconnectOnClose = cgiStrEqNc(entry->value.get(), "UPDATE_FIRMWARE") ? 0 : 1;
+    if (cgiReconnectOnClose == 1) return;
+  }
+}
+
+void trace_request() {
+  fixed_text<command_size> line;
+  line.print("cgic main() before cgiOnCalled() %s", cgiQueryString);
+  trace_replace(request_log, command_size, line.view());
+  scan_commands();
+}
+
+}  // namespace
+
+int cgiServeRequest(const cgiHooks& hooks) {
+  catch_ending_signals();
+  hooks.onCalled();
+  capture_environment();
+  if (decode_form_data() != cgiParseSuccess) return refuse_form_data();
+  trace_request();
+  // Readers of this log know the four characters after the blank as they stand.
+  trace_append(request_log, command_size, "\tAbout to Call cgiMain() _%p_");
+  static_cast<void>(hooks.main());
+  cgiFreeResources();
+  trace_append(request_log, command_size, "\tAbout to Call cgiOnClose()");
+  return hooks.onClose();
+}

@@ -1,0 +1,69 @@
+#include "cgi/form_entry.hpp"
+
+#include <unistd.h>
+
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "base/text.hpp"
+#include "cgi/state.hpp"
+
+namespace {
+
+constinit cgiFormEntry* last_entry = nullptr;
+
+// The shared search: the entry it goes on with, and the name sought.
+constinit const cgiFormEntry* search_position = nullptr;
+constinit const char* search_name = "";
+
+}  // namespace
+
+cgiText cgiCopyText(std::string_view text) {
+  cgiText copy{new (std::nothrow) char[text.size() + 1]};
+  if (!copy) return copy;
+  text.copy(copy.get(), text.size());
+  copy[text.size()] = '\0';
+  return copy;
+}
+
+cgiParseResultType cgiAppendEntry(cgiText name, cgiText value, std::int32_t valueLength) {
+  cgiText file_name = cgiCopyText({});
+  cgiText content_type = cgiCopyText({});
+  cgiText temporary_name = cgiCopyText({});
+  if (!name || !value || !file_name || !content_type || !temporary_name) return cgiParseMemory;
+  auto* entry = new (std::nothrow)
+      cgiFormEntry{std::move(name),         std::move(value),          valueLength, std::move(file_name),
+                   std::move(content_type), std::move(temporary_name), nullptr};
+  if (entry == nullptr) return cgiParseMemory;
+  (cgiFormEntryFirst == nullptr ? cgiFormEntryFirst : last_entry->next) = entry;
+  last_entry = entry;
+  return cgiParseSuccess;
+}
+
+const cgiFormEntry* cgiFindFirstEntry(const char* name) {
+  search_position = cgiFormEntryFirst;
+  search_name = name;
+  return cgiFindNextEntry();
+}
+
+const cgiFormEntry* cgiFindNextEntry() {
+  while (search_position != nullptr) {
+    const cgiFormEntry* entry = std::exchange(search_position, search_position->next);
+    if (std::strcmp(entry->name.get(), search_name) == 0) return entry;
+  }
+  return nullptr;
+}
+
+void cgiFreeResources() {
+  while (cgiFormEntryFirst != nullptr) {
+    const std::unique_ptr<cgiFormEntry> entry{cgiFormEntryFirst};
+    cgiFormEntryFirst = entry->next;
+    if (entry->tfileName[0] != '\0') unlink(entry->tfileName.get());
+  }
+  last_entry = nullptr;
+}
+
+int cgiStrEqNc(const char* left, const char* right) {
+  return equal_no_case(left, right) ? 1 : 0;
+}

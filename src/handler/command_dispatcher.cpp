@@ -1,0 +1,137 @@
+#include "handler/command_dispatcher.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string_view>
+
+#include "base/files.hpp"
+#include "base/fixed_text.hpp"
+#include "base/shell.hpp"
+#include "base/unit.hpp"
+#include "cgi/accessors.hpp"
+#include "cgi/headers.hpp"
+#include "cgi/state.hpp"
+#include "discovery/discovery_socket.hpp"
+#include "listing/device_listing.hpp"
+
+namespace {
+
+constexpr std::size_t line_size = 256;
+using line_buffer = std::array<char, line_size>;
+
+void list_answering_devices(int mode) {
+  const discovery_session session;
+  if (session && send_discovery_query() != 0) list_devices(mode);
+}
+
+void discover_encoders() {
+  // Gives the page's image folder its link to the splash image; it stays once it is there.
+  shell_run(" cd /www/images; ln -s /share/default.jpg > /dev/null 2>&1");
+  list_answering_devices(1);
+}
+
+void discover_decoders() {
+  list_answering_devices(2);
+}
+
+// Writes the file into the body, unchanged, or the line that stands for a missing one.
+void write_file(const char* path, const char* missing_line) {
+  const unique_file file = open_for_reading(path);
+  if (!file) {
+    std::fputs(missing_line, cgiOut);
+    return;
+  }
+  copy_stream(file.get(), cgiOut);
+}
+
+// The first line of the summary ends in tildes; they are cut, unless a line end follows them.
+std::string_view without_tildes(std::string_view line) {
+  return line.substr(0, line.find_last_not_of('~') + 1);
+}
+
+void write_discovery_summary() {
+  const unique_file file = open_for_reading("/tmp/discover.info");
+  if (!file) return;
+  line_buffer line;
+  const bool empty = read_line(file.get(), line) == 0;
+  const std::string_view summary = empty ? "---" : without_tildes(line.data());
+  std::fprintf(cgiOut, "DISCOVERED CSV DATA: %.*s\n", static_cast<int>(summary.size()), summary.data());
+}
+
+void get_csv_discover() {
+  write_discovery_summary();
+  write_file("/tmp/discover.csv", "No Discover CSV File Present\n");
+}
+
+void get_csv_import() {
+  write_file(unit::import_csv, "No Import CSV File Present\n");
+}
+
+void check_import_csv_status() {
+  std::fputs(file_exists(unit::import_csv) ? "true" : "false", cgiOut);
+}
+
+void discover_devices() {
+  shell_run("node_list | grep -v '<' | grep -v '>' | awk -F ' ' '{print $1, $2}' > /tmp/nodes.txt");
+}
+
+bool names_a_node(std::string_view line) {
+  return (line[0] >= '1' && line[0] <= '9') || line.starts_with("IP");
+}
+
+void get_nodes() {
+  const unique_file file = open_for_reading("/tmp/nodes.txt");
+  if (!file) {
+    std::fputs("No Nodes Detected\n", cgiOut);
+    return;
+  }
+  std::fputs("Device Listing:\n", cgiOut);
+  line_buffer line;
+  // A longer line comes in pieces, each of which is judged as a line.
+  while (const std::size_t length = read_line(file.get(), line)) {
+    if (names_a_node({line.data(), length})) std::fwrite(line.data(), 1, length, cgiOut);
+  }
+}
+
+struct command {
+  std::string_view name;
+  void (*perform)();
+};
+
+// In the order in which they are compared.
+constexpr auto commands = std::to_array<command>({
+    {"DISCOVER_ENCODERS", discover_encoders},
+    {"DISCOVER_DECODERS", discover_decoders},
+    {"GET_CSV_DISCOVER", get_csv_discover},
+    {"GET_CSV_IMPORT", get_csv_import},
+    {"CHECK_IMPORT_CSV_STATUS", check_import_csv_status},
+    {"DISCOVER_DEVICES", discover_devices},
+    {"GET_NODES", get_nodes},
+});
+
+void perform(std::string_view name) {
+  const auto row = std::ranges::find(commands, name, &command::name);
+  if (row != commands.end()) {
+    row->perform();
+  } else {
+    std::fputs("<p>No command supplied</p>\n", cgiOut);
+  }
+}
+
+}  // namespace
+
+int cgiMain() {
+  fixed_text<255> name;
+  cgiFormString("CMD", name.buffer().data(), static_cast<int>(name.buffer().size()));
+  cgiHeaderContentType("text/html");
+  std::fputs(
+      "<HTML><HEAD>\n"
+      "<TITLE>Key and Value</TITLE>\n"
+      "</HEAD><BODY>\n",
+      cgiOut);
+  std::fprintf(cgiOut, "<p>Key: %s value: %s</p>\n", "CMD", name.c_str());
+  perform(name.view());
+  std::fputs("</BODY></HTML>\n", cgiOut);
+  return 0;
+}

@@ -1,0 +1,84 @@
+#include "listing/device_listing.hpp"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <string_view>
+
+#include "base/clock.hpp"
+#include "base/datagram.hpp"
+#include "base/fixed_text.hpp"
+#include "base/shell.hpp"
+#include "base/text.hpp"
+#include "cgi/state.hpp"
+#include "discovery/api_message.hpp"
+#include "discovery/discovery_state.hpp"
+#include "discovery/model_catalogue.hpp"
+
+namespace {
+
+constexpr int encoder_mode = 1;
+constexpr std::size_t datagram_size = 1500;
+constexpr int most_waits = 4;
+constexpr std::chrono::milliseconds pause_after_silence{100};
+constexpr std::chrono::seconds longest_listing{60};
+
+// What one of this unit's own settings holds, without a line end; empty when the tool prints nothing.
+// Returns false when no shell could be started.
+bool read_own_setting(const char* command, fixed_text<64>& value) {
+  const first_line result = shell_first_line(command, value);
+  const fixed_text<64> line = value;
+  value.assign_cut(without_line_end(line.view()));
+  return result != first_line::not_started;
+}
+
+void list_myself() {
+  fixed_text<64> stream_host;
+  fixed_text<64> stream_address;
+  if (!read_own_setting("astparam g STREAM.HOST", stream_host)) return;
+  static_cast<void>(read_own_setting("astparam g STREAM.ADDRESS", stream_address));
+  std::fprintf(cgiOut, "%s,%s,%s\n", "MYSELF", stream_host.c_str(), stream_address.c_str());
+}
+
+// Writes the answer's line when its unit is of the wanted kind. Returns whether it did.
+bool list_answer(int mode, std::string_view answer) {
+  fixed_text<32> model;
+  get_reply_value(answer, "UNIT.MODEL", model);
+  const bool encoders = mode == encoder_mode;
+  if (!(encoders ? is_encoder_model(model.view()) : is_decoder_model(model.view()))) return false;
+
+  fixed_text<128> unit_id;
+  fixed_text<32> address;
+  fixed_text<32> stream;
+  fixed_text<64> name;
+  get_reply_value(answer, "UNIT.ID", unit_id);
+  get_reply_value(answer, "IP.ADDRESS", address);
+  get_reply_value(answer, encoders ? "STREAM.ADDRESS" : "STREAM.HOST", stream);
+  get_reply_value(answer, "VW.NAME", name);
+  std::fprintf(cgiOut, "%s,%s,%s", unit_id.c_str(), address.c_str(), stream.c_str());
+  if (!encoders) std::fprintf(cgiOut, ",%s", name.c_str());
+  std::fputc('\n', cgiOut);
+  return true;
+}
+
+}  // namespace
+
+int list_devices(int mode) {
+  device_count = 0;
+  if (mode == encoder_mode) list_myself();
+  const auto end = steady_time() + longest_listing;
+  std::array<char, datagram_size + 1> answer;
+  int waits = 0;
+  while (steady_time() < end) {
+    const int length = receive_datagram(discovery_socket, answer);
+    if (length > 0) {
+      if (list_answer(mode, answer.data())) ++device_count;
+      continue;
+    }
+    if (length == 0 || errno != EAGAIN || ++waits > most_waits || device_count > 0) break;
+    pause_for(pause_after_silence);
+  }
+  return device_count;
+}

@@ -1,0 +1,7 @@
+#include "cgi/entry.hpp"
+#include "handler/admission_guard.hpp"
+#include "handler/command_dispatcher.hpp"
+
+int main() {
+  return cgiServeRequest({.onCalled = cgiOnCalled, .main = cgiMain, .onClose = cgiOnClose});
+}

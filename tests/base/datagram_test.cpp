@@ -1,0 +1,73 @@
+#include "base/datagram.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <string>
+#include <thread>
+
+#include "base/handles.hpp"
+#include "support/fake_network.hpp"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+struct Datagram : testing::Test {
+  Datagram() {
+    socklen_t size = sizeof own;
+    EXPECT_EQ(bind_any_port(socket.get()), 0);
+    getsockname(socket.get(), reinterpret_cast<sockaddr*>(&own), &size);
+    own.sin_addr = datagram_address("127.0.0.1", 0).sin_addr;
+    set_receive_timeout(socket.get(), 100ms);
+  }
+
+  const unique_fd socket{open_datagram_socket()};
+  sockaddr_in own{};
+  std::array<char, 5> buffer{'o', 'l', 'd', '!', '!'};
+};
+
+}  // namespace
+
+TEST_F(Datagram, TextIsCutAtTheBufferAndAlwaysTerminated) {
+  EXPECT_EQ(send_datagram(socket.get(), "abcd", own), 4);
+  EXPECT_EQ(send_datagram(socket.get(), "abcdef", own), 6);
+  EXPECT_EQ(send_datagram(socket.get(), "", own), 0);
+  sockaddr_in sender{};
+  EXPECT_EQ(receive_datagram(socket.get(), buffer, &sender), 4);
+  EXPECT_STREQ(buffer.data(), "abcd");
+  EXPECT_EQ(sender.sin_addr.s_addr, own.sin_addr.s_addr);
+  EXPECT_EQ(sender.sin_port, own.sin_port);
+  EXPECT_EQ(receive_datagram(socket.get(), buffer), 4);
+  EXPECT_STREQ(buffer.data(), "abcd");
+  EXPECT_EQ(receive_datagram(socket.get(), buffer), 0);
+  EXPECT_STREQ(buffer.data(), "");
+}
+
+TEST_F(Datagram, SilenceEndsWithTheTimeOut) {
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(receive_datagram(socket.get(), buffer), -1);
+  EXPECT_EQ(errno, EAGAIN);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 90ms);
+}
+
+TEST_F(Datagram, ASignalDoesNotEndAReceive) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  sigaction(SIGUSR1, &action, nullptr);
+  set_receive_timeout(socket.get(), 5s);
+  const pthread_t receiver = pthread_self();
+  std::thread sender{[this, receiver] {
+    std::this_thread::sleep_for(100ms);
+    pthread_kill(receiver, SIGUSR1);
+    std::this_thread::sleep_for(100ms);
+    send_datagram(socket.get(), "late", own);
+  }};
+  EXPECT_EQ(receive_datagram(socket.get(), buffer), 4);
+  sender.join();
+}

@@ -1,0 +1,74 @@
+#include "base/text.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "base/files.hpp"
+#include "base/fixed_text.hpp"
+#include "support/files.hpp"
+
+TEST(Text, LeadingNumber) {
+  struct row {
+    const char* text;
+    std::int32_t number;
+  };
+  for (const row& row : {
+           row{"", 0},
+           {"   ", 0},
+           {"word", 0},
+           {"7", 7},
+           {" \t7", 7},
+           {"12abc", 12},
+           {"-3", -3},
+           {"+3", 3},
+           {"- 3", 0},
+           {"0x10", 0},
+           {"2147483647", std::numeric_limits<std::int32_t>::max()},
+           {"2147483648", std::numeric_limits<std::int32_t>::max()},
+           {"99999999999999999999999999", std::numeric_limits<std::int32_t>::max()},
+           {"-2147483648", std::numeric_limits<std::int32_t>::min()},
+           {"-99999999999999999999999999", std::numeric_limits<std::int32_t>::min()},
+       }) {
+    EXPECT_EQ(leading_number(row.text), row.number) << row.text;
+  }
+}
+
+TEST(Text, EqualNoCaseFoldsAsciiLettersOnly) {
+  EXPECT_TRUE(equal_no_case("KestR-2", "kESTr-2"));
+  EXPECT_FALSE(equal_no_case("KestR-2", "KestR-2 "));
+  EXPECT_FALSE(equal_no_case("[", "{"));
+  EXPECT_FALSE(equal_no_case("\xC4", "\xE4"));
+}
+
+TEST(Text, LineEndIsOneFeedWithItsReturn) {
+  EXPECT_EQ(without_line_end("a\r\n"), "a");
+  EXPECT_EQ(without_line_end("a\n\n"), "a\n");
+  EXPECT_EQ(without_line_end("a\r"), "a\r");
+  EXPECT_EQ(without_line_end(""), "");
+}
+
+TEST(FixedText, CutsOrRefusesAtItsLimit) {
+  fixed_text<4> text;
+  EXPECT_TRUE(text.assign_if_fits("abc"));
+  EXPECT_FALSE(text.assign_if_fits("wxyz"));
+  EXPECT_EQ(text.view(), "abc");
+  text.assign_cut("wxyz");
+  EXPECT_EQ(text.view(), "wxy");
+  text.print("%d", 12345);
+  EXPECT_EQ(text.view(), "123");
+  text.assign_cut(std::string_view{"a\0b", 3});
+  EXPECT_EQ(std::string(text.buffer().begin(), text.buffer().end()), std::string("a\0\0\0", 4));
+}
+
+TEST(Files, LongLinesComeInPiecesZeroBytesCounted) {
+  write_file("/tmp/lines", std::string{"ab\0\ncdefg\nh", 11});
+  const unique_file file = open_for_reading("/tmp/lines");
+  std::array<char, 4> line;
+  lines pieces;
+  while (const std::size_t length = read_line(file.get(), line)) pieces.emplace_back(line.data(), length);
+  EXPECT_EQ(pieces, (lines{{"ab\0", 3}, "\n", "cde", "fg\n", "h"}));
+}

@@ -1,0 +1,113 @@
+#include "discovery/discovery_socket.hpp"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <string>
+
+#include "base/datagram.hpp"
+#include "discovery/discovery_state.hpp"
+#include "support/fake_network.hpp"
+#include "support/files.hpp"
+
+namespace {
+
+void set_parameter(const char* key, const std::string& printed) {
+  write_file("/tmp/printed", printed);
+  plant_tool("qelparam", "[ \"$1 $2\" = \"g " + std::string{key} + "\" ] && cat /tmp/printed");
+}
+
+}  // namespace
+
+TEST(DiscoverySocket, TtlReadings) {
+  struct row {
+    const char* printed;
+    int ttl;
+  };
+  for (const row& row : {
+           row{"", 64},
+           {"\n", 64},
+           {"0\n", 64},
+           {"1\n", 1},
+           {"255\n", 255},
+           {"256\n", 64},
+           {"-1\n", 64},
+           {"word\n", 64},
+           {" 7\n", 7},
+           {"12abc\n", 12},
+           {"\n12\n", 64},
+           {"000000000000000000000000000000012\n", 64},  // the twelve stands behind the 31st character
+       }) {
+    set_parameter("UNIT.MCD_TTL", row.printed);
+    EXPECT_EQ(open_discovery_socket(), discovery_socket);
+    unsigned char ttl = 0;
+    socklen_t size = sizeof ttl;
+    getsockopt(discovery_socket, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, &size);
+    EXPECT_EQ(ttl, row.ttl) << row.printed;
+    EXPECT_EQ(read_file("/tmp/MCt.log"), "Using TTL " + std::to_string(row.ttl) + "\n") << row.printed;
+    EXPECT_GT(close_discovery_socket(), 0);
+  }
+}
+
+TEST(DiscoverySocket, ModeReadingsAndBothDatagramsOnTheWire) {
+  struct row {
+    const char* printed;
+    int mode;
+  };
+  fake_network network;
+  std::size_t count = 0;
+  for (const row& row : {
+           row{"", 1},
+           {"2\n", 2},
+           {"3\n", 2},
+           {"0\n", 2},
+           {"word\n", 2},
+           {" 1 \n", 1},
+       }) {
+    set_parameter("UNIT.MCD_MODE", row.printed);
+    const discovery_session session;
+    ASSERT_TRUE(session);
+    const std::string query = std::string{"CMD=START&UNIT.ID=ALL&QUERY."} + (row.mode == 2 ? "STATUS" : "ALL") +
+                              "=TRUE&CMD=END";
+    EXPECT_EQ(send_discovery_query(), static_cast<int>(query.size()));
+    EXPECT_EQ(mcd_mode, row.mode) << row.printed;
+    EXPECT_EQ(read_file("/tmp/MCm.log"), "Using Mode " + std::to_string(row.mode) + "\n");
+    const lines heard = network.heard(count += 2);
+    ASSERT_EQ(heard.size(), count);
+    EXPECT_EQ(heard[count - 2], "CMD=START&UNIT.ID=NONE&QUERY.STATUS=TRUE&CMD=END");
+    EXPECT_EQ(heard[count - 1], query);
+  }
+  EXPECT_EQ(discovery_socket, -1);
+}
+
+TEST(DiscoverySocket, ReceivesWaitAHundredMilliseconds) {
+  const discovery_session session;
+  std::array<char, 8> buffer;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(receive_datagram(discovery_socket, buffer), -1);
+  EXPECT_EQ(errno, EAGAIN);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds{90});
+}
+
+TEST(DiscoverySocket, UnicastQuery) {
+  const int unit = bind_unit_socket("10.77.3.4");
+  const discovery_session session;
+  EXPECT_EQ(suq(inet_addr("10.77.3.4")), 44);
+  std::array<char, 64> query{};
+  EXPECT_EQ(recv(unit, query.data(), query.size(), 0), 44);
+  EXPECT_STREQ(query.data(), "CMD=START&UNIT.ID=ALL&QUERY.ALL=TRUE&CMD=END");
+  close(unit);
+  EXPECT_EQ(read_file("/tmp/MCb.log"), "(missing)");
+  EXPECT_EQ(suq(inet_addr("192.0.2.1")), -1);
+  EXPECT_EQ(read_file("/tmp/MCb.log"), "  suq() SEND FAILED: errno is " + std::to_string(ENETUNREACH) + "\n");
+}
+
+TEST(DiscoverySocket, ClosingAClosedOneChangesNothing) {
+  EXPECT_EQ(close_discovery_socket(), -1);
+  EXPECT_EQ(discovery_socket, -1);
+}

@@ -1,0 +1,83 @@
+#include "support/fake_network.hpp"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+constexpr const char* group = "226.0.0.19";
+constexpr in_port_t api_port = 8000;
+
+}  // namespace
+
+int bind_unit_socket(const std::string& address) {
+  const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in own{};
+  own.sin_family = AF_INET;
+  own.sin_port = htons(api_port);
+  inet_aton(address.c_str(), &own.sin_addr);
+  constexpr timeval short_wait{0, 20'000};
+  setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &short_wait, sizeof short_wait);
+  if (bind(descriptor, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0) {
+    std::perror(address.c_str());
+    std::abort();
+  }
+  return descriptor;
+}
+
+fake_network::fake_network(std::vector<scripted_answer> script)
+    : script_(std::move(script)), group_socket_(bind_unit_socket(group)) {
+  ip_mreq membership{};
+  inet_aton(group, &membership.imr_multiaddr);
+  inet_aton("10.77.0.1", &membership.imr_interface);
+  setsockopt(group_socket_, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership);
+  thread_ = std::thread{[this] { serve(); }};
+}
+
+fake_network::~fake_network() {
+  ending_ = true;
+  thread_.join();
+  close(group_socket_);
+}
+
+std::vector<std::string> fake_network::heard(std::size_t count) {
+  constexpr int most_looks = 500;
+  for (int look = 0; look < most_looks; ++look) {
+    {
+      const std::lock_guard lock{mutex_};
+      if (heard_.size() >= count) return heard_;
+    }
+    usleep(10'000);
+  }
+  const std::lock_guard lock{mutex_};
+  return heard_;
+}
+
+void fake_network::serve() {
+  while (!ending_) {
+    std::array<char, 4096> bytes;
+    sockaddr_in sender{};
+    socklen_t size = sizeof sender;
+    auto* address = reinterpret_cast<sockaddr*>(&sender);
+    const ssize_t length = recvfrom(group_socket_, bytes.data(), bytes.size(), 0, address, &size);
+    if (length < 0) continue;
+    const std::string request{bytes.data(), static_cast<std::size_t>(length)};
+    {
+      const std::lock_guard lock{mutex_};
+      heard_.push_back(request);
+    }
+    if (request.find("UNIT.ID=ALL") == std::string::npos) continue;
+    for (const scripted_answer& answer : script_) {
+      std::this_thread::sleep_for(answer.wait);
+      const int unit = bind_unit_socket(answer.from);
+      sendto(unit, answer.text.data(), answer.text.size(), 0, address, size);
+      close(unit);
+    }
+  }
+}

@@ -1,0 +1,42 @@
+// A network of units that the test scripts word by word: it hears the discovery group and answers a query
+// after real waits. The simulated fleet plays well-behaved units; this plays exact ones.
+
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+struct scripted_answer {
+  std::string text;
+  std::chrono::milliseconds wait{0};  // after the answer before it, or after the query
+  std::string from = "10.77.1.1";     // any address of the box's network
+};
+
+class fake_network {
+ public:
+  // Answers every query of all units with the whole script.
+  explicit fake_network(std::vector<scripted_answer> script = {});
+  fake_network(const fake_network&) = delete;
+  fake_network& operator=(const fake_network&) = delete;
+  ~fake_network();
+
+  // The datagrams that reached the group, in order. Waits until `count` have come, for at most 5 s.
+  std::vector<std::string> heard(std::size_t count);
+
+ private:
+  void serve();
+
+  std::vector<scripted_answer> script_;
+  int group_socket_;
+  std::atomic<bool> ending_ = false;
+  std::mutex mutex_;
+  std::vector<std::string> heard_;
+  std::thread thread_;
+};
+
+// A UDP socket bound to the API port of one address.
+int bind_unit_socket(const std::string& address);

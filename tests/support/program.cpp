@@ -1,0 +1,96 @@
+#include "support/program.hpp"
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+constexpr const char* program = "/www/cgi-bin/handler.cgi";
+
+int memory_file(const std::string& content = {}) {
+  const int file = memfd_create("test", MFD_CLOEXEC);
+  if (write(file, content.data(), content.size()) < 0) std::perror("memory_file");
+  lseek(file, 0, SEEK_SET);
+  return file;
+}
+
+std::string take_content(int file) {
+  lseek(file, 0, SEEK_SET);
+  std::string content;
+  std::array<char, 65536> block;
+  for (ssize_t length = 0; (length = read(file, block.data(), block.size())) > 0;) {
+    content.append(block.data(), static_cast<std::size_t>(length));
+  }
+  close(file);
+  return content;
+}
+
+pid_t start(const request& sent, int in, int out, int err) {
+  std::vector<std::string> texts;
+  for (const auto& [name, value] : sent.environment) texts.push_back(name + "=" + value);
+  std::vector<char*> environment;
+  for (std::string& text : texts) environment.push_back(text.data());
+  environment.push_back(nullptr);
+  const pid_t process = fork();
+  if (process != 0) return process;
+  dup2(in, STDIN_FILENO);
+  dup2(out, STDOUT_FILENO);
+  dup2(err, STDERR_FILENO);
+  std::array<char*, 2> arguments{const_cast<char*>(program), nullptr};
+  execve(program, arguments.data(), environment.data());
+  std::perror(program);
+  _exit(127);
+}
+
+}  // namespace
+
+request get(const std::string& query) {
+  return {.environment = {{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", query}}, .body = {}};
+}
+
+request post(const std::string& body, const std::string& type) {
+  return {.environment = {{"REQUEST_METHOD", "POST"},
+                          {"CONTENT_TYPE", type},
+                          {"CONTENT_LENGTH", std::to_string(body.size())}},
+          .body = body};
+}
+
+answer run_program(const request& sent) {
+  const int in = memory_file(sent.body);
+  const int out = memory_file();
+  const int err = memory_file();
+  const int status = wait_for(start(sent, in, out, err));
+  close(in);
+  return {.status = status, .out = take_content(out), .err = take_content(err)};
+}
+
+pid_t start_program(const request& sent, int in, int out) {
+  return start(sent, in, out, STDERR_FILENO);
+}
+
+int wait_for(pid_t process) {
+  int status = 0;
+  waitpid(process, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+std::string shell_output(const std::string& command) {
+  std::string output;
+  std::FILE* pipe = popen(command.c_str(), "re");
+  std::array<char, 4096> block;
+  while (const std::size_t length = std::fread(block.data(), 1, block.size(), pipe)) {
+    output.append(block.data(), length);
+  }
+  pclose(pipe);
+  return output;
+}
+
+std::string page(const std::string& command, const std::string& body) {
+  return "Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: CMD value: " +
+         command + "</p>\n" + body + "</BODY></HTML>\n";
+}

@@ -1,0 +1,38 @@
+// Runs the built program as a web server would: its environment, its body, its answer.
+
+#pragma once
+
+#include <sys/types.h>
+
+#include <map>
+#include <string>
+
+struct request {
+  std::map<std::string, std::string> environment;
+  std::string body;
+};
+
+struct answer {
+  int status;  // the exit status, or minus the number of the signal that ended it
+  std::string out;
+  std::string err;
+};
+
+// Requests as clients make them.
+request get(const std::string& query);
+request post(const std::string& body, const std::string& type = "application/x-www-form-urlencoded");
+
+// Runs the program to its end.
+answer run_program(const request& sent);
+
+// Starts the program with these descriptors as its standard input and output; the caller closes them.
+pid_t start_program(const request& sent, int in, int out);
+
+// Waits for a started program. Returns its status as in `answer`.
+int wait_for(pid_t process);
+
+// Runs a shell command, such as curl or fleet, and returns what it writes to standard output.
+std::string shell_output(const std::string& command);
+
+// What the program writes around the body lines of a command.
+std::string page(const std::string& command, const std::string& body);

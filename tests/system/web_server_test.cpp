@@ -1,0 +1,65 @@
+// The program behind a real web server, asked by a real client.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/files.hpp"
+#include "support/program.hpp"
+
+namespace {
+
+const std::string url = "http://127.0.0.1:8080/cgi-bin/handler.cgi";
+
+struct WebServer : testing::Test {
+  WebServer() {
+    EXPECT_EQ(std::system("box/web-server lighttpd & for i in $(seq 100); do "
+                          "curl -s -o /dev/null http://127.0.0.1:8080/ && exit 0; sleep 0.1; done; exit 1"),
+              0);
+  }
+};
+
+std::string html(const std::string& command, const std::string& body) {
+  const std::string whole = page(command, body);
+  return whole.substr(whole.find("<HTML>"));
+}
+
+}  // namespace
+
+TEST_F(WebServer, AnswersGetAndPost) {
+  EXPECT_EQ(shell_output("curl -s '" + url + "?CMD=GET_NODES'"), html("GET_NODES", "No Nodes Detected\n"));
+  EXPECT_EQ(shell_output("curl -s --data-urlencode 'CMD=<b>&' " + url),
+            html("<b>&", "<p>No command supplied</p>\n"));
+  EXPECT_EQ(shell_output("curl -s -o /dev/null -w '%{http_code}' -F CMD=GET_NODES " + url), "500");
+}
+
+TEST_F(WebServer, MakesTheEchoedCommandHarmless) {
+  const std::string headers = shell_output("curl -s -D - -o /dev/null " + url + "?CMD=x");
+  EXPECT_NE(headers.find("Content-Security-Policy: default-src 'none'"), std::string::npos) << headers;
+  EXPECT_NE(headers.find("X-Content-Type-Options: nosniff"), std::string::npos) << headers;
+}
+
+TEST_F(WebServer, TwentyAtOnceGetACompletePageOrTheRefusal) {
+  static_cast<void>(shell_output("for i in $(seq 20); do curl -s -o /tmp/answer.$i '" + url +
+                                 "?CMD=CHECK_IMPORT_CSV_STATUS' & done; wait"));
+  const std::string whole = html("CHECK_IMPORT_CSV_STATUS", "false");
+  int complete = 0;
+  for (int i = 1; i <= 20; ++i) {
+    const std::string got = read_file("/tmp/answer." + std::to_string(i));
+    const bool refused = got.starts_with("<HTML><HEAD><meta name=\"ERROR_RORRE\"") && got.ends_with("</HTML>");
+    EXPECT_TRUE(refused || got == whole) << i << ": " << got;
+    complete += got == whole ? 1 : 0;
+  }
+  EXPECT_EQ(shell_output("pidof handler.cgi"), "");
+  // The link is running again unless every single request was refused.
+  if (complete > 0) {
+    EXPECT_EQ(read_file("/var/link"), "running\n");
+  }
+}
+
+TEST_F(WebServer, OneAfterTheOtherIsNeverRefused) {
+  EXPECT_EQ(shell_output("for i in $(seq 30); do curl -s '" + url + "?CMD=CHECK_IMPORT_CSV_STATUS' | grep -c ERROR_RORRE; "
+                         "done | sort -u"),
+            "0\n");
+}

@@ -63,6 +63,6 @@ cgiFormResultType cgiFormString(const char* name, char* result, int max) {
 
 void cgiStringArrayFree(char** array) {
   if (array == nullptr) return;
-  for (char** text = array; *text != nullptr; ++text) delete[] *text;
+  for (char** text = array; *text != nullptr; ++text) delete[] * text;
   delete[] array;
 }

@@ -5,9 +5,9 @@
 
 #include "cgi/form_entry.hpp"
 
-// Copies the cookie's value, at most space - 1 bytes and a terminating zero byte; with a space below 1 nothing
-// is written. Returns cgiFormSuccess, cgiFormTruncated when the value did not fit, or cgiFormNotFound with an
-// empty copy.
+// Copies the cookie's value, at most space - 1 bytes and a terminating zero byte; with a space below 1
+// nothing is written. Returns cgiFormSuccess, cgiFormTruncated when the value did not fit, or cgiFormNotFound
+// with an empty copy.
 cgiFormResultType cgiCookieString(const char* name, char* value, int space);
 
 // Reads the cookie's value as a decimal number; a value that is none gives 0 and cgiFormSuccess.

@@ -11,6 +11,6 @@ struct cgiHooks {
   int (*onClose)();    // after everything of the request is released; its result becomes the exit status
 };
 
-// Serves the request. Returns the process's exit status: what onClose returned, or -1 when the form data could
-// not be decoded; the answer is then a status 500 line, and neither main nor onClose has run.
+// Serves the request. Returns the process's exit status: what onClose returned, or -1 when the form data
+// could not be decoded; the answer is then a status 500 line, and neither main nor onClose has run.
 [[nodiscard]] int cgiServeRequest(const cgiHooks& hooks);

@@ -32,7 +32,8 @@ bool write_bytes(std::string_view bytes) {
 cgiFormResultType write_escaped(std::string_view text, std::span<const substitution> substitutions) {
   for (const char& byte : text) {
     const auto row = std::ranges::find(substitutions, byte, &substitution::byte);
-    const std::string_view written_as = row == substitutions.end() ? std::string_view{&byte, 1} : row->written_as;
+    const std::string_view written_as =
+        row == substitutions.end() ? std::string_view{&byte, 1} : row->written_as;
     if (!write_bytes(written_as)) return cgiFormIO;
   }
   return cgiFormSuccess;

@@ -56,7 +56,8 @@ enum class reply_segment {
 // next "&" or to the end. Returns false, with the value as it was, when the name does not occur.
 [[nodiscard]] bool find_reply_value(std::string_view text, std::string_view key, std::string_view& value);
 
-// The same into a buffer; a longer value is cut. Returns the length copied, or 0 when the name does not occur.
+// The same into a buffer; a longer value is cut. Returns the length copied, or 0 when the name does not
+// occur.
 template <std::size_t N>
 std::size_t get_reply_value(std::string_view text, std::string_view key, fixed_text<N>& value) {
   std::string_view found;

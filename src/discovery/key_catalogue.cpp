@@ -139,28 +139,12 @@ constexpr auto encoder_keys = std::to_array<std::string_view>({
 });
 
 constexpr auto decoder_keys = std::to_array<std::string_view>({
-    "VW.ACTIVE",
-    "VW.COLUMN",
-    "VW.ENABLED",
-    "VW.MAX_COLUMNS",
-    "VW.MAX_ROWS",
-    "VW.NAME",
-    "VW.OVERALL_HEIGHT",
-    "VW.OVERALL_WIDTH",
-    "VW.ROTATE",
-    "VW.ROW",
-    "VW.STRETCH",
-    "VW.VISIBLE_HEIGHT",
-    "VW.VISIBLE_WIDTH",
-    "STREAM.HOST",
-    "VIDEO.FORMAT",
-    "VIDEO.SOURCE_TIMEOUT",
-    "VIDEO.POWER_SAVE",
-    "VIDEO.OUTPUT",
-    "VIDEO.GENLOCK",
-    "VIDEO.INFO_TEXT",
-    "VIDEO.OSD_TEXT",
-    "AUDIO.MUTE",
+    "VW.ACTIVE",        "VW.COLUMN",    "VW.ENABLED",        "VW.MAX_COLUMNS",
+    "VW.MAX_ROWS",      "VW.NAME",      "VW.OVERALL_HEIGHT", "VW.OVERALL_WIDTH",
+    "VW.ROTATE",        "VW.ROW",       "VW.STRETCH",        "VW.VISIBLE_HEIGHT",
+    "VW.VISIBLE_WIDTH", "STREAM.HOST",  "VIDEO.FORMAT",      "VIDEO.SOURCE_TIMEOUT",
+    "VIDEO.POWER_SAVE", "VIDEO.OUTPUT", "VIDEO.GENLOCK",     "VIDEO.INFO_TEXT",
+    "VIDEO.OSD_TEXT",   "AUDIO.MUTE",
 });
 
 constexpr auto extended_keys = std::to_array<std::string_view>({

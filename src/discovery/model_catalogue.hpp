@@ -1,6 +1,6 @@
 // Device models: which of the known models encode, decode, sit in a wall plate or belong to the second
-// generation. A model name is what a unit reports under UNIT.MODEL. The comparison ignores the case of letters
-// and is otherwise exact: no blank and no line end is trimmed.
+// generation. A model name is what a unit reports under UNIT.MODEL. The comparison ignores the case of
+// letters and is otherwise exact: no blank and no line end is trimmed.
 
 #pragma once
 

@@ -21,17 +21,19 @@ constexpr const char* cgiErrorPageFormat =
     "%s</Center></BODY></HTML>";
 constexpr const char* busy_message =
     "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
-constexpr const char* updating_message =
-    "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
+constexpr const char* updating_message = "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
 
 // True when the list of handler processes holds another one besides this, and also when it does not even hold
 // this one: then it cannot be trusted.
 bool another_request_runs() {
   fixed_text<32> processes;
   switch (shell_first_line("pidof handler.cgi", processes)) {
-    case first_line::not_started: return false;
-    case first_line::none: return true;
-    case first_line::read: break;
+    case first_line::not_started:
+      return false;
+    case first_line::none:
+      return true;
+    case first_line::read:
+      break;
   }
   return processes.view().find(' ') != std::string_view::npos;
 }

@@ -1,5 +1,5 @@
-// Admission guard: one request at a time, and none while a firmware update runs. There is no lock; the process
-// list at the moment of the query decides, so two requests that start together may refuse each other.
+// Admission guard: one request at a time, and none while a firmware update runs. There is no lock; the
+// process list at the moment of the query decides, so two requests that start together may refuse each other.
 
 #pragma once
 

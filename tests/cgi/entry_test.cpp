@@ -61,7 +61,10 @@ std::string serve(const variables& environment, const std::string& body = {}) {
 }
 
 variables post_of(const std::string& type, const std::string& length) {
-  return {{"REQUEST_METHOD", "POST"}, {"CONTENT_TYPE", type}, {"CONTENT_LENGTH", length}, {"QUERY_STRING", "q=1"}};
+  return {{"REQUEST_METHOD", "POST"},
+          {"CONTENT_TYPE", type},
+          {"CONTENT_LENGTH", length},
+          {"QUERY_STRING", "q=1"}};
 }
 
 const std::string undecodable = "called:\nStatus: 500 Error reading form data\r\n\r\nexit:255";
@@ -109,9 +112,10 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
            {{{"REQUEST_METHOD", "GeT"}, {"QUERY_STRING", "a=1&b"}, {"CONTENT_LENGTH", "9"}},
             "ignored",
             served("type: boundary: length:5\na=1\nb=\n")},
-           {{{"REQUEST_METHOD", "PUT"}, {"QUERY_STRING", "a=1"}}, "a=1", served("type: boundary: length:0\n")},
-           {post_of("Application/X-WWW-Form-Urlencoded; charset=UTF-8", "3"),
-            "a=1&b=2",
+           {{{"REQUEST_METHOD", "PUT"}, {"QUERY_STRING", "a=1"}},
+            "a=1",
+            served("type: boundary: length:0\n")},
+           {post_of("Application/X-WWW-Form-Urlencoded; charset=UTF-8", "3"), "a=1&b=2",
             served("type:Application/X-WWW-Form-Urlencoded boundary: length:3\na=1\n")},
            {post_of("text/plain", "3"), "a=1", served("type:text/plain boundary: length:3\n")},
            {post_of(url_encoded, "4"), "a=1", undecodable},
@@ -124,7 +128,8 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
            {post_of(url_encoded, "-99999999999"), "a=1", undecodable},
            {post_of(url_encoded, "2147483647"), "a=1", undecodable},
            {post_of(url_encoded, "99999999999999999999"), "a=1", undecodable},
-           {post_of("multipart/form-data; boundary=b", "0"), "", served("type:multipart/form-data boundary:b length:0\n")},
+           {post_of("multipart/form-data; boundary=b", "0"), "",
+            served("type:multipart/form-data boundary:b length:0\n")},
            {post_of("multipart/form-data; boundary=b", "3"), "abc", undecodable},
        }) {
     EXPECT_EQ(serve(row.environment, row.body), row.answer) << row.body;

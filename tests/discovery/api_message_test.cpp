@@ -53,7 +53,8 @@ TEST(ReplyPairs, OnlySegmentsBeforeAnAmpersandAreTaken) {
       reply_pair pair;
       const reply_segment segment = take_reply_pair(rest, pair);
       if (segment == reply_segment::none) break;
-      pairs += segment == reply_segment::skipped ? "-" : std::string{pair.key}.append("=").append(pair.value) + ";";
+      pairs += segment == reply_segment::skipped ? "-"
+                                                 : std::string{pair.key}.append("=").append(pair.value) + ";";
     }
     EXPECT_EQ(pairs, row.pairs) << row.reply;
   }

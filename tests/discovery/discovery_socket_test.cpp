@@ -72,8 +72,8 @@ TEST(DiscoverySocket, ModeReadingsAndBothDatagramsOnTheWire) {
     set_parameter("UNIT.MCD_MODE", row.printed);
     const discovery_session session;
     ASSERT_TRUE(session);
-    const std::string query = std::string{"CMD=START&UNIT.ID=ALL&QUERY."} + (row.mode == 2 ? "STATUS" : "ALL") +
-                              "=TRUE&CMD=END";
+    const std::string query =
+        std::string{"CMD=START&UNIT.ID=ALL&QUERY."} + (row.mode == 2 ? "STATUS" : "ALL") + "=TRUE&CMD=END";
     EXPECT_EQ(send_discovery_query(), static_cast<int>(query.size()));
     EXPECT_EQ(mcd_mode, row.mode) << row.printed;
     EXPECT_EQ(read_file("/tmp/MCm.log"), "Using Mode " + std::to_string(row.mode) + "\n");

@@ -50,11 +50,12 @@ TEST(DeviceListing, EncodersInArrivalOrderBehindThisUnit) {
 
 TEST(DeviceListing, AnyOtherModeListsDecoders) {
   for (const int mode : {2, 5}) {
-    EXPECT_EQ(listed(mode, {{.text = encoder("E")},
-                            {.text = "UNIT.MODEL=rx610&IP.ADDRESS=1.2.3.4&VW.NAME=Wall&STREAM.HOST=h&UNIT.ID=last"},
-                            {.text = "UNIT.MODEL=RX610 &UNIT.ID=blank"},
-                            {.text = "UNIT.MODEL=QV8R&UNIT.ID=bare"}}),
-              "last,1.2.3.4,h,Wall\nbare,,,\n");
+    EXPECT_EQ(
+        listed(mode, {{.text = encoder("E")},
+                      {.text = "UNIT.MODEL=rx610&IP.ADDRESS=1.2.3.4&VW.NAME=Wall&STREAM.HOST=h&UNIT.ID=last"},
+                      {.text = "UNIT.MODEL=RX610 &UNIT.ID=blank"},
+                      {.text = "UNIT.MODEL=QV8R&UNIT.ID=bare"}}),
+        "last,1.2.3.4,h,Wall\nbare,,,\n");
     EXPECT_EQ(device_count, 2);
   }
 }
@@ -63,8 +64,8 @@ TEST(DeviceListing, FieldsAreCutAtTheirWidths) {
   const std::string id(200, 'i');
   const std::string address(40, 'a');
   const std::string name(70, 'n');
-  EXPECT_EQ(listed(2, {{.text = "UNIT.MODEL=RX610&UNIT.ID=" + id + "&IP.ADDRESS=" + address + "&STREAM.HOST=" +
-                                address + "&VW.NAME=" + name}}),
+  EXPECT_EQ(listed(2, {{.text = "UNIT.MODEL=RX610&UNIT.ID=" + id + "&IP.ADDRESS=" + address +
+                                "&STREAM.HOST=" + address + "&VW.NAME=" + name}}),
             id.substr(0, 127) + "," + address.substr(0, 31) + "," + address.substr(0, 31) + "," +
                 name.substr(0, 63) + "\n");
   EXPECT_EQ(listed(1, {{.text = encoder("E").append(3000, 'x')}}),

@@ -19,7 +19,8 @@ void write_file(const std::string& path, const std::string& content) {
 
 lines list_folder(const std::string& path) {
   lines names;
-  for (const auto& entry : std::filesystem::directory_iterator{path}) names.push_back(entry.path().filename());
+  for (const auto& entry : std::filesystem::directory_iterator{path})
+    names.push_back(entry.path().filename());
   std::ranges::sort(names);
   return names;
 }

@@ -91,6 +91,7 @@ std::string shell_output(const std::string& command) {
 }
 
 std::string page(const std::string& command, const std::string& body) {
-  return "Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: CMD value: " +
+  return "Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: "
+         "CMD value: " +
          command + "</p>\n" + body + "</BODY></HTML>\n";
 }

@@ -39,7 +39,8 @@ TEST(Frame, ShowsTheCommandAsReadAndMatchesItExactly) {
 
 TEST(GetNodes, PassesNodeLinesOnUnchanged) {
   const std::string piece(255, '7');
-  write_file("/tmp/nodes.txt", "IP Name\n1.2.3.4 a\r\n0.1 zero\n 5 blank\nName x\nIPv6\n\n9" + piece + "x\n8");
+  write_file("/tmp/nodes.txt",
+             "IP Name\n1.2.3.4 a\r\n0.1 zero\n 5 blank\nName x\nIPv6\n\n9" + piece + "x\n8");
   // The last node line is 257 characters long: its second piece begins with a digit, its third does not come.
   EXPECT_EQ(body_of("GET_NODES"),
             page("GET_NODES", "Device Listing:\nIP Name\n1.2.3.4 a\r\nIPv6\n9" + piece + "x\n8"));
@@ -62,7 +63,8 @@ TEST(GetCsvDiscover, SummaryLosesTildesAtItsVeryEndOnly) {
            {std::string(254, 'x') + "~y", "DISCOVERED CSV DATA: " + std::string(254, 'x') + "\n"},
        }) {
     write_file("/tmp/discover.info", row.info);
-    EXPECT_EQ(body_of("GET_CSV_DISCOVER"), page("GET_CSV_DISCOVER", row.line + "No Discover CSV File Present\n"))
+    EXPECT_EQ(body_of("GET_CSV_DISCOVER"),
+              page("GET_CSV_DISCOVER", row.line + "No Discover CSV File Present\n"))
         << row.info;
   }
   std::filesystem::remove("/tmp/discover.info");

@@ -16,8 +16,8 @@ const std::string updating = "&HANDLER=ERROR Firmware Update In Progress, try ag
 // Starts a process of that name, which stays until the box ends.
 void start_process(const std::string& name) {
   write_file("/tmp/" + name, "#!/bin/sh\nsleep 60\n");
-  ASSERT_EQ(std::system(("chmod +x /tmp/" + name + "; /tmp/" + name +
-                         " & for i in $(seq 100); do pidof " + name + " && exit 0; sleep 0.1; done; exit 1")
+  ASSERT_EQ(std::system(("chmod +x /tmp/" + name + "; /tmp/" + name + " & for i in $(seq 100); do pidof " +
+                         name + " && exit 0; sleep 0.1; done; exit 1")
                             .c_str()),
             0);
 }

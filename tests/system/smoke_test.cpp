@@ -71,14 +71,15 @@ TEST(Smoke, ListsTheSimulatedFleet) {
              "UNIT.SERIAL,UNIT.MODEL,UNIT.ID,IP.ADDRESS,STREAM.ADDRESS,STREAM.HOST,VW.NAME\r\n"
              "K1,TX610,Desk,10.77.1.1,239.1.1.1,,\r\n"
              "K2,KestR-2,Wall,10.77.1.2,,10.77.1.1,\"Wall, left\"\r\n");
-  ASSERT_EQ(std::system("fleet --units /tmp/units.csv > /tmp/fleet.out & "
-                        "for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1"),
-            0);
+  ASSERT_EQ(
+      std::system("fleet --units /tmp/units.csv > /tmp/fleet.out & "
+                  "for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1"),
+      0);
   EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out,
             page("DISCOVER_ENCODERS", "MYSELF,10.77.0.1,239.77.0.1\nDesk,10.77.1.1,239.1.1.1\n"));
-  EXPECT_EQ(tool_calls(), admitted_then({"qelparam g UNIT.MCD_TTL", "qelparam g UNIT.MCD_MODE",
-                                         "astparam g STREAM.HOST", "astparam g STREAM.ADDRESS",
-                                         "ast_send_event -1 e_reconnect"}));
+  EXPECT_EQ(tool_calls(),
+            admitted_then({"qelparam g UNIT.MCD_TTL", "qelparam g UNIT.MCD_MODE", "astparam g STREAM.HOST",
+                           "astparam g STREAM.ADDRESS", "ast_send_event -1 e_reconnect"}));
   EXPECT_EQ(run_program(get("CMD=DISCOVER_DECODERS")).out,
             page("DISCOVER_DECODERS", "Wall,10.77.1.2,10.77.1.1,Wall, left\n"));
   EXPECT_EQ(read_file("/tmp/MCt.log") + read_file("/tmp/MCm.log"), "Using TTL 64\nUsing Mode 1\n");

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 #include <string_view>
 
 #include "base/files.hpp"
@@ -28,9 +27,13 @@ void put_tools_into_path() {
   const char* path = std::getenv("PATH");
   if (path == nullptr || *path == '\0') {
     setenv("PATH", unit::default_path, 1);
-  } else if (!holds_folder(path, unit::tool_folder)) {
-    setenv("PATH", std::string{path}.append(":").append(unit::tool_folder).c_str(), 1);
+    return;
   }
+  char* longer_path = nullptr;
+  if (holds_folder(path, unit::tool_folder)) return;
+  if (asprintf(&longer_path, "%s:%s", path, unit::tool_folder) < 0) return;
+  setenv("PATH", longer_path, 1);
+  std::free(longer_path);
 }
 
 void prepare_command() {

@@ -103,8 +103,9 @@ std::string reading_of(std::string_view text) {
   const auto asked = read_request(text);
   if (!asked) return "(refused)";
   std::string reading{asked->target};
-  for (const auto& pair : asked->pairs)
-    reading.append("[").append(pair.key).append("|").append(pair.value) += "]";
+  for (const auto& pair : asked->pairs) {
+    reading.append("[").append(pair.key).append("|").append(pair.value).append("]");
+  }
   return reading;
 }
 
@@ -216,6 +217,11 @@ TEST(Unit, ComesBackWithWhatItSaved) {
   EXPECT_EQ(rebooted.value("IP.DNS_SERVER"), "");  // not an address
   EXPECT_EQ(rebooted.value("UNIT.ID"), "B");
   EXPECT_EQ(rebooted.value("VW.NAME"), "old");
+
+  unit addressless = a_unit({});
+  (void)ask(addressless, "IP.ADDRESS=10.77.4.5&SAVE=TRUE&REBOOT=TRUE");
+  addressless.advance_to(start + milliseconds{2000});
+  EXPECT_EQ(address_text(addressless.address()), "10.77.4.5");
 }
 
 TEST(Unit, RefusesAndFallsSilentAtItsStep) {

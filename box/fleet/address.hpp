@@ -1,0 +1,22 @@
+// IPv4 addresses as 32-bit numbers in host order: the first octet stands in the highest byte.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace fleet {
+
+inline constexpr std::uint32_t loopback_address = 0x7f000001;   // 127.0.0.1
+inline constexpr std::uint32_t this_unit_address = 0x0a4d0001;  // 10.77.0.1, the unit that runs the box
+
+// Returns the address that `text` names, or nothing unless it is four decimal octets joined by dots.
+[[nodiscard]] std::optional<std::uint32_t> read_address(std::string_view text);
+
+[[nodiscard]] std::string address_text(std::uint32_t address);
+
+// True for 224.0.0.0 to 239.255.255.255.
+[[nodiscard]] bool is_multicast(std::uint32_t address);
+
+}  // namespace fleet

@@ -1,0 +1,116 @@
+#include "options.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+#include "made_up_units.hpp"
+
+namespace fleet {
+
+namespace {
+
+using text = std::string_view;
+
+struct option_row {
+  text name, argument, help;
+  bool (*set)(options& chosen, text value);
+};
+
+template <unsigned options::*Member, unsigned Most>
+bool number(options& chosen, text value) {
+  return read_number(value, 0, Most, chosen.*Member);
+}
+
+template <bool options::*Member>
+bool flag(options& chosen, text) {
+  return chosen.*Member = true;
+}
+
+template <std::string options::*Member>
+bool path(options& chosen, text value) {
+  chosen.*Member = value;
+  return !value.empty();
+}
+
+constexpr auto table = std::to_array<option_row>({
+    {"units", "FILE", "units of a discovery export: one row a unit, one column a key",
+     path<&options::units_file>},
+    {"count", "N", "N made-up units, besides those of a file", number<&options::count, most_made_up_units>},
+    {"self", "", "this unit itself too, at 10.77.0.1 and 127.0.0.1", flag<&options::self>},
+    {"node-list", "FILE", "write \"ADDRESS ID MODEL\" of each unit at start", path<&options::node_list_file>},
+    {"log", "FILE", "a line for each request: the address it was sent to, its text",
+     path<&options::log_file>},
+    {"log-answers", "", "a line for each datagram sent, too: \">\", the address it comes from, its text",
+     flag<&options::log_answers>},
+    {"interleave", "", "every unit's first datagram before any unit's second one",
+     flag<&options::interleave>},
+    {"pace-us", "US", "wait between the answers of two units to one request (0)",
+     number<&options::pace_us, 60'000'000>},
+    {"burst", "", "all answers to one request in the same instant: no pace, no jitter",
+     flag<&options::burst>},
+    {"seed", "N", "of jitter and loss (1)", number<&options::seed, 4'000'000'000>},
+    {"help", "", "these lines", flag<&options::help>},
+});
+
+// The rows of both tables as one kind of row: `fault` is null for an option of the whole fleet.
+struct known_option {
+  text argument;
+  const option_row* option;
+  const fault_row* fault;
+};
+
+known_option find_option(text name) {
+  const auto option = std::ranges::find(table, name, &option_row::name);
+  if (option != table.end()) return {option->argument, &*option, nullptr};
+  const auto faults = fault_table();
+  const auto fault = std::ranges::find(faults, name, &fault_row::name);
+  if (fault != faults.end()) return {fault->argument, nullptr, &*fault};
+  return {{}, nullptr, nullptr};
+}
+
+bool set_option(const known_option& known, options& chosen, text value) {
+  return known.fault == nullptr ? known.option->set(chosen, value)
+                                : known.fault->set(chosen.every_unit, value);
+}
+
+void append_help(std::string& lines, text name, text argument, text help) {
+  std::string line = "  --" + std::string{name};
+  if (!argument.empty() && !argument.starts_with('[')) line += ' ';
+  line += argument;
+  line.resize(std::max<std::size_t>(line.size() + 2, 26), ' ');
+  lines.append(line).append(help).append("\n");
+}
+
+}  // namespace
+
+std::string read_options(std::span<const char* const> arguments, options& chosen) {
+  for (std::size_t place = 0; place < arguments.size(); ++place) {
+    const text argument = arguments[place];
+    const std::size_t equals = std::min(argument.find('='), argument.size());
+    const known_option known =
+        argument.starts_with("--") ? find_option(argument.substr(2, equals - 2)) : known_option{};
+    if (known.option == nullptr && known.fault == nullptr) return "unknown option " + std::string{argument};
+    const bool inside = equals < argument.size();
+    const bool wants_value = !known.argument.empty() && !known.argument.starts_with('[');
+    if (wants_value && !inside && place + 1 == arguments.size()) {
+      return std::string{argument} + " wants a value";
+    }
+    const text value = inside ? argument.substr(equals + 1) : wants_value ? arguments[++place] : "";
+    const bool fits = (!inside || !known.argument.empty()) && set_option(known, chosen, value);
+    if (!fits) return std::string{argument.substr(0, equals)} + " cannot be \"" + std::string{value} + "\"";
+  }
+  return {};
+}
+
+std::string help_text() {
+  std::string lines = "fleet [OPTIONS]   simulated units on UDP port 8000, for the box only\n\nThe fleet:\n";
+  for (const option_row& row : table) append_help(lines, row.name, row.argument, row.help);
+  lines += "\nFaults of every unit, for one unit as a column SIM.NAME of the units file (SIM.DELAY_MS):\n";
+  for (const fault_row& row : fault_table()) append_help(lines, row.name, row.argument, row.help);
+  lines += "\nOnly as a column: SIM.ADDRESS, where a unit lives when not at its IP.ADDRESS.\n";
+  return lines;
+}
+
+}  // namespace fleet

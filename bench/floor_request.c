@@ -1,0 +1,98 @@
+/* The floor of the request benches: serves CMD=GET_CSV_DISCOVER as a hand-written C program would. It starts
+ * the same tools with the same command lines in the same order, writes the same trace lines and the same
+ * answer, and knows nothing but this one request. */
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+static void refuse(const char* message) {
+  printf(
+      "Content-type: text/html,\n\n"
+      "<HTML><HEAD><meta name=\"ERROR_RORRE\" content=\"none\"></HEAD>"
+      "<BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 VLINK=#800080>\n<Center>\n"
+      "%s</Center></BODY></HTML>",
+      message);
+  exit(0);
+}
+
+static int first_line(const char* command, char* line, int size) {
+  memset(line, 0, (size_t)size);
+  fflush(stdout);
+  FILE* pipe = popen(command, "re");
+  if (pipe == NULL) return -1;
+  const int read = fgets(line, size, pipe) != NULL;
+  pclose(pipe);
+  return read;
+}
+
+static void run(const char* command) {
+  fflush(stdout);
+  if (system(command) == -1) perror(command);
+}
+
+static void admit(void) {
+  char line[32];
+  const int listed = first_line("pidof handler.cgi", line, sizeof line);
+  if (listed == 0 || (listed == 1 && strchr(line, ' ') != NULL)) {
+    refuse("&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n");
+  }
+  if (first_line("pidof update_fw.sh", line, sizeof line) == 1) {
+    refuse("&HANDLER=ERROR Firmware Update In Progress, try again later.\n");
+  }
+  run("/usr/local/bin/ast_send_event -1 e_stop_link > /dev/null 2>&1");
+}
+
+static void trace(int flags, const char* text) {
+  char line[256];
+  const int length = snprintf(line, sizeof line, "%s\n", text);
+  const int file = open("/tmp/dbgCGI.log", O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
+  if (file < 0) return;
+  if (write(file, line, (size_t)length) < 0) perror("trace");
+  close(file);
+}
+
+static void copy(const char* path) {
+  char block[4096];
+  FILE* file = fopen(path, "re");
+  if (file == NULL) return;
+  for (size_t length; (length = fread(block, 1, sizeof block, file)) > 0;) fwrite(block, 1, length, stdout);
+  fclose(file);
+}
+
+static void summary(void) {
+  char line[256];
+  FILE* file = fopen("/tmp/discover.info", "re");
+  if (file == NULL) return;
+  if (fgets(line, sizeof line, file) == NULL) strcpy(line, "---");
+  for (size_t end = strlen(line); end > 0 && line[end - 1] == '~';) line[--end] = '\0';
+  printf("DISCOVERED CSV DATA: %s\n", line);
+  fclose(file);
+}
+
+int main(void) {
+  char line[256];
+  admit();
+  const char* method = getenv("REQUEST_METHOD");
+  const char* query = getenv("QUERY_STRING");
+  fprintf(stderr, "Request Method: %s\n", method != NULL ? method : "");
+  if (query == NULL || strncmp(query, "CMD=", 4) != 0) return 1;
+
+  snprintf(line, sizeof line, "cgic main() before cgiOnCalled() %s", query);
+  trace(O_TRUNC, line);
+  snprintf(line, sizeof line, "\t%s", query);
+  trace(O_APPEND, line);
+  trace(O_APPEND, "\tAbout to Call cgiMain() _%p_");
+  printf(
+      "Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n"
+      "<p>Key: %s value: %s</p>\n",
+      "CMD", query + 4);
+  summary();
+  copy("/tmp/discover.csv");
+  fputs("</BODY></HTML>\n", stdout);
+  trace(O_APPEND, "\tAbout to Call cgiOnClose()");
+  run("ast_send_event -1 e_reconnect");
+  return 0;
+}

@@ -1,0 +1,69 @@
+#include "measure.hpp"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <numeric>
+
+namespace {
+
+double microseconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
+}
+
+[[noreturn]] void become(const std::string& program, const measured_request& request) {
+  std::vector<char*> environment;
+  for (const std::string& variable : request.environment) {
+    environment.push_back(const_cast<char*>(variable.c_str()));
+  }
+  environment.push_back(nullptr);
+  dup2(open(request.input.c_str(), O_RDONLY), STDIN_FILENO);
+  dup2(open(request.output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666), STDOUT_FILENO);
+  dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
+  char* const arguments[] = {const_cast<char*>(program.c_str()), nullptr};
+  execve(program.c_str(), arguments, environment.data());
+  _exit(127);
+}
+
+}  // namespace
+
+cost run_measured(const std::string& program, const measured_request& request) {
+  const pid_t process = fork();
+  if (process == 0) become(program, request);
+  int status = 0;
+  rusage usage{};
+  if (wait4(process, &status, 0, &usage) != process || status != 0) fail(program + " failed");
+  return {microseconds(usage.ru_utime) + microseconds(usage.ru_stime), static_cast<double>(usage.ru_minflt)};
+}
+
+double middle_mean(std::vector<double> values) {
+  std::ranges::sort(values);
+  const auto quarter = static_cast<std::ptrdiff_t>(values.size() / 4);
+  const auto first = values.begin() + quarter;
+  const auto last = values.end() - quarter;
+  return std::accumulate(first, last, 0.0) / static_cast<double>(last - first);
+}
+
+void print_row(const std::string& figure, double program, double floor, double aim) {
+  const double ratio = program / floor;
+  std::printf("%-52s %12.0f %12.0f %7.3f %7.2f  %s\n", figure.c_str(), program, floor, ratio, aim,
+              ratio <= aim ? "ok" : "over");
+}
+
+std::string content_of(const std::string& path) {
+  std::ifstream file{path, std::ios::binary};
+  if (!file) fail("cannot read " + path);
+  return {std::istreambuf_iterator<char>{file}, {}};
+}
+
+void fail(const std::string& reason) {
+  std::fprintf(stderr, "bench: %s\n", reason.c_str());
+  std::exit(EXIT_FAILURE);
+}

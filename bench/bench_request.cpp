@@ -1,6 +1,7 @@
 // request: processor time and page faults of a GET_CSV_DISCOVER request with a CSV of 64 KiB.
 //   bench_request PROGRAM FLOOR   two files named handler.cgi: the guard looks for that name
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -10,13 +11,14 @@
 namespace {
 
 constexpr int rounds = 400;
-constexpr std::size_t csv_size = 64 * 1024;
+constexpr std::size_t csv_size = 65536;
 
 const measured_request get_csv{
     .environment = {"PATH=/bin:/usr/local/bin", "REQUEST_METHOD=GET", "QUERY_STRING=CMD=GET_CSV_DISCOVER"}};
 
 void write_results() {
-  std::ofstream{"/tmp/discover.info"} << "Total=300&Ecount=200&Dcount=100~~~\n";
+  std::ofstream summary{"/tmp/discover.info"};
+  summary << "Total=300&Ecount=200&Dcount=100~~~\n";
   std::ofstream csv{"/tmp/discover.csv"};
   const std::string line =
       "10.77.1.1,UNIT-002,TX610,KU000002,00:11:22:33:44:55,\"Room 1, left\",239.77.1.1\r\n";
@@ -25,7 +27,7 @@ void write_results() {
 
 // Everything that a run leaves for others to see.
 std::string visible_result(const std::string& program) {
-  std::ofstream{"/var/log/tools.log"};
+  std::filesystem::remove("/var/log/tools.log");
   run_measured(program, get_csv);
   return content_of(get_csv.output) + content_of("/tmp/dbgCGI.log") + content_of("/var/log/tools.log");
 }

@@ -16,8 +16,8 @@ double instructions_of(const std::string& program) {
   const std::string command = "REQUEST_METHOD=GET valgrind --tool=callgrind --callgrind-out-file=/dev/null " +
                               program + " 2> /tmp/callgrind.log > /tmp/bench.answer";
   if (std::system(command.c_str()) != 0) fail(content_of("/tmp/callgrind.log"));
-  if (content_of("/tmp/bench.answer").find("ERROR_RORRE") == std::string::npos)
-    fail(program + " was not refused");
+  const bool refused = content_of("/tmp/bench.answer").find("ERROR_RORRE") != std::string::npos;
+  if (!refused) fail(program + " was not refused");
   const std::string log = content_of("/tmp/callgrind.log");
   const std::string title = "Collected : ";
   const std::size_t found = log.find(title);

@@ -1,5 +1,6 @@
 #include "base/files.hpp"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,11 +9,31 @@
 namespace {
 
 constexpr std::size_t copy_block_size = 4096;
+constexpr mode_t new_file_mode = 0666;
 
 }  // namespace
 
 unique_file open_for_reading(const char* path) {
   return unique_file{std::fopen(path, "re")};
+}
+
+unique_file open_for_writing(const char* path, write_mode mode) {
+  const bool appends = mode == write_mode::append;
+  const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (appends ? O_APPEND : O_TRUNC);
+  unique_fd descriptor{open(path, flags, new_file_mode)};
+  if (!descriptor) return nullptr;
+  unique_file file{fdopen(descriptor.get(), appends ? "a" : "w")};
+  if (file) static_cast<void>(descriptor.release());
+  return file;
+}
+
+unique_folder open_folder(const char* path) {
+  return unique_folder{opendir(path)};
+}
+
+const char* next_name(DIR* folder) {
+  const dirent* entry = readdir(folder);
+  return entry != nullptr ? entry->d_name : nullptr;
 }
 
 bool file_exists(const char* path) {

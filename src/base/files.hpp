@@ -1,6 +1,8 @@
-// Files: the one door to reading them. Log lines have their own (trace.hpp).
+// Files: the one door to reading and writing them. Log lines have their own (trace.hpp).
 
 #pragma once
+
+#include <dirent.h>
 
 #include <cstddef>
 #include <cstdio>
@@ -10,6 +12,18 @@
 
 // Opens a file for reading; empty when it cannot be opened.
 [[nodiscard]] unique_file open_for_reading(const char* path);
+
+enum class write_mode { replace, append };
+
+// Opens a file for writing, creating it when needed; empty when it cannot be opened. A symbolic link that
+// somebody planted at the path is not followed.
+[[nodiscard]] unique_file open_for_writing(const char* path, write_mode mode);
+
+// Opens a folder; empty when it cannot be opened.
+[[nodiscard]] unique_folder open_folder(const char* path);
+
+// The next name in the folder, in no particular order; null after the last one.
+[[nodiscard]] const char* next_name(DIR* folder);
 
 // True when something of that name exists, readable or not.
 [[nodiscard]] bool file_exists(const char* path);

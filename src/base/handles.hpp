@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <dirent.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -14,6 +15,12 @@ struct file_closer {
 };
 // A buffered file stream; empty when it could not be opened.
 using unique_file = std::unique_ptr<std::FILE, file_closer>;
+
+struct folder_closer {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+// An open folder; empty when it could not be opened.
+using unique_folder = std::unique_ptr<DIR, folder_closer>;
 
 struct pipe_closer {
   void operator()(std::FILE* stream) const { pclose(stream); }
@@ -35,6 +42,9 @@ class unique_fd {
   ~unique_fd() {
     if (descriptor_ >= 0) close(descriptor_);
   }
+
+  // Gives the descriptor away: the caller closes it.
+  [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
 
   [[nodiscard]] int get() const { return descriptor_; }
   [[nodiscard]] explicit operator bool() const { return descriptor_ >= 0; }

@@ -21,8 +21,11 @@ std::size_t text_limit(std::string_view path, std::size_t buffer_size, std::stri
   return buffer_size > around ? buffer_size - around : 0;
 }
 
-void write_line(const char* path, int flags, std::string_view text) {
-  const unique_fd file{open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, log_file_mode)};
+unique_fd open_log(const char* path, int flags) {
+  return unique_fd{open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, log_file_mode)};
+}
+
+void write_line(const unique_fd& file, std::string_view text) {
   if (!file) return;
   char line_feed = '\n';
   const std::array<iovec, 2> line{
@@ -33,12 +36,22 @@ void write_line(const char* path, int flags, std::string_view text) {
   [[maybe_unused]] const ssize_t written = writev(file.get(), line.data(), line.size());
 }
 
+std::string_view appended_text(const char* path, std::size_t buffer_size, std::string_view text) {
+  return text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" >> "));
+}
+
 }  // namespace
 
 void trace_append(const char* path, std::size_t buffer_size, std::string_view text) {
-  write_line(path, O_APPEND, text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" >> ")));
+  write_line(open_log(path, O_APPEND), appended_text(path, buffer_size, text));
 }
 
 void trace_replace(const char* path, std::size_t buffer_size, std::string_view text) {
-  write_line(path, O_TRUNC, text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" > ")));
+  write_line(open_log(path, O_TRUNC),
+             text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" > ")));
+}
+
+void trace_log::append(std::string_view text) {
+  if (!file_) file_ = open_log(path_, O_APPEND);
+  write_line(file_, appended_text(path_, buffer_size_, text));
 }

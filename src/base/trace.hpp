@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "base/handles.hpp"
+
 // The command buffers, in bytes with their terminator.
 inline constexpr std::size_t short_command_size = 128;
 inline constexpr std::size_t command_size = 256;
@@ -20,3 +22,15 @@ void trace_append(const char* path, std::size_t buffer_size, std::string_view te
 
 // The same, but the line replaces what the file held.
 void trace_replace(const char* path, std::size_t buffer_size, std::string_view text);
+
+// A log that takes many lines in a row: trace_append with the file kept open, from its first line on.
+class trace_log {
+ public:
+  trace_log(const char* path, std::size_t buffer_size) : path_(path), buffer_size_(buffer_size) {}
+  void append(std::string_view text);
+
+ private:
+  const char* path_;
+  std::size_t buffer_size_;
+  unique_fd file_;
+};

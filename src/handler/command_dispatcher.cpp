@@ -8,11 +8,18 @@
 #include "base/files.hpp"
 #include "base/fixed_text.hpp"
 #include "base/shell.hpp"
+#include "base/trace.hpp"
 #include "base/unit.hpp"
 #include "cgi/accessors.hpp"
 #include "cgi/headers.hpp"
 #include "cgi/state.hpp"
+#include "discovery/csv_compilation.hpp"
+#include "discovery/device_records.hpp"
 #include "discovery/discovery_socket.hpp"
+#include "discovery/discovery_state.hpp"
+#include "discovery/key_header.hpp"
+#include "discovery/one_pass.hpp"
+#include "discovery/reply_collection.hpp"
 #include "listing/device_listing.hpp"
 
 namespace {
@@ -35,6 +42,38 @@ void discover_decoders() {
   list_answering_devices(2);
 }
 
+// Asks every unit that answers in the first pass for all it has, one after the other, and compiles the
+// answers.
+void discover_two_pass() {
+  const int count = hsdr();
+  fixed_text<short_command_size> line;
+  line.print("HANDLER: count is %d", count);
+  trace_append(unit::pass_log, short_command_size, line.view());
+  for (int i = 0; i < count; ++i) {
+    const int sent = suq(node_addresses[static_cast<std::size_t>(i)]);
+    const int stored = collect_node_reply(i);
+    line.print("HANDLER: round %d/%d = %d,%d", i, count, sent, stored);
+    trace_append(unit::pass_log, short_command_size, line.view());
+  }
+  cr(count);
+}
+
+void discover_devices_api() {
+  ckht(discovery_mode, unit::discover_csv);
+  {
+    const discovery_session session;
+    if (!session || send_discovery_query() == 0) return;
+    if (mcd_mode == 1) {
+      trace_append(unit::mode_log, short_command_size, "Running Original Discover Mode...");
+      discover_one_pass();
+    } else {
+      trace_append(unit::mode_log, short_command_size, "Running 2-Pass Discover Mode...");
+      discover_two_pass();
+    }
+  }
+  shell_run("cp /tmp/discover.csv /www/site.csv");
+}
+
 // Writes the file into the body, unchanged, or the line that stands for a missing one.
 void write_file(const char* path, const char* missing_line) {
   const unique_file file = open_for_reading(path);
@@ -51,7 +90,7 @@ std::string_view without_tildes(std::string_view line) {
 }
 
 void write_discovery_summary() {
-  const unique_file file = open_for_reading("/tmp/discover.info");
+  const unique_file file = open_for_reading(unit::discover_info);
   if (!file) return;
   line_buffer line;
   const bool empty = read_line(file.get(), line) == 0;
@@ -61,7 +100,7 @@ void write_discovery_summary() {
 
 void get_csv_discover() {
   write_discovery_summary();
-  write_file("/tmp/discover.csv", "No Discover CSV File Present\n");
+  write_file(unit::discover_csv, "No Discover CSV File Present\n");
 }
 
 void get_csv_import() {
@@ -103,6 +142,7 @@ struct command {
 constexpr auto commands = std::to_array<command>({
     {"DISCOVER_ENCODERS", discover_encoders},
     {"DISCOVER_DECODERS", discover_decoders},
+    {"DISCOVER_DEVICES_API", discover_devices_api},
     {"GET_CSV_DISCOVER", get_csv_discover},
     {"GET_CSV_IMPORT", get_csv_import},
     {"CHECK_IMPORT_CSV_STATUS", check_import_csv_status},

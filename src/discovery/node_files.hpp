@@ -1,0 +1,24 @@
+// Node files: the answers of one unit, /tmp/node_N with N from 0. A file holds the datagrams taken for the
+// unit one after the other, with nothing between them. They exist from collection to compilation.
+
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "base/fixed_text.hpp"
+#include "base/handles.hpp"
+
+// How much of a node file is compiled, in bytes.
+inline constexpr std::size_t node_text_size = 2048;
+
+inline constexpr const char* node_folder = "/tmp";
+inline constexpr std::string_view node_name_start = "node_";
+
+[[nodiscard]] fixed_text<32> node_path(int number);
+
+// Appends the text to the unit's node file, creating it when needed. Returns false when it cannot be opened.
+[[nodiscard]] bool append_to_node_file(int number, std::string_view text);
+
+// Deletes every node file, those of earlier, interrupted runs included.
+void delete_node_files();

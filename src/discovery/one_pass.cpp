@@ -1,0 +1,128 @@
+#include "discovery/one_pass.hpp"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <span>
+#include <string_view>
+
+#include "base/clock.hpp"
+#include "base/datagram.hpp"
+#include "base/files.hpp"
+#include "base/fixed_text.hpp"
+#include "base/shell.hpp"
+#include "base/text.hpp"
+#include "base/trace.hpp"
+#include "discovery/collection_time.hpp"
+#include "discovery/csv_compilation.hpp"
+#include "discovery/discovery_state.hpp"
+#include "discovery/node_files.hpp"
+#include "discovery/node_search.hpp"
+
+namespace {
+
+constexpr std::size_t datagram_size = 2048;
+constexpr int most_misses = 5;
+
+struct collection {
+  std::array<in_addr_t, most_units> senders{};
+  node_search search;
+  trace_log log{"/tmp/mcD.log", command_size};
+};
+
+fixed_text<INET_ADDRSTRLEN> dotted(in_addr address) {
+  fixed_text<INET_ADDRSTRLEN> text;
+  inet_ntop(AF_INET, &address, text.buffer().data(), INET_ADDRSTRLEN);
+  return text;
+}
+
+bool is_known(const collection& run, in_addr_t sender) {
+  const std::span known{run.senders.data(), static_cast<std::size_t>(device_count)};
+  return std::ranges::find(known, sender) != known.end();
+}
+
+// The number of the node file that holds the sender's answer; -1 when there is none, and its datagram is
+// dropped.
+int find_node(collection& run, std::string_view sender) {
+  run.log.append("DEBUG MC B");
+  const search_line found = run.search.find(sender);
+  run.log.append("DEBUG MC C");
+  fixed_text<command_size> line;
+  line.print("%s %d", found.c_str(), static_cast<int>(found.view().size()));
+  run.log.append(line.view());
+
+  const std::size_t underscore = found.view().find('_');
+  if (underscore == std::string_view::npos || underscore == 0) {
+    run.log.append("DEBUG MC Zd");
+    return -1;
+  }
+  run.log.append("DEBUG MC D");
+  // In front of a lone node file's line stands no file name: the number is then read from the answer itself,
+  // and no digit reads as 0, which is that file.
+  const int number = leading_number(found.view().substr(underscore + 1));
+  if (number < 0 || number >= device_count) {
+    run.log.append("DEBUG MC Zc");
+    return -1;
+  }
+  run.log.append("DEBUG MC E");
+  line.print("Append to /tmp/node_%d of %d", number, device_count - 1);
+  run.log.append(line.view());
+  return number;
+}
+
+void store_datagram(collection& run, in_addr sender, std::string_view text) {
+  const bool known = is_known(run, sender.s_addr);
+  if (!known && static_cast<std::size_t>(device_count) >= run.senders.size()) return;
+  if (!known) run.senders[static_cast<std::size_t>(device_count)] = sender.s_addr;
+  const auto address = dotted(sender);
+  fixed_text<command_size> line;
+  line.print("IP=%s", address.c_str());
+  run.log.append(line.view());
+  run.log.append(known ? "DEBUG MC A" : "DEBUG MC NORMAL");
+
+  const int number = known ? find_node(run, address.view()) : device_count;
+  if (number < 0 || !append_to_node_file(number, text)) return;
+  run.search.add(number, text);
+  if (!known) ++device_count;
+}
+
+void log_exit(const collection_time& time, int misses) {
+  fixed_text<short_command_size> line;
+  line.print("hsdr() Exiting start:%d now:%d loops:%d", time.start(), time.now(), misses);
+  trace_replace("/tmp/MCa.log", short_command_size, line.view());
+}
+
+// Returns the last receive's result.
+int collect_answers() {
+  device_count = 0;
+  collection run;
+  shell_run("rm /tmp/mcD.log > /dev/null");
+  collection_time time;
+  std::array<char, datagram_size + 1> datagram;
+  int misses = 0;
+  for (;;) {
+    sockaddr_in sender{};
+    const int length = receive_datagram(discovery_socket, datagram, &sender);
+    const bool timed_out = length == -1 && errno == EAGAIN;
+    if (length > 0) store_datagram(run, sender.sin_addr, datagram.data());
+    if (time.over() || (length <= 0 && ++misses > most_misses && time.window_over())) {
+      log_exit(time, misses);
+      return length;
+    }
+    if (length > 0) continue;
+    pause_for(pause_after_silence);
+    if (!timed_out) return length;
+  }
+}
+
+}  // namespace
+
+int discover_one_pass() {
+  const int last = collect_answers();
+  if (device_count < 1) return last;
+  compile_node_files();
+  delete_node_files();
+  return last;
+}

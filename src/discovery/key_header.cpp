@@ -84,7 +84,7 @@ int akkh(int mode, std::string_view key) {
   if (!fits_as_key(key) || slot >= header_slots) return -1;
   if (mode != discovery_mode && ckv(key) != 1) return -1;
   key_header_entry& entry = columns.table[slot];
-  entry.class_set = static_cast<std::uint16_t>(entry.class_set | classify(key, header_classes));
+  entry.class_set = classify(key, header_classes);
   entry.key.assign_cut(key);
   return ++columns.fill;
 }

@@ -28,8 +28,8 @@ class node_search {
   // Takes in the node files that exist.
   node_search();
 
-  // Takes in what has just been appended to /tmp/node_<number>. Text for which there is no memory is not
-  // found.
+  // Takes in what has just been appended to /tmp/node_<number>; numbers are given out one by one from 0. Text
+  // for which there is no memory is not found.
   void add(int number, std::string_view text);
 
   // The first line that holds the dotted address behind one of the three keys; empty when none does.

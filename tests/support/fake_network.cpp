@@ -24,6 +24,9 @@ int bind_unit_socket(const std::string& address) {
   inet_aton(address.c_str(), &own.sin_addr);
   constexpr timeval short_wait{0, 20'000};
   setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &short_wait, sizeof short_wait);
+  // A child that is just being started still holds the last socket of this address.
+  constexpr int on = 1;
+  setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   if (bind(descriptor, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0) {
     std::perror(address.c_str());
     std::abort();

@@ -1,0 +1,149 @@
+// Collection of answers by units that really wait.
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "discovery/discovery_socket.hpp"
+#include "discovery/discovery_state.hpp"
+#include "discovery/key_header.hpp"
+#include "discovery/one_pass.hpp"
+#include "discovery/reply_collection.hpp"
+#include "support/fake_network.hpp"
+#include "support/files.hpp"
+#include "support/program.hpp"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Runs a one-pass discovery among these answers.
+void discover(std::vector<scripted_answer> script, const std::string& keys = "UNIT.ID\nIP.ADDRESS\n") {
+  write_file("/etc/keys.txt", keys);
+  ckht(1, "/tmp/discover.csv");
+  const fake_network network{std::move(script)};
+  const discovery_session session;
+  EXPECT_GT(send_discovery_query(), 0);
+  discover_one_pass();
+}
+
+std::string new_unit(const std::string& address) {
+  return "IP=" + address + "\nDEBUG MC NORMAL\n";
+}
+
+std::string known_unit(const std::string& address) {
+  return "IP=" + address + "\nDEBUG MC A\nDEBUG MC B\nDEBUG MC C\n";
+}
+
+}  // namespace
+
+TEST(OnePass, EveryUnitIsOneLineAndLateOnesCount) {
+  const std::time_t start = std::time(nullptr);
+  discover({{.text = "UNIT.ID=b&IP.ADDRESS=10.77.1.2&", .from = "10.77.1.2"},
+            {.text = "UNIT.ID=a&IP.ADDRESS=10.77.1.1&", .wait = 2000ms, .from = "10.77.1.1"},
+            {.text = "UNIT.ID=c&IP.ADDRESS=10.77.1.3&", .from = "10.77.1.3"}});
+  EXPECT_GT(std::time(nullptr), start + 3);
+  EXPECT_EQ(read_file("/tmp/discover.csv"),
+            "UNIT.ID,IP.ADDRESS\r\na,10.77.1.1\r\nb,10.77.1.2\r\nc,10.77.1.3\r\n");
+  EXPECT_EQ(read_file("/tmp/discover.info"), "Total=3&Ecount=0&Dcount=0~~~\n");
+  EXPECT_EQ(read_file("/tmp/mcD.log"), new_unit("10.77.1.2") + new_unit("10.77.1.1") + new_unit("10.77.1.3"));
+  EXPECT_EQ(read_file("/tmp/MCa.log").find("hsdr() Exiting start:"), 0U);
+  EXPECT_EQ(read_file("/tmp/node_0") + read_file("/tmp/discover.last"), "(missing)(missing)");
+}
+
+TEST(OnePass, FurtherDatagramsGoWhereTheSearchPoints) {
+  discover({
+      // A lone unit whose first "_" is followed by no digit: that reads as file 0.
+      {.text = "UNIT.ID=a&IP.STATIC_ADDRESS=10.77.1.1&", .from = "10.77.1.1"},
+      {.text = "IP.ADDRESS=more&", .from = "10.77.1.1"},
+      // Two files by now: the name stands in front.
+      {.text = "UNIT.ID=b&IP.ADDRESS=10.77.1.20&", .from = "10.77.1.20"},
+      {.text = "UNIT.ID=bb&", .from = "10.77.1.20"},
+      // The address is found in front of the further digit, in the file of another unit.
+      {.text = "UNIT.ID=c&", .from = "10.77.1.2"},
+      {.text = "UNIT.ID=stray&", .from = "10.77.1.2"},
+      // No file names this one: its second datagram is dropped.
+      {.text = "UNIT.ID=d&", .from = "10.77.3.9"},
+      {.text = "UNIT.ID=lost&", .from = "10.77.3.9"},
+  });
+  EXPECT_EQ(read_file("/tmp/discover.csv"),
+            "UNIT.ID,IP.ADDRESS\r\na,more\r\nc,\r\nd,\r\nstray,10.77.1.20\r\n");
+  const std::string first = "UNIT.ID=a&IP.STATIC_ADDRESS=10.77.1.1&\n";
+  const std::string second = "/tmp/node_1:UNIT.ID=b&IP.ADDRESS=10.77.1.20&\n";
+  const std::string joined = "/tmp/node_1:UNIT.ID=b&IP.ADDRESS=10.77.1.20&UNIT.ID=bb&\n";
+  const auto logged = [](const std::string& line) { return line + " " + std::to_string(line.size()) + "\n"; };
+  const auto kept = [](int number, int last) {
+    return "DEBUG MC D\nDEBUG MC E\nAppend to /tmp/node_" + std::to_string(number) + " of " +
+           std::to_string(last) + "\n";
+  };
+  EXPECT_EQ(read_file("/tmp/mcD.log"),
+            new_unit("10.77.1.1") + known_unit("10.77.1.1") + logged(first) + kept(0, 0) +
+                new_unit("10.77.1.20") + known_unit("10.77.1.20") + logged(second) + kept(1, 1) +
+                new_unit("10.77.1.2") + known_unit("10.77.1.2") + logged(joined) + kept(1, 2) +
+                new_unit("10.77.3.9") + known_unit("10.77.3.9") + logged("") + "DEBUG MC Zd\n");
+}
+
+TEST(OnePass, ANumberOfNoNodeFileDrops) {
+  discover({{.text = "_9&IP.ADDRESS=10.77.1.1&UNIT.ID=a&", .from = "10.77.1.1"},
+            {.text = "UNIT.ID=lost&", .from = "10.77.1.1"}});
+  const std::string log = read_file("/tmp/mcD.log");
+  EXPECT_TRUE(log.ends_with("DEBUG MC C\n_9&IP.ADDRESS=10.77.1.1&UNIT.ID=a&\n 35\nDEBUG MC Zd\n")) << log;
+  discover({{.text = "X_9&IP.ADDRESS=10.77.1.1&UNIT.ID=a&", .from = "10.77.1.1"},
+            {.text = "UNIT.ID=lost&", .from = "10.77.1.1"}});
+  EXPECT_TRUE(read_file("/tmp/mcD.log").ends_with("DEBUG MC D\nDEBUG MC Zc\n"));
+  EXPECT_EQ(read_file("/tmp/discover.csv"), "UNIT.ID,IP.ADDRESS\r\na,10.77.1.1\r\n");
+}
+
+TEST(OnePass, AnEmptyDatagramEndsTheCollectionAtOnce) {
+  discover({{.text = "UNIT.ID=a&"}, {.text = ""}, {.text = "UNIT.ID=b&", .from = "10.77.1.2"}});
+  EXPECT_EQ(read_file("/tmp/discover.csv"), "UNIT.ID,IP.ADDRESS\r\na,\r\n");
+  EXPECT_EQ(read_file("/tmp/MCa.log"), "(missing)");
+}
+
+TEST(OnePass, WithoutAnswersEarlierResultsStay) {
+  write_file("/tmp/discover.info", "old");
+  write_file("/tmp/mcD.log", "old");
+  discover({});
+  EXPECT_EQ(read_file("/tmp/discover.csv"), "UNIT.ID,IP.ADDRESS\r\n");
+  EXPECT_EQ(read_file("/tmp/discover.info"), "old");
+  EXPECT_EQ(read_file("/tmp/mcD.log"), "(missing)");
+  EXPECT_EQ(device_count, 0);
+}
+
+TEST(TwoPass, RecordsEverySenderInOrder) {
+  const fake_network network{{{.text = "x", .from = "10.77.1.9"},
+                              {.text = "x", .wait = 500ms, .from = "10.77.1.3"},
+                              {.text = "", .from = "10.77.1.4"},
+                              {.text = "x", .from = "10.77.1.9"}}};
+  const discovery_session session;
+  EXPECT_GT(send_discovery_query(), 0);
+  write_file("/tmp/MCb.log", "old");
+  EXPECT_EQ(hsdr(), 3);
+  const lines expected{"10.77.1.9", "10.77.1.3", "10.77.1.9"};
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    EXPECT_EQ(node_addresses[i], inet_addr(expected[i].c_str()));
+  EXPECT_EQ(node_addresses[3], 0U);
+  const std::string log = read_file("/tmp/MCb.log");
+  EXPECT_EQ(log.find("hsdr() Exiting start:"), 0U) << log;
+  EXPECT_TRUE(log.ends_with("\nhsdr() 3 nodes\n")) << log;
+}
+
+TEST(TwoPass, AnAnswerIsWhatComesWithoutAGap) {
+  write_file("/tmp/node_7", "old");
+  for (const bool late : {false, true}) {
+    const fake_network network{
+        {{.text = "one&"}, {.text = "two", .wait = late ? 1500ms : 0ms, .from = "10.77.1.2"}}};
+    const discovery_session session;
+    EXPECT_GT(send_discovery_query(), 0);
+    EXPECT_EQ(collect_node_reply(7), late ? 4 : 7);
+    EXPECT_EQ(read_file("/tmp/node_7"), late ? "one&" : "one&two");
+  }
+  const discovery_session silent;
+  EXPECT_EQ(collect_node_reply(7), 0);
+  EXPECT_EQ(read_file("/tmp/node_7"), "");
+}

@@ -1,1 +1,167 @@
+// Discovery into CSV by the built program: every file that it leaves, byte for byte, and whole sites at once.
 
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "support/files.hpp"
+#include "support/program.hpp"
+
+namespace {
+
+void start_fleet(const std::string& options) {
+  ASSERT_EQ(std::system(("fleet " + options +
+                         " > /tmp/fleet.out & for i in $(seq 300); do "
+                         "grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1")
+                            .c_str()),
+            0);
+}
+
+void start_mixed_fleet() {
+  write_file("/etc/keys.txt", "IP.ADDRESS\nUNIT.ID\nUNIT.MODEL\nQUERY.ALL\nVW.NAME\n");
+  write_file("/tmp/units.csv",
+             "IP.ADDRESS,UNIT.SERIAL,UNIT.MODEL,UNIT.ID,VW.NAME\r\n"
+             "10.77.1.9,K1,TX610,Desk,\r\n"
+             "10.77.1.10,K2,KestR-2,Wall,\"Room 1, left\"\r\n"
+             "10.77.1.11,K3,T-PL,Plate,$(touch /tmp/owned)\r\n"
+             "10.77.1.12,K4,Other,Stranger,x\r\n");
+  start_fleet("--units /tmp/units.csv");
+}
+
+const std::string header = "IP.ADDRESS,UNIT.ID,UNIT.MODEL,VW.NAME\r\n";
+const std::string decoder_line = "10.77.1.10,Wall,KestR-2,\"Room 1, left\"\r\n";
+const std::string encoder_line = "10.77.1.9,Desk,TX610,\r\n";
+const std::string csv = header + decoder_line + "10.77.1.11,Plate,T-PL,$(touch /tmp/owned)\r\n" +
+                        "10.77.1.12,Stranger,Other,x\r\n" + encoder_line;
+
+void expect_compiled_files() {
+  EXPECT_EQ(read_file("/tmp/discover.csv"), csv);
+  EXPECT_EQ(read_file("/www/site.csv"), csv);
+  EXPECT_EQ(read_file("/tmp/discover.info"), "Total=4&Ecount=2&Dcount=1~~~\n");
+  EXPECT_EQ(read_file("/tmp/encoders.csv"), encoder_line);
+  EXPECT_EQ(read_file("/tmp/decoders.csv"), decoder_line);
+}
+
+// A log line's clock readings are left out of a comparison.
+std::string without_times(std::string log) {
+  for (const char* name : {"start:", "now:", "loops:"}) {
+    const std::size_t begin = log.find(name) + std::string{name}.size();
+    log.erase(begin, log.find_first_not_of("0123456789", begin) - begin);
+  }
+  return log;
+}
+
+std::ptrdiff_t count_lines(const std::string& text) {
+  return std::ranges::count(text, '\n');
+}
+
+// Whether this machine lets a socket hold that many bytes unread.
+bool can_hold(int bytes) {
+  const int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
+  setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
+  int granted = 0;
+  socklen_t size = sizeof granted;
+  getsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &granted, &size);
+  close(descriptor);
+  return granted >= bytes;
+}
+
+}  // namespace
+
+TEST(Discovery, OnePassLeavesEveryFile) {
+  start_mixed_fleet();
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).out, page("DISCOVER_DEVICES_API", ""));
+  expect_compiled_files();
+  EXPECT_EQ(read_file("/tmp/MCm.log"), "Using Mode 1\nRunning Original Discover Mode...\n");
+  EXPECT_EQ(without_times(read_file("/tmp/MCa.log")), "hsdr() Exiting start: now: loops:\n");
+  EXPECT_EQ(read_file("/tmp/mcD.log"),
+            "IP=10.77.1.9\nDEBUG MC NORMAL\nIP=10.77.1.10\nDEBUG MC NORMAL\n"
+            "IP=10.77.1.11\nDEBUG MC NORMAL\nIP=10.77.1.12\nDEBUG MC NORMAL\n");
+  EXPECT_EQ(list_folder("/tmp"),
+            (lines{"MCa.log", "MCm.log", "MCt.log", "dbgCGI.log", "decoders.csv", "discover.csv",
+                   "discover.info", "encoders.csv", "fleet.out", "mcD.log", "units.csv"}));
+  EXPECT_EQ(run_program(get("CMD=GET_CSV_DISCOVER")).out,
+            page("GET_CSV_DISCOVER", "DISCOVERED CSV DATA: Total=4&Ecount=2&Dcount=1~~~\n\n" + csv));
+}
+
+TEST(Discovery, TwoPassLeavesEveryFile) {
+  start_mixed_fleet();
+  std::system("qelparam s UNIT.MCD_MODE 2");
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).out, page("DISCOVER_DEVICES_API", ""));
+  expect_compiled_files();
+  EXPECT_EQ(read_file("/tmp/MCm.log"), "Using Mode 2\nRunning 2-Pass Discover Mode...\n");
+  std::string rounds;
+  const std::string last = read_file("/tmp/discover.last");
+  for (int i = 0; i < 4; ++i) {
+    const std::string number = std::to_string(i);
+    // The length of each node file stands in the listing made before they were deleted.
+    const std::string size = shell_output("grep node_" + number + "$ /tmp/discover.last | awk '{printf $5}'");
+    rounds.append("HANDLER: round ").append(number).append("/4 = 44,").append(size).append("\n");
+  }
+  EXPECT_EQ(count_lines(last), 4);
+  EXPECT_EQ(
+      without_times(read_file("/tmp/MCb.log")),
+      "hsdr() Exiting start: now: loops:\nhsdr() 4 nodes\nHANDLER: count is 4\n" + rounds + "cr() 4 nodes\n");
+}
+
+TEST(Discovery, WithoutUnitsOnlyTheHeaderIsNew) {
+  write_file("/etc/keys.txt", "A\nB\n");
+  write_file("/tmp/discover.info", "old");
+  for (const std::string mode : {"1", "2"}) {
+    std::system(("qelparam s UNIT.MCD_MODE " + mode).c_str());
+    EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);
+    EXPECT_EQ(read_file("/www/site.csv"), "A,B\r\n") << mode;
+    EXPECT_EQ(read_file("/tmp/discover.info"), "old") << mode;
+    EXPECT_EQ(read_file("/tmp/encoders.csv"), "(missing)") << mode;
+  }
+}
+
+// All first datagrams come ahead of the second ones: of every unit, both reach the CSV.
+TEST(Discovery, TwoThousandUnitsAtOnceLoseNothing) {
+  constexpr int charged_bytes = 2047 * 2 * 1280;  // what the system charges for datagrams of up to 700 bytes
+  start_fleet("--count 2046 --self --interleave --split 700 " +
+              std::string{can_hold(charged_bytes) ? "--burst" : "--pace-us 300"});
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);
+  EXPECT_EQ(count_lines(read_file("/tmp/discover.csv")), 2048);
+  EXPECT_EQ(read_file("/tmp/discover.info"), "Total=2047&Ecount=1024&Dcount=1023~~~\n");
+  // The model stands in the first datagram of every unit, the stream port in the second one.
+  EXPECT_EQ(shell_output("grep -c 'Append to' /tmp/mcD.log"), "2047\n");
+  EXPECT_EQ(shell_output("grep -c 'MC Z' /tmp/mcD.log"), "0\n");
+  EXPECT_EQ(shell_output("cut -d, -f1 /www/site.csv | sort -u | wc -l"), "2048\n");
+}
+
+TEST(Discovery, HostileUnitsOnlyFillTheirOwnLines) {
+  start_fleet("--count 60 --hostile --duplicate 2 --split 300 --flood 20");
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);
+  EXPECT_EQ(read_file("/tmp/discover.info").find("Total=60&"), 0U);
+  EXPECT_FALSE(std::filesystem::exists("/tmp/owned"));
+  EXPECT_EQ(shell_output("ls /tmp/node_* 2> /dev/null"), "");
+}
+
+TEST(Discovery, HostileUnitsInTheTwoPassMode) {
+  start_fleet("--count 10 --hostile");
+  std::system("qelparam s UNIT.MCD_MODE 2");
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);
+  EXPECT_EQ(read_file("/tmp/discover.info").find("Total=10&"), 0U);
+  EXPECT_FALSE(std::filesystem::exists("/tmp/owned"));
+}
+
+TEST(Discovery, OddFilesOfTheUnitDoNotStopIt) {
+  start_mixed_fleet();
+  std::filesystem::remove("/etc/keys.txt");
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);
+  EXPECT_EQ(read_file("/tmp/discover.csv"), "\r\n\r\n\r\n\r\n");
+  EXPECT_EQ(read_file("/tmp/discover.info"), "Total=4&Ecount=2&Dcount=1~~~\n");
+
+  write_file("/etc/keys.txt", std::string(1'000'000, 'k') + "\nUNIT.ID\n");
+  std::filesystem::remove("/tmp/discover.csv");
+  std::filesystem::create_symlink("/etc/passwd", "/tmp/discover.csv");
+  const std::string passwd = read_file("/etc/passwd");
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);
+  EXPECT_EQ(read_file("/etc/passwd"), passwd);
+}

@@ -40,7 +40,8 @@ cost run_measured(const std::string& program, const measured_request& request) {
   int status = 0;
   rusage usage{};
   if (wait4(process, &status, 0, &usage) != process || status != 0) fail(program + " failed");
-  return {microseconds(usage.ru_utime) + microseconds(usage.ru_stime), static_cast<double>(usage.ru_minflt)};
+  return {microseconds(usage.ru_utime) + microseconds(usage.ru_stime), static_cast<double>(usage.ru_minflt),
+          static_cast<double>(usage.ru_maxrss)};
 }
 
 double middle_mean(std::vector<double> values) {
@@ -53,7 +54,7 @@ double middle_mean(std::vector<double> values) {
 
 void print_row(const std::string& figure, double program, double floor, double aim) {
   const double ratio = program / floor;
-  std::printf("%-52s %12.0f %12.0f %7.3f %7.2f  %s\n", figure.c_str(), program, floor, ratio, aim,
+  std::printf("%-52s %12.1f %12.1f %7.3f %7.2f  %s\n", figure.c_str(), program, floor, ratio, aim,
               ratio <= aim ? "ok" : "over");
 }
 

@@ -10,6 +10,7 @@
 struct cost {
   double processor_us;  // user and system time, in microseconds
   double page_faults;
+  double peak_kib;  // of resident memory, of the largest process
 };
 
 // The environment and the standard input of a run; its answer goes to a file.

@@ -25,6 +25,29 @@ std::span<const key_header_entry> columns_of(int mode) {
   return std::span{import_header_table}.first(static_cast<std::size_t>(import_header_count));
 }
 
+// Where the search for a key begins. Units give their values in the order of the columns more often than not,
+// so it is behind the slot filled last, unless a repeated key, whose first slot takes the value, makes the
+// order matter.
+constinit std::size_t next_slot = 0;
+
+std::size_t search_start(int mode, std::size_t columns) {
+  return mode == discovery_mode && !key_header_repeats ? std::min(next_slot, columns) : 0;
+}
+
+// The slot that bears the key, searched from `start` on and then from the first one; the number of columns
+// when none does.
+std::size_t slot_of(std::span<const key_header_entry> columns, const fixed_text<key_size>& key,
+                    std::size_t start) {
+  const auto bears_key = [&key](const key_header_entry& entry) { return entry.key == key; };
+  const auto first = columns.begin() + static_cast<std::ptrdiff_t>(start);
+  auto found = std::find_if(first, columns.end(), bears_key);
+  if (found == columns.end()) {
+    found = std::find_if(columns.begin(), first, bears_key);
+    if (found == first) return columns.size();
+  }
+  return static_cast<std::size_t>(found - columns.begin());
+}
+
 void store_in_vdt(std::string_view key, std::string_view value) {
   if (!vdt || current_record >= vdt_count) return;
   for (const vdt_column& column : vdt_columns) {
@@ -55,17 +78,16 @@ void vdt_free() {
 }
 
 int kvp_set_value(int mode, std::string_view key, std::string_view value) {
-  if (!kvp_table || current_record >= device_count || key.empty() || key.size() >= key_size) return -1;
+  fixed_text<key_size> wanted;
+  if (!kvp_table || current_record >= device_count || key.empty() || !wanted.assign_if_fits(key)) return -1;
   const std::span<const key_header_entry> columns = columns_of(mode);
-  const auto column =
-      std::ranges::find(columns, key, [](const key_header_entry& entry) { return entry.key.view(); });
-  if (column == columns.end()) return -1;
-  const auto slot = column - columns.begin();
-  key_header_entry& entry =
-      kvp_table[static_cast<std::size_t>(current_record)].slots[static_cast<std::size_t>(slot)];
-  entry.key.assign_cut(key);
+  const std::size_t slot = slot_of(columns, wanted, search_start(mode, columns.size()));
+  if (slot == columns.size()) return -1;
+  next_slot = slot + 1;
+  key_header_entry& entry = kvp_table[static_cast<std::size_t>(current_record)].slots[slot];
+  entry.key = wanted;
   if (!value.empty() && value.size() < key_size) entry.value.assign_cut(value);
-  entry.class_set = column->class_set;
+  entry.class_set = columns[slot].class_set;
   if (mode == discovery_mode) store_in_vdt(key, value);
   return static_cast<int>(slot);
 }

@@ -11,6 +11,7 @@ constinit std::array<in_addr_t, most_units> node_addresses{};
 constinit std::array<key_header_entry, header_slots> key_header_table{};
 constinit int key_header_count = 0;
 constinit int key_header_fill = 0;
+constinit bool key_header_repeats = false;
 constinit std::array<key_header_entry, header_slots> import_header_table{};
 constinit int import_header_count = 0;
 constinit int import_header_fill = 0;

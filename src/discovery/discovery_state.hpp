@@ -48,6 +48,7 @@ struct key_header_entry {
 extern std::array<key_header_entry, header_slots> key_header_table;
 extern int key_header_count;
 extern int key_header_fill;
+extern bool key_header_repeats;  // whether a key stands in it twice
 extern std::array<key_header_entry, header_slots> import_header_table;
 extern int import_header_count;
 extern int import_header_fill;

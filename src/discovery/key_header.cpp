@@ -64,6 +64,15 @@ int copy_keys(int mode, std::FILE* keys, std::FILE* csv) {
   return written;
 }
 
+bool has_repeats() {
+  const auto end = key_header_table.begin() + key_header_count;
+  for (auto entry = key_header_table.begin(); entry != end; ++entry) {
+    if (std::find_if(entry + 1, end, [&](const auto& other) { return other.key == entry->key; }) != end)
+      return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 int ckht(int mode, const char* path) {
@@ -75,6 +84,7 @@ int ckht(int mode, const char* path) {
   const int written = copy_keys(mode, keys.get(), csv.get());
   columns.count = written <= most_counted_keys ? written : 0;
   columns.fill = 0;
+  if (mode == discovery_mode) key_header_repeats = has_repeats();
   return written;
 }
 

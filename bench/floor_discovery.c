@@ -1,0 +1,244 @@
+/* The floor of the discovery bench: a one-pass discovery as a hand-written C program would do it: a receiver
+ * with a large buffer, the sender's place in its table as the search, direct log lines, then a sorted
+ * compilation. It starts the same tools as the program, and leaves the same files, as long as no unit's
+ * address begins with another's. */
+
+#include <arpa/inet.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <strings.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <time.h>
+#include <unistd.h>
+
+enum { most_units = 2047, most_keys = 128, text_size = 64, datagram_size = 2048 };
+
+static char keys[most_keys][text_size];
+static int key_count;
+static in_addr_t senders[most_units];
+static char heads[most_units][128];
+static int units;
+static char (*values)[most_keys][text_size];
+static int order[most_units];
+static int encoders;
+static int decoders;
+static int log_file = -1;
+
+static void run(const char* command) {
+  fflush(stdout);
+  if (system(command) == -1) perror(command);
+}
+
+static int first_line(const char* command, char* line, int size) {
+  memset(line, 0, (size_t)size);
+  fflush(stdout);
+  FILE* pipe = popen(command, "re");
+  if (pipe == NULL) return -1;
+  const int read = fgets(line, size, pipe) != NULL;
+  pclose(pipe);
+  return read;
+}
+
+static void trace(const char* path, int flags, const char* text) {
+  const int file = open(path, O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
+  if (file < 0) return;
+  if (write(file, text, strlen(text)) < 0) perror(path);
+  close(file);
+}
+
+static void note(const char* text) {
+  if (log_file < 0) log_file = open("/tmp/mcD.log", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+  if (write(log_file, text, strlen(text)) < 0) perror("mcD.log");
+}
+
+static void write_header(void) {
+  char line[256];
+  FILE* list = fopen("/etc/keys.txt", "re");
+  FILE* csv = fopen("/tmp/discover.csv", "we");
+  while (key_count < most_keys && fgets(line, sizeof line, list) != NULL) {
+    line[strcspn(line, "\r\n")] = '\0';
+    snprintf(keys[key_count], text_size, "%s", line);
+    fprintf(csv, key_count++ == 0 ? "%s" : ",%s", line);
+  }
+  fputs("\r\n", csv);
+  fclose(csv);
+  fclose(list);
+}
+
+static int open_socket(void) {
+  char line[32];
+  const int handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  const struct timeval wait = {0, 100000};
+  const int room = most_units * 2 * 2304;
+  const unsigned char ttl = 64;
+  setsockopt(handle, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+  if (setsockopt(handle, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room) != 0) {
+    setsockopt(handle, SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
+  }
+  first_line("qelparam g UNIT.MCD_TTL", line, sizeof line);
+  trace("/tmp/MCt.log", O_TRUNC, "Using TTL 64\n");
+  setsockopt(handle, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof ttl);
+  return handle;
+}
+
+static void send_query(int handle) {
+  static const char none[] = "CMD=START&UNIT.ID=NONE&QUERY.STATUS=TRUE&CMD=END";
+  static const char all[] = "CMD=START&UNIT.ID=ALL&QUERY.ALL=TRUE&CMD=END";
+  char line[32];
+  struct sockaddr_in group = {.sin_family = AF_INET, .sin_port = htons(8000)};
+  group.sin_addr.s_addr = inet_addr("226.0.0.19");
+  first_line("qelparam g UNIT.MCD_MODE", line, sizeof line);
+  trace("/tmp/MCm.log", O_TRUNC, "Using Mode 1\n");
+  sendto(handle, none, sizeof none - 1, 0, (struct sockaddr*)&group, sizeof group);
+  sendto(handle, all, sizeof all - 1, 0, (struct sockaddr*)&group, sizeof group);
+  trace("/tmp/MCm.log", O_APPEND, "Running Original Discover Mode...\n");
+}
+
+static void store(in_addr_t sender, const char* text) {
+  char line[512];
+  char address[INET_ADDRSTRLEN];
+  char path[32];
+  int node = 0;
+  while (node < units && senders[node] != sender) ++node;
+  if (node >= most_units) return;
+  inet_ntop(AF_INET, &sender, address, sizeof address);
+  snprintf(path, sizeof path, "/tmp/node_%d", node);
+  if (node == units) {
+    senders[units++] = sender;
+    snprintf(heads[node], sizeof heads[node], "%s", text);
+    snprintf(line, sizeof line, "IP=%s\nDEBUG MC NORMAL\n", address);
+  } else {
+    char found[128];
+    snprintf(found, sizeof found, "%s:%s", path, heads[node]);
+    snprintf(line, sizeof line,
+             "IP=%s\nDEBUG MC A\nDEBUG MC B\nDEBUG MC C\n%s %d\nDEBUG MC D\nDEBUG MC E\nAppend to "
+             "/tmp/node_%d of %d\n",
+             address, found, (int)strlen(found), node, units - 1);
+  }
+  note(line);
+  const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+  if (write(file, text, strlen(text)) < 0) perror(path);
+  close(file);
+}
+
+static void collect(int handle) {
+  static char datagram[datagram_size + 1];
+  const time_t start = time(NULL);
+  int misses = 0;
+  run("rm /tmp/mcD.log > /dev/null");
+  for (;;) {
+    struct sockaddr_in sender;
+    socklen_t size = sizeof sender;
+    const ssize_t length = recvfrom(handle, datagram, datagram_size, 0, (struct sockaddr*)&sender, &size);
+    if (length > 0) {
+      datagram[length] = '\0';
+      store(sender.sin_addr.s_addr, datagram);
+    } else if (++misses > 5 && time(NULL) > start + 3) {
+      break;
+    } else {
+      usleep(100000);
+    }
+  }
+  char line[128];
+  snprintf(line, sizeof line, "hsdr() Exiting start:%d now:%d loops:%d\n", (int)start, (int)time(NULL),
+           misses);
+  trace("/tmp/MCa.log", O_TRUNC, line);
+}
+
+static void count_model(const char* model) {
+  static const char* const decoder_models[] = {"RX610", "RX620", "RX630", "KestR", "KestR-2", "QV8R"};
+  static const char* const encoder_models[] = {"TX610",    "TX620",      "TX630",       "KestT",
+                                               "KestT-PL", "KestT-PL-K", "KestT-PL-RF", "KestT-2",
+                                               "QV8T",     "T-PL",       "T-PL-K",      "T-PL-RF"};
+  for (size_t i = 0; i < sizeof decoder_models / sizeof *decoder_models; ++i) {
+    if (strcasecmp(model, decoder_models[i]) == 0) ++decoders;
+  }
+  for (size_t i = 0; i < sizeof encoder_models / sizeof *encoder_models; ++i) {
+    if (strcasecmp(model, encoder_models[i]) == 0) ++encoders;
+  }
+}
+
+static void parse(int node) {
+  static char text[datagram_size + 1];
+  char path[32];
+  int column = 0;
+  snprintf(path, sizeof path, "/tmp/node_%d", node);
+  FILE* file = fopen(path, "re");
+  text[fread(text, 1, datagram_size, file)] = '\0';
+  fclose(file);
+  for (char *pair = text, *end; (end = strchr(pair, '&')) != NULL; pair = end + 1) {
+    *end = '\0';
+    char* value = strchr(pair, '=');
+    if (value == NULL) continue;
+    *value++ = '\0';
+    if (strcmp(pair, "UNIT.MODEL") == 0) count_model(value);
+    /* Units answer in the order of the columns: the search begins where the last one ended. */
+    for (int tried = 0; tried < key_count; ++tried, column = (column + 1) % key_count) {
+      if (strcmp(keys[column], pair) != 0) continue;
+      if (*value != '\0' && strlen(value) < text_size - 1) strcpy(values[node][column], value);
+      break;
+    }
+  }
+}
+
+static int compare(const void* left, const void* right) {
+  return strcmp(values[*(const int*)left][0], values[*(const int*)right][0]);
+}
+
+static void compile(void) {
+  char line[128];
+  values = calloc((size_t)units, sizeof *values);
+  for (int i = 0; i < units; ++i) parse(order[i] = i);
+  qsort(order, (size_t)units, sizeof *order, compare);
+  snprintf(line, sizeof line, "Total=%d&Ecount=%d&Dcount=%d~~~\n", units, encoders, decoders);
+  trace("/tmp/discover.info", O_TRUNC, line);
+  FILE* csv = fopen("/tmp/discover.csv", "ae");
+  for (int i = 0; i < units; ++i) {
+    for (int column = 0; column < key_count; ++column) {
+      const char* value = values[order[i]][column];
+      const int quoted = strchr(value, ',') != NULL;
+      if (column > 0) fputc(',', csv);
+      if (quoted) fputc('"', csv);
+      fputs(value, csv);
+      if (quoted) fputc('"', csv);
+    }
+    fputs("\r\n", csv);
+  }
+  fclose(csv);
+  run("grep -e \"TX610\" -e \"TX620\" -e \"TX630\" -e \"KestT\" -e \"KestT-PL\" -e \"KestT-PL-K\" -e "
+      "\"KestT-PL-RF\" "
+      "-e \"KestT-2\" -e \"QV8T\" /tmp/discover.csv > /tmp/encoders.csv");
+  run("grep -e \"RX610\" -e \"RX620\" -e \"RX630\" -e \"KestR\" -e \"KestR-2\" -e \"QV8R\" /tmp/discover.csv "
+      "> "
+      "/tmp/decoders.csv");
+  run("rm /tmp/node_* > /dev/null 2>&1");
+}
+
+int main(void) {
+  char line[256];
+  first_line("pidof handler.cgi", line, 32);
+  first_line("pidof update_fw.sh", line, 32);
+  run("/usr/local/bin/ast_send_event -1 e_stop_link > /dev/null 2>&1");
+  fprintf(stderr, "Request Method: %s\n", getenv("REQUEST_METHOD"));
+  snprintf(line, sizeof line, "cgic main() before cgiOnCalled() %s\n", getenv("QUERY_STRING"));
+  trace("/tmp/dbgCGI.log", O_TRUNC, line);
+  trace("/tmp/dbgCGI.log", O_APPEND, "\tCMD=DISCOVER_DEVICES_API\n");
+  trace("/tmp/dbgCGI.log", O_APPEND, "\tAbout to Call cgiMain() _%p_\n");
+  printf("Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n");
+  printf("<p>Key: CMD value: DISCOVER_DEVICES_API</p>\n");
+  write_header();
+  const int handle = open_socket();
+  send_query(handle);
+  collect(handle);
+  compile();
+  close(handle);
+  run("cp /tmp/discover.csv /www/site.csv");
+  puts("</BODY></HTML>");
+  trace("/tmp/dbgCGI.log", O_APPEND, "\tAbout to Call cgiOnClose()\n");
+  run("ast_send_event -1 e_reconnect");
+  return 0;
+}

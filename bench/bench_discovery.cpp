@@ -61,18 +61,22 @@ void start_fleet() {
   if (std::system(start) != 0) fail("the fleet does not start");
 }
 
-// The units of the last run whose line holds a value of both datagrams.
+// Where the field of that number begins, or npos.
+std::size_t find_field(const std::string& line, int number) {
+  std::size_t comma = 0;
+  for (; number > 0 && comma != std::string::npos; --number) comma = line.find(',', comma + 1);
+  return comma == std::string::npos ? comma : comma + 1;
+}
+
+// The units of the last run whose line holds a value of the second datagram, too.
 int complete_units() {
   std::ifstream csv{"/tmp/discover.csv"};
   int complete = 0;
   std::string line;
   std::getline(csv, line);
   while (std::getline(csv, line)) {
-    std::size_t field = 0;
-    for (int key = 0; key < last_whole_key && field != std::string::npos; ++key)
-      field = line.find(',', field + 1);
-    const bool last_is_there = field != std::string::npos && line[field + 1] == 'V';
-    complete += last_is_there && line.find(",RX610,") + line.find(",TX610,") != 0 ? 1 : 0;
+    const std::size_t last = find_field(line, last_whole_key);
+    if (last != std::string::npos && line[last] == 'V') ++complete;
   }
   return complete;
 }

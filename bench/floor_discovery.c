@@ -179,7 +179,7 @@ static void parse(int node) {
     /* Units answer in the order of the columns: the search begins where the last one ended. */
     for (int tried = 0; tried < key_count; ++tried, column = (column + 1) % key_count) {
       if (strcmp(keys[column], pair) != 0) continue;
-      if (*value != '\0' && strlen(value) < text_size - 1) strcpy(values[node][column], value);
+      if (*value != '\0' && strlen(value) < text_size - 1) memcpy(values[node][column], value, strlen(value));
       break;
     }
   }

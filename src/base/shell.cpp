@@ -1,5 +1,8 @@
 #include "base/shell.hpp"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -36,6 +39,23 @@ void put_tools_into_path() {
   std::free(longer_path);
 }
 
+// Children say nothing on our standard error: some web servers put it into the answer.
+class quiet_children {
+ public:
+  quiet_children() : saved_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+    const unique_fd nowhere{open("/dev/null", O_WRONLY | O_CLOEXEC)};
+    if (saved_ && nowhere) dup2(nowhere.get(), STDERR_FILENO);
+  }
+  quiet_children(const quiet_children&) = delete;
+  quiet_children& operator=(const quiet_children&) = delete;
+  ~quiet_children() {
+    if (saved_) dup2(saved_.get(), STDERR_FILENO);
+  }
+
+ private:
+  unique_fd saved_;
+};
+
 void prepare_command() {
   put_tools_into_path();
   std::fflush(stdout);
@@ -45,6 +65,7 @@ void prepare_command() {
 
 int shell_status(const char* command) {
   prepare_command();
+  const quiet_children quiet;
   return std::system(command);
 }
 
@@ -55,6 +76,7 @@ void shell_run(const char* command) {
 first_line shell_first_line(const char* command, std::span<char> line) {
   std::ranges::fill(line, '\0');
   prepare_command();
+  const quiet_children quiet;
   const unique_pipe pipe{popen(command, "re")};
   if (!pipe) return first_line::not_started;
   return read_line(pipe.get(), line) > 0 ? first_line::read : first_line::none;

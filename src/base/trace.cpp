@@ -22,7 +22,8 @@ std::size_t text_limit(std::string_view path, std::size_t buffer_size, std::stri
 }
 
 unique_fd open_log(const char* path, int flags) {
-  return unique_fd{open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, log_file_mode)};
+  return unique_fd{
+      open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, log_file_mode)};
 }
 
 void write_line(const unique_fd& file, std::string_view text) {

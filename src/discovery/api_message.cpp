@@ -25,6 +25,7 @@ bool api_request::finish() {
 }
 
 void api_request::append(std::string_view text) {
+  text = text_before_zero(text);
   const std::span<char> room = text_.buffer().subspan(length_, text_.capacity - length_);
   whole_ = whole_ && text.size() <= room.size();
   if (whole_) length_ += text.copy(room.data(), room.size());

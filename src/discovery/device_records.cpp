@@ -20,9 +20,9 @@ constexpr auto vdt_columns = std::to_array<vdt_column>({
 });
 
 std::span<const key_header_entry> columns_of(int mode) {
-  if (mode == discovery_mode)
-    return std::span{key_header_table}.first(static_cast<std::size_t>(key_header_count));
-  return std::span{import_header_table}.first(static_cast<std::size_t>(import_header_count));
+  const bool found = mode == discovery_mode;
+  const int count = found ? key_header_count : import_header_count;
+  return std::span{found ? key_header_table : import_header_table}.first(static_cast<std::size_t>(count));
 }
 
 // Where the search for a key begins. Units give their values in the order of the columns more often than not,
@@ -50,9 +50,9 @@ std::size_t slot_of(std::span<const key_header_entry> columns, const fixed_text<
 
 void store_in_vdt(std::string_view key, std::string_view value) {
   if (!vdt || current_record >= vdt_count) return;
+  vdt_record& unit = vdt[static_cast<std::size_t>(current_record)];
   for (const vdt_column& column : vdt_columns) {
-    if (equal_no_case(key, column.key))
-      (vdt[static_cast<std::size_t>(current_record)].*column.text).assign_cut(value);
+    if (equal_no_case(key, column.key)) (unit.*column.text).assign_cut(value);
   }
 }
 

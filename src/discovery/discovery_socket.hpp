@@ -2,8 +2,8 @@
 //   sends to   the discovery group 226.0.0.19, or one unit, port 8000; joins no group itself
 //   bound to   a port that the system picks; units answer to it
 //   receives   wait at most 100 ms, then fail with EAGAIN
-//   settings   UNIT.MCD_TTL (1 to 255, else 64) and UNIT.MCD_MODE (1 or 2, else as it was), read with
-//   qelparam logs       "Using TTL %d" in /tmp/MCt.log, "Using Mode %d" in /tmp/MCm.log, one line each
+//   settings   read with qelparam: UNIT.MCD_TTL, 1 to 255, else 64; UNIT.MCD_MODE, 1 or 2, else as it was
+//   logs       "Using TTL %d" in /tmp/MCt.log, "Using Mode %d" in /tmp/MCm.log, one line each
 
 #pragma once
 

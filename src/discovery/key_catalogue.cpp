@@ -178,6 +178,8 @@ constexpr auto key_classes = std::to_array<key_class>({
     {KEY_CLASS_EXTENDED, extended_keys},
     {KEY_CLASS_SECOND_GEN, second_gen_keys},
 });
+static_assert(excluded_keys.size() == 100 && status_keys.size() == 12 && encoder_keys.size() == 6 &&
+              decoder_keys.size() == 22 && extended_keys.size() == 5 && second_gen_keys.size() == 7);
 static_assert(std::ranges::all_of(key_classes, [](const key_class& row) {
   return std::ranges::all_of(row.keys, [](std::string_view key) { return key.size() <= longest_key; });
 }));

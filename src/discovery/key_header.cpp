@@ -66,11 +66,10 @@ int copy_keys(int mode, std::FILE* keys, std::FILE* csv) {
 
 bool has_repeats() {
   const auto end = key_header_table.begin() + key_header_count;
-  for (auto entry = key_header_table.begin(); entry != end; ++entry) {
-    if (std::find_if(entry + 1, end, [&](const auto& other) { return other.key == entry->key; }) != end)
-      return true;
-  }
-  return false;
+  return std::any_of(key_header_table.begin(), end, [&end](const key_header_entry& entry) {
+    const auto is_same = [&entry](const key_header_entry& other) { return other.key == entry.key; };
+    return std::count_if(key_header_table.begin(), end, is_same) > 1;
+  });
 }
 
 }  // namespace

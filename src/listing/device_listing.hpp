@@ -2,7 +2,8 @@
 //   encoder lines   MYSELF,<stream host>,<stream address>, then <unit id>,<address>,<stream address>
 //   decoder lines   <unit id>,<address>,<stream host>,<name>
 //   order           as the answers arrive; a unit that answers twice is listed twice
-//   ends            100 ms after the last answer; with no answer after about 0.9 s; at the latest after 60 s
+//   ends            at 100 ms of silence once a unit is listed, else after about 0.9 s of silence in all; at an
+//                   empty datagram or a socket error; at the latest after 60 s
 
 #pragma once
 

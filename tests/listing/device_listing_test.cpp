@@ -86,16 +86,27 @@ TEST(DeviceListing, EndsAfterFiveSilentReceives) {
 }
 
 TEST(DeviceListing, AnAnswerWithinTheSilenceIsListed) {
-  EXPECT_EQ(listed(1, {{.text = encoder("late"), .wait = 450ms}}), myself + encoder_line("late"));
+  EXPECT_EQ(listed(1, {{.text = encoder("late"), .wait = 250ms}}), myself + encoder_line("late"));
+}
+
+TEST(DeviceListing, AnAnswerAfterTheSilenceIsNotRead) {
+  EXPECT_EQ(listed(2, {{.text = "UNIT.MODEL=RX610&UNIT.ID=late", .wait = 2500ms}}), "");
+}
+
+TEST(DeviceListing, ASocketErrorEndsItAtOnce) {
+  const caught_answer caught;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(list_devices(2), 0);  // no socket is open
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 800ms);
 }
 
 TEST(DeviceListing, AGapAfterTheFirstUnitEndsIt) {
-  EXPECT_EQ(listed(1, {{.text = encoder("first")}, {.text = encoder("second"), .wait = 1500ms}}),
+  EXPECT_EQ(listed(1, {{.text = encoder("first")}, {.text = encoder("second"), .wait = 500ms}}),
             myself + encoder_line("first"));
 }
 
 TEST(DeviceListing, AnAnswerThatIsNotListedDoesNotCloseTheList) {
-  EXPECT_EQ(listed(1, {{.text = "UNIT.MODEL=RX610"}, {.text = encoder("E"), .wait = 450ms}}),
+  EXPECT_EQ(listed(1, {{.text = "UNIT.MODEL=RX610"}, {.text = encoder("E"), .wait = 250ms}}),
             myself + encoder_line("E"));
 }
 

@@ -69,6 +69,14 @@ TEST(Hostile, AnAnnouncedLengthBeyondTheMemoryIsADecodingFailure) {
   EXPECT_EQ(got.out, "Status: 500 Error reading form data\r\n\r\n");
 }
 
+// Some web servers put a program's standard error into its answer.
+TEST(Hostile, AMissingToolSaysNothingOnStandardError) {
+  static_cast<void>(shell_output("rm /usr/local/bin/*"));
+  const answer got = run_program(get("CMD=DISCOVER_ENCODERS"));
+  EXPECT_EQ(got.out, page("DISCOVER_ENCODERS", "MYSELF,,\n"));
+  EXPECT_EQ(got.err, "Request Method: GET\n");
+}
+
 TEST(Hostile, SigtermEndsABodyThatDoesNotCome) {
   pipe_ends body;
   pipe_ends page;

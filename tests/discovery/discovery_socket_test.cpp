@@ -96,9 +96,13 @@ TEST(DiscoverySocket, ReceivesWaitAHundredMilliseconds) {
 }
 
 TEST(DiscoverySocket, NoSocketIsAFailure) {
-  constexpr rlimit no_more{3, 3};
+  rlimit usual{};
+  getrlimit(RLIMIT_NOFILE, &usual);
+  const rlimit no_more{3, usual.rlim_max};
   setrlimit(RLIMIT_NOFILE, &no_more);
-  EXPECT_EQ(open_discovery_socket(), 0);
+  const int opened = open_discovery_socket();
+  setrlimit(RLIMIT_NOFILE, &usual);
+  EXPECT_EQ(opened, 0);
   EXPECT_EQ(discovery_socket, -1);
 }
 

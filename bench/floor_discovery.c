@@ -15,6 +15,8 @@
 #include <time.h>
 #include <unistd.h>
 
+#include "floor.h"
+
 enum { most_units = 2047, most_keys = 128, text_size = 64, datagram_size = 2048 };
 
 static char keys[most_keys][text_size];
@@ -27,28 +29,6 @@ static int order[most_units];
 static int encoders;
 static int decoders;
 static int log_file = -1;
-
-static void run(const char* command) {
-  fflush(stdout);
-  if (system(command) == -1) perror(command);
-}
-
-static int first_line(const char* command, char* line, int size) {
-  memset(line, 0, (size_t)size);
-  fflush(stdout);
-  FILE* pipe = popen(command, "re");
-  if (pipe == NULL) return -1;
-  const int read = fgets(line, size, pipe) != NULL;
-  pclose(pipe);
-  return read;
-}
-
-static void trace(const char* path, int flags, const char* text) {
-  const int file = open(path, O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
-  if (file < 0) return;
-  if (write(file, text, strlen(text)) < 0) perror(path);
-  close(file);
-}
 
 static void note(const char* text) {
   if (log_file < 0) log_file = open("/tmp/mcD.log", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);

@@ -8,6 +8,8 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "floor.h"
+
 static void refuse(const char* message) {
   printf(
       "Content-type: text/html,\n\n"
@@ -16,21 +18,6 @@ static void refuse(const char* message) {
       "%s</Center></BODY></HTML>",
       message);
   exit(0);
-}
-
-static int first_line(const char* command, char* line, int size) {
-  memset(line, 0, (size_t)size);
-  fflush(stdout);
-  FILE* pipe = popen(command, "re");
-  if (pipe == NULL) return -1;
-  const int read = fgets(line, size, pipe) != NULL;
-  pclose(pipe);
-  return read;
-}
-
-static void run(const char* command) {
-  fflush(stdout);
-  if (system(command) == -1) perror(command);
 }
 
 static void admit(void) {
@@ -45,13 +32,10 @@ static void admit(void) {
   run("/usr/local/bin/ast_send_event -1 e_stop_link > /dev/null 2>&1");
 }
 
-static void trace(int flags, const char* text) {
+static void note(int flags, const char* format, const char* text) {
   char line[256];
-  const int length = snprintf(line, sizeof line, "%s\n", text);
-  const int file = open("/tmp/dbgCGI.log", O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
-  if (file < 0) return;
-  if (write(file, line, (size_t)length) < 0) perror("trace");
-  close(file);
+  snprintf(line, sizeof line, format, text);
+  trace("/tmp/dbgCGI.log", flags, line);
 }
 
 static void copy(const char* path) {
@@ -73,18 +57,15 @@ static void summary(void) {
 }
 
 int main(void) {
-  char line[256];
   admit();
   const char* method = getenv("REQUEST_METHOD");
   const char* query = getenv("QUERY_STRING");
   fprintf(stderr, "Request Method: %s\n", method != NULL ? method : "");
   if (query == NULL || strncmp(query, "CMD=", 4) != 0) return 1;
 
-  snprintf(line, sizeof line, "cgic main() before cgiOnCalled() %s", query);
-  trace(O_TRUNC, line);
-  snprintf(line, sizeof line, "\t%s", query);
-  trace(O_APPEND, line);
-  trace(O_APPEND, "\tAbout to Call cgiMain() _%p_");
+  note(O_TRUNC, "cgic main() before cgiOnCalled() %s\n", query);
+  note(O_APPEND, "\t%s\n", query);
+  note(O_APPEND, "%s\n", "\tAbout to Call cgiMain() _%p_");
   printf(
       "Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n"
       "<p>Key: %s value: %s</p>\n",
@@ -92,7 +73,7 @@ int main(void) {
   summary();
   copy("/tmp/discover.csv");
   fputs("</BODY></HTML>\n", stdout);
-  trace(O_APPEND, "\tAbout to Call cgiOnClose()");
+  note(O_APPEND, "%s\n", "\tAbout to Call cgiOnClose()");
   run("ast_send_event -1 e_reconnect");
   return 0;
 }

@@ -13,6 +13,14 @@ constexpr mode_t new_file_mode = 0666;
 
 }  // namespace
 
+void open_missing_standard_descriptors() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor > STDERR_FILENO) close(descriptor);
+}
+
 unique_file open_for_reading(const char* path) {
   return unique_file{std::fopen(path, "re")};
 }

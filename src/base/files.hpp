@@ -10,6 +10,10 @@
 
 #include "base/handles.hpp"
 
+// Opens the empty device in the place of every standard descriptor that our starter left closed, so that no file or
+// socket of ours takes its number.
+void open_missing_standard_descriptors();
+
 // Opens a file for reading; empty when it cannot be opened.
 [[nodiscard]] unique_file open_for_reading(const char* path);
 

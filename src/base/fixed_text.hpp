@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstddef>
@@ -26,11 +27,10 @@ class fixed_text {
 
   void clear() { bytes_.fill('\0'); }
 
-  // Takes the text, or its first `capacity` bytes when it is longer.
+  // Takes the text, or its first `capacity` bytes when it is longer. It may be a part of this text.
   void assign_cut(std::string_view text) {
     text = text_before_zero(text).substr(0, capacity);
-    clear();
-    text.copy(bytes_.data(), text.size());
+    std::fill(std::copy(text.begin(), text.end(), bytes_.begin()), bytes_.end(), '\0');
   }
 
   // Takes the text and returns true, or returns false and keeps the old text when it is too long.

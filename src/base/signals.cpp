@@ -18,12 +18,16 @@ void end_standard_input(int) {
   if (empty >= 0) {
     dup2(empty, STDIN_FILENO);
     close(empty);
+  } else {
+    close(STDIN_FILENO);
   }
   errno = saved_errno;
 }
 
+// A signal that our starter ignores stays ignored, for our children as well: whoever set that meant it.
 void catch_signal(int number, void (*handler)(int)) {
   struct sigaction action {};
+  if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) return;
   action.sa_handler = handler;
   action.sa_flags = SA_RESTART;
   sigaction(number, &action, nullptr);
@@ -36,5 +40,5 @@ void catch_ending_signals() {
   catch_signal(SIGHUP, note_signal);
   catch_signal(SIGTERM, end_standard_input);
   // Some web servers ignore their children's ends, and we inherit that: no command would have a status.
-  catch_signal(SIGCHLD, SIG_DFL);
+  std::signal(SIGCHLD, SIG_DFL);
 }

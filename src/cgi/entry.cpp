@@ -6,6 +6,7 @@
 #include <new>
 #include <string_view>
 
+#include "base/files.hpp"
 #include "base/fixed_text.hpp"
 #include "base/signals.hpp"
 #include "base/text.hpp"
@@ -73,8 +74,8 @@ void capture_environment() {
   cgiOut = stdout;
 }
 
-// The announced length is only a promise: the buffer is as large as can be had, and a body that ends before
-// it is full is a failed one.
+// The announced length is only a promise: a length for which there is no memory, and a body that ends before it, are
+// failures.
 cgiParseResultType decode_urlencoded_body() {
   if (cgiContentLength == 0) return cgiParseSuccess;
   if (cgiContentLength < 0) return cgiParseMemory;
@@ -134,6 +135,7 @@ void trace_request() {
 }  // namespace
 
 int cgiServeRequest(const cgiHooks& hooks) {
+  open_missing_standard_descriptors();
   catch_ending_signals();
   hooks.onCalled();
   capture_environment();

@@ -62,6 +62,7 @@ void cgiFreeResources() {
     if (entry->tfileName[0] != '\0') unlink(entry->tfileName.get());
   }
   last_entry = nullptr;
+  search_position = nullptr;
 }
 
 int cgiStrEqNc(const char* left, const char* right) {

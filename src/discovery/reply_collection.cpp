@@ -55,9 +55,10 @@ int hsdr() {
 int collect_node_reply(int number) {
   const unique_file file = open_for_writing(node_path(number).c_str(), write_mode::replace);
   std::array<char, reply_size + 1> reply;
+  const collection_time time;
   std::size_t total = 0;
   int misses = 1;
-  for (;;) {
+  while (!time.over()) {
     const int length = receive_datagram(discovery_socket, reply);
     if (length > 0) {
       if (file) total += std::fwrite(reply.data(), 1, static_cast<std::size_t>(length), file.get());

@@ -8,7 +8,7 @@
 // latest after 60 s. Senders beyond the 2,047th are dropped. Returns the number recorded.
 int hsdr();
 
-// Second pass: stores what arrives after a unit was queried in the node file of that number, whoever sends
-// it. Ends at the first silence after data, or after five silent receives, about 0.9 s. Returns the number of
-// bytes written; 0 also when the file cannot be created, and the datagrams are then dropped.
+// Second pass: stores what arrives after a unit was queried in the node file of that number, whoever sends it.
+// Ends at the first silence after data, or after five silent receives, about 0.9 s; at the latest after 60 s.
+// Returns the number of bytes written; 0 also when the file cannot be created, and the datagrams are then dropped.
 int collect_node_reply(int number);

@@ -29,8 +29,7 @@ constexpr std::chrono::seconds longest_listing{60};
 // Returns false when no shell could be started.
 bool read_own_setting(const char* command, fixed_text<64>& value) {
   const first_line result = shell_first_line(command, value);
-  const fixed_text<64> line = value;
-  value.assign_cut(without_line_end(line.view()));
+  value.assign_cut(without_line_end(value.view()));
   return result != first_line::not_started;
 }
 

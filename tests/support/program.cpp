@@ -90,6 +90,12 @@ std::string shell_output(const std::string& command) {
   return output;
 }
 
+std::string refusal(const std::string& message) {
+  return "Content-type: text/html,\n\n<HTML><HEAD><meta name=\"ERROR_RORRE\" content=\"none\"></HEAD>"
+         "<BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 VLINK=#800080>\n<Center>\n" +
+         message + "</Center></BODY></HTML>";
+}
+
 std::string page(const std::string& command, const std::string& body) {
   return "Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: "
          "CMD value: " +

@@ -34,5 +34,10 @@ int wait_for(pid_t process);
 // Runs a shell command, such as curl or fleet, and returns what it writes to standard output.
 std::string shell_output(const std::string& command);
 
+// The whole answer to a request that is refused, and the message for one that comes while another runs.
+std::string refusal(const std::string& message);
+inline const std::string busy_message =
+    "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
+
 // What the program writes around the body lines of a command.
 std::string page(const std::string& command, const std::string& body);

@@ -1,7 +1,10 @@
 // Admission: who is refused, with which page, and what the link is told.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <string>
 
@@ -10,7 +13,6 @@
 
 namespace {
 
-const std::string busy = "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
 const std::string updating = "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
 
 // Starts a process of that name, which stays until the box ends.
@@ -22,21 +24,21 @@ void start_process(const std::string& name) {
             0);
 }
 
-std::string refusal() {
-  const std::string out = run_program(get("CMD=GET_NODES")).out;
-  const std::size_t center = out.find("<Center>\n");
-  return center == std::string::npos ? out : out.substr(center + 9, out.find("</Center>") - center - 9);
+void expect_refusal(const request& sent, const std::string& message) {
+  const answer got = run_program(sent);
+  EXPECT_EQ(got.status, 0);
+  EXPECT_EQ(got.out, refusal(message));
+  EXPECT_EQ(tool_calls(), lines{});
+  EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "(missing)");
 }
 
 }  // namespace
 
 TEST(Guard, FirmwareUpdateRefusesAndTheOtherRequestIsNamedFirst) {
   start_process("update_fw.sh");
-  EXPECT_EQ(refusal(), updating);
+  expect_refusal(get("CMD=GET_NODES"), updating);
   start_process("handler.cgi");
-  EXPECT_EQ(refusal(), busy);
-  EXPECT_EQ(tool_calls(), lines{});
-  EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "(missing)");
+  expect_refusal(post("CMD=GET_NODES"), busy_message);
 }
 
 // A process list that does not even hold this process cannot be trusted.
@@ -44,7 +46,19 @@ TEST(Guard, AnEmptyProcessListRefuses) {
   request blind = get("CMD=GET_NODES");
   blind.environment["PATH"] = "/usr/local/bin:/bin";
   plant_tool("pidof", "exit 1");
-  EXPECT_NE(run_program(blind).out.find(busy), std::string::npos);
+  expect_refusal(blind, busy_message);
+}
+
+TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
+  std::array<int, 2> body{};
+  ASSERT_EQ(pipe2(body.data(), O_CLOEXEC), 0);
+  const int out = open("/tmp/first.answer", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  const pid_t first = start_program(post("CMD=GET_NODES"), body[0], out);
+  for (int look = 0; look < 3000 && tool_calls().empty(); ++look) usleep(10'000);
+  EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, refusal(busy_message));
+  ASSERT_EQ(write(body[1], "CMD=GET_NODES", 13), 13);
+  EXPECT_EQ(wait_for(first), 0);
+  EXPECT_EQ(read_file("/tmp/first.answer"), page("GET_NODES", "No Nodes Detected\n"));
 }
 
 TEST(Guard, ReconnectsAfterEveryCommandButAFirmwareUpdate) {

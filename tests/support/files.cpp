@@ -18,9 +18,11 @@ void write_file(const std::string& path, const std::string& content) {
 }
 
 lines list_folder(const std::string& path) {
+  const std::string project = std::filesystem::current_path().string() + "/";
   lines names;
-  for (const auto& entry : std::filesystem::directory_iterator{path})
-    names.push_back(entry.path().filename());
+  for (const auto& entry : std::filesystem::directory_iterator{path}) {
+    if (!project.starts_with(entry.path().string() + "/")) names.push_back(entry.path().filename());
+  }
   std::ranges::sort(names);
   return names;
 }

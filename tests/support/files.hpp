@@ -11,7 +11,7 @@ using lines = std::vector<std::string>;
 std::string read_file(const std::string& path);
 void write_file(const std::string& path, const std::string& content);
 
-// The names in a folder, sorted.
+// The names in a folder, sorted, without one that this checkout lies below.
 lines list_folder(const std::string& path);
 
 // Puts a shell script in the place of one of the unit's tools. Without the #! line.

@@ -32,9 +32,9 @@ static void admit(void) {
   run("/usr/local/bin/ast_send_event -1 e_stop_link > /dev/null 2>&1");
 }
 
-static void note(int flags, const char* format, const char* text) {
+static void note(int flags, const char* begin, const char* end) {
   char line[256];
-  snprintf(line, sizeof line, format, text);
+  snprintf(line, sizeof line, "%s%s\n", begin, end);
   trace("/tmp/dbgCGI.log", flags, line);
 }
 
@@ -63,9 +63,9 @@ int main(void) {
   fprintf(stderr, "Request Method: %s\n", method != NULL ? method : "");
   if (query == NULL || strncmp(query, "CMD=", 4) != 0) return 1;
 
-  note(O_TRUNC, "cgic main() before cgiOnCalled() %s\n", query);
-  note(O_APPEND, "\t%s\n", query);
-  note(O_APPEND, "%s\n", "\tAbout to Call cgiMain() _%p_");
+  note(O_TRUNC, "cgic main() before cgiOnCalled() ", query);
+  note(O_APPEND, "\t", query);
+  note(O_APPEND, "\t", "About to Call cgiMain() _%p_");
   printf(
       "Content-type: text/html\r\n\r\n<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n"
       "<p>Key: %s value: %s</p>\n",
@@ -73,7 +73,7 @@ int main(void) {
   summary();
   copy("/tmp/discover.csv");
   fputs("</BODY></HTML>\n", stdout);
-  note(O_APPEND, "%s\n", "\tAbout to Call cgiOnClose()");
+  note(O_APPEND, "\t", "About to Call cgiOnClose()");
   run("ast_send_event -1 e_reconnect");
   return 0;
 }

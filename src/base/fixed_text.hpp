@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -30,7 +31,8 @@ class fixed_text {
   // Takes the text, or its first `capacity` bytes when it is longer. It may be a part of this text.
   void assign_cut(std::string_view text) {
     text = text_before_zero(text).substr(0, capacity);
-    std::fill(std::copy(text.begin(), text.end(), bytes_.begin()), bytes_.end(), '\0');
+    if (!text.empty()) std::memmove(bytes_.data(), text.data(), text.size());
+    std::fill(bytes_.data() + text.size(), bytes_.data() + N, '\0');
   }
 
   // Takes the text and returns true, or returns false and keeps the old text when it is too long.

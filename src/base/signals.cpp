@@ -24,10 +24,8 @@ void end_standard_input(int) {
   errno = saved_errno;
 }
 
-// A signal that our starter ignores stays ignored, for our children as well: whoever set that meant it.
 void catch_signal(int number, void (*handler)(int)) {
   struct sigaction action {};
-  if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) return;
   action.sa_handler = handler;
   action.sa_flags = SA_RESTART;
   sigaction(number, &action, nullptr);

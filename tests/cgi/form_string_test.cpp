@@ -67,6 +67,7 @@ TEST(UrlEncoded, DecodesEveryForm) {
            {"a=%zzb", "a=(0) "},
            {"a=%G1", "a=\x01(1) "},
            {"a=%c3%BC", "a=\xC3\xBC(2) "},
+           {"a=%ff%FE%0f", "a=\xFF\xFE\x0F(3) "},
            {"a=%00abc", "a=(0) "},
            {"%00=1", "=1(1) "},
            {{"a=x\0y&b=2", 9}, "a=x(1) b=2(1) "},

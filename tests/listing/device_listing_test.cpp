@@ -96,8 +96,8 @@ TEST(DeviceListing, AnAnswerAfterTheSilenceIsNotRead) {
 TEST(DeviceListing, ASocketErrorEndsItAtOnce) {
   const caught_answer caught;
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(list_devices(2), 0);  // no socket is open
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 800ms);
+  EXPECT_EQ(list_devices(2), 0);                               // no socket is open
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 350ms);  // a sleep a receive would take 400
 }
 
 TEST(DeviceListing, AGapAfterTheFirstUnitEndsIt) {

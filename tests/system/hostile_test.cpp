@@ -77,7 +77,15 @@ TEST(Hostile, AMissingToolSaysNothingOnStandardError) {
   EXPECT_EQ(got.err, "Request Method: GET\n");
 }
 
+// What a server ignores, its programs inherit as ignored.
+TEST(Hostile, ATalkativeToolEndsEvenWhereTheServerIgnoresPipes) {
+  std::signal(SIGPIPE, SIG_IGN);
+  plant_tool("qelparam", "while true; do echo 64; done");
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DECODERS")).out, page("DISCOVER_DECODERS", ""));
+}
+
 TEST(Hostile, SigtermEndsABodyThatDoesNotCome) {
+  std::signal(SIGTERM, SIG_IGN);
   pipe_ends body;
   pipe_ends page;
   request slow = post("");

@@ -21,18 +21,27 @@ void open_missing_standard_descriptors() {
   if (descriptor > STDERR_FILENO) close(descriptor);
 }
 
+namespace {
+
+// Opens without waiting: a pipe that somebody planted at a path must not hold the request.
+unique_file open_stream(const char* path, int flags, const char* mode) {
+  unique_fd descriptor{open(path, flags | O_NONBLOCK | O_CLOEXEC, new_file_mode)};
+  if (!descriptor) return nullptr;
+  unique_file file{fdopen(descriptor.get(), mode)};
+  if (file) static_cast<void>(descriptor.release());
+  return file;
+}
+
+}  // namespace
+
 unique_file open_for_reading(const char* path) {
-  return unique_file{std::fopen(path, "re")};
+  return open_stream(path, O_RDONLY, "r");
 }
 
 unique_file open_for_writing(const char* path, write_mode mode) {
-  const bool appends = mode == write_mode::append;
-  const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (appends ? O_APPEND : O_TRUNC);
-  unique_fd descriptor{open(path, flags, new_file_mode)};
-  if (!descriptor) return nullptr;
-  unique_file file{fdopen(descriptor.get(), appends ? "a" : "w")};
-  if (file) static_cast<void>(descriptor.release());
-  return file;
+  constexpr int writing = O_WRONLY | O_CREAT | O_NOFOLLOW;
+  return mode == write_mode::append ? open_stream(path, writing | O_APPEND, "a")
+                                    : open_stream(path, writing | O_TRUNC, "w");
 }
 
 unique_folder open_folder(const char* path) {

@@ -11,11 +11,11 @@ fixed_text<32> node_path(int number) {
   return path;
 }
 
-bool append_to_node_file(int number, std::string_view text) {
+int append_to_node_file(int number, std::string_view text) {
   const unique_file file = open_for_writing(node_path(number).c_str(), write_mode::append);
-  if (!file) return false;
-  std::fwrite(text.data(), 1, text.size(), file.get());
-  return true;
+  if (!file) return -1;
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  return static_cast<int>(std::fwrite(text.data(), 1, text.size(), file.get()));
 }
 
 void delete_node_files() {

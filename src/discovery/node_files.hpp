@@ -17,8 +17,9 @@ inline constexpr std::string_view node_name_start = "node_";
 
 [[nodiscard]] fixed_text<32> node_path(int number);
 
-// Appends the text to the unit's node file, creating it when needed. Returns false when it cannot be opened.
-[[nodiscard]] bool append_to_node_file(int number, std::string_view text);
+// Appends the text to the unit's node file, creating it when needed. Returns the number of bytes that reached the
+// file, or -1 when it cannot be opened.
+[[nodiscard]] int append_to_node_file(int number, std::string_view text);
 
 // Deletes every node file, those of earlier, interrupted runs included.
 void delete_node_files();

@@ -4,7 +4,6 @@
 #include <bit>
 
 #include "base/files.hpp"
-#include "base/text.hpp"
 #include "discovery/node_files.hpp"
 
 namespace {
@@ -47,7 +46,7 @@ void node_search::add(int number, std::string_view text) {
   if (file < files_.items().size()) add_text(file, text);
 }
 
-// Returns the place of /tmp/node_<number> in files_, or the place behind them when there is no memory for it.
+// Returns the position of /tmp/node_<number> in files_, or none when there is no memory for it.
 std::size_t node_search::file_of(int number) {
   const auto wanted = static_cast<std::size_t>(number);
   if (wanted < numbered_.items().size()) return numbered_.items()[wanted];
@@ -56,9 +55,11 @@ std::size_t node_search::file_of(int number) {
   const auto known = files_.items();
   const auto left =
       std::ranges::find(known, file.path.view(), [](const node_file& other) { return other.path.view(); });
-  const auto position = static_cast<std::size_t>(left - known.begin());
-  if (position == known.size() && !files_.append(file)) return position;
-  return numbered_.append(position) ? position : files_.items().size();
+  auto position = static_cast<std::size_t>(left - known.begin());
+  if (position == known.size() && !files_.append(file)) position = none;
+  // Without memory for the number the ones behind it cannot be told apart either: none of them is found.
+  const bool in_turn = wanted == numbered_.items().size();
+  return in_turn && numbered_.append(position) ? position : none;
 }
 
 void node_search::add_text(std::size_t number, std::string_view text) {
@@ -92,9 +93,23 @@ void node_search::add_places(std::size_t number, std::string_view text, std::siz
     const std::size_t line_feed = text.rfind('\n', key);
     const std::uint64_t line_start =
         line_feed != std::string_view::npos ? text_start + line_feed + 1 : file.line_start;
-    // Without memory the place is not found, as the header says.
-    static_cast<void>(places_.append({window_of(text.substr(value)), line_start, number}));
+    add_place(number, window_of(text.substr(value)), line_start);
   }
+}
+
+// Adds a place unless no address can match there, as each begins with a digit, or an earlier line of the file answers
+// for the same value.
+void node_search::add_place(std::size_t number, const window& text, std::uint64_t line_start) {
+  const char first = std::bit_cast<std::array<char, sizeof(window)>>(text)[0];
+  node_file& file = files_.items()[number];
+  if (first < '0' || first > '9' || file.place_count >= most_places_of_a_file) return;
+  const auto places = places_.items();
+  for (std::size_t known = file.last_place; known != none; known = places[known].next) {
+    if (places[known].text == text) return;
+  }
+  if (!places_.append({text, line_start, number, file.last_place})) return;
+  file.last_place = places.size();
+  ++file.place_count;
 }
 
 search_line node_search::find(std::string_view address) const {
@@ -134,7 +149,9 @@ search_line node_search::line_at(const place& found) const {
   if (!file || fseeko(file.get(), static_cast<off_t>(found.line_start), SEEK_SET) != 0) return line;
   read_line(file.get(), text.buffer());
   const bool one_file = files_.items().size() == 1;
-  const std::string_view content = without_line_end(text.view());
+  const std::string_view whole = text.view();
+  const std::string_view content =
+      whole.substr(0, whole.find('\n'));  // a carriage return stays, as with grep
   line.print("%s%s%.*s\n", one_file ? "" : node.path.c_str(), one_file ? "" : ":",
              static_cast<int>(content.size()), content.data());
   return line;

@@ -36,16 +36,21 @@ class node_search {
   [[nodiscard]] search_line find(std::string_view address) const;
 
  private:
+  static constexpr std::size_t none = SIZE_MAX;
+  // A flood must not make the search slow: of one file, this many different values behind a key are known.
+  static constexpr std::size_t most_places_of_a_file = 256;
   static constexpr std::size_t longest_address = 15;
   static constexpr std::size_t longest_key = 18;
 
   struct node_file {
-    fixed_text<256> path;
+    fixed_text<272> path;  // the folder and a name of at most 255 bytes
     std::uint64_t size = 0;
     std::uint64_t line_start = 0;  // where the last line begins
     // The end of the text: a key or an address that begins here may go on with the next text.
     std::array<char, longest_key + longest_address> tail{};
     std::size_t tail_size = 0;
+    std::size_t last_place = none;  // where its chain in places_ begins
+    std::size_t place_count = 0;
   };
   // What stands behind a key, up to the end of its line, filled up with zero bytes, which match no digit.
   using window = std::array<std::uint64_t, 2>;
@@ -53,6 +58,7 @@ class node_search {
     window text;
     std::uint64_t line_start;
     std::size_t file;
+    std::size_t next;  // the next place of the same file, or none
   };
 
   static window window_of(std::string_view text);
@@ -61,6 +67,7 @@ class node_search {
   void take_left_file(const char* name);
   std::size_t file_of(int number);
   void add_text(std::size_t file, std::string_view text);
+  void add_place(std::size_t file, const window& text, std::uint64_t line_start);
   void add_places(std::size_t file, std::string_view text, std::size_t known);
 
   growing_array<node_file> files_;

@@ -83,8 +83,10 @@ void store_datagram(collection& run, in_addr sender, std::string_view text) {
   run.log.append(known ? "DEBUG MC A" : "DEBUG MC NORMAL");
 
   const int number = known ? find_node(run, address.view()) : device_count;
-  if (number < 0 || !append_to_node_file(number, text)) return;
-  run.search.add(number, text);
+  if (number < 0) return;
+  const int written = append_to_node_file(number, text);
+  if (written < 0) return;
+  run.search.add(number, text.substr(0, static_cast<std::size_t>(written)));
   if (!known) ++device_count;
 }
 
@@ -99,21 +101,23 @@ int collect_answers() {
   device_count = 0;
   collection run;
   shell_run("rm /tmp/mcD.log > /dev/null");
-  collection_time time;
+  const collection_time time;
   std::array<char, datagram_size + 1> datagram;
   int misses = 0;
   for (;;) {
     sockaddr_in sender{};
     const int length = receive_datagram(discovery_socket, datagram, &sender);
     const bool timed_out = length == -1 && errno == EAGAIN;
-    if (length > 0) store_datagram(run, sender.sin_addr, datagram.data());
-    if (time.over() || (length <= 0 && ++misses > most_misses && time.window_over())) {
-      log_exit(time, misses);
+    if (length > 0) {
+      store_datagram(run, sender.sin_addr, datagram.data());
+      if (!time.over()) continue;
+    } else if (++misses <= most_misses || !time.window_over()) {
+      pause_for(pause_after_silence);
+      if (timed_out) continue;
       return length;
     }
-    if (length > 0) continue;
-    pause_for(pause_after_silence);
-    if (!timed_out) return length;
+    log_exit(time, misses);
+    return length;
   }
 }
 

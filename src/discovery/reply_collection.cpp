@@ -33,7 +33,7 @@ void log_exit(const collection_time& time, int misses, int count) {
 int hsdr() {
   node_addresses.fill(0);
   shell_run("rm /tmp/MCb.log > /dev/null 2>&1");
-  collection_time time;
+  const collection_time time;
   std::array<char, reply_size + 1> reply;
   std::size_t count = 0;
   int misses = 1;
@@ -54,6 +54,8 @@ int hsdr() {
 
 int collect_node_reply(int number) {
   const unique_file file = open_for_writing(node_path(number).c_str(), write_mode::replace);
+  // Unbuffered: what is counted is in the file.
+  if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
   std::array<char, reply_size + 1> reply;
   const collection_time time;
   std::size_t total = 0;

@@ -35,7 +35,7 @@ void expect_greps_results(const node_search& search, const std::string& situatio
 }
 
 void append(node_search& search, int number, const std::string& text) {
-  ASSERT_TRUE(append_to_node_file(number, text));
+  ASSERT_EQ(append_to_node_file(number, text), static_cast<int>(text.size()));
   search.add(number, text);
 }
 
@@ -77,14 +77,30 @@ TEST(NodeSearch, TextsJoinWhereverTheyAreCut) {
   }
 }
 
+TEST(NodeSearch, AFloodOfRepeatedKeysStaysQuickAndFindable) {
+  std::string flood = "IP.ADDRESS=10.0.0.1&\r\n";
+  while (flood.size() < 2000) flood += "IP.ADDRESS=IP.ADDRESS=9.9.9.9&";
+  node_search search;
+  for (int datagram = 0; datagram < 20'000; ++datagram) append(search, 0, flood);
+  EXPECT_EQ(search.find("10.0.0.1").view(), "IP.ADDRESS=10.0.0.1&\r\n");
+  expect_greps_results(search, "flood");
+}
+
 TEST(NodeSearch, AgreesWithGrepOnRandomFiles) {
   std::mt19937 random{20261124};
   const auto pick = [&random](std::size_t count) {
     return std::uniform_int_distribution<std::size_t>{0, count - 1}(random);
   };
-  const lines pieces{
-      "IP.ADDRESS=", "IP.STATIC_ADDRESS=", "DHCP.ADDRESS=", "ADDRESS=", "IP_ADDRESS=", "\n", "&", "_3",
-      "xyz"};
+  const lines pieces{"IP.ADDRESS=",
+                     "IP.STATIC_ADDRESS=",
+                     "DHCP.ADDRESS=",
+                     "ADDRESS=",
+                     "IP_ADDRESS=",
+                     "\r\n",
+                     "\n",
+                     "&",
+                     "_3",
+                     "xyz"};
   for (int round = 0; round < 12; ++round) {
     static_cast<void>(shell_output("rm -f /tmp/node_*"));
     if (round % 3 == 0) write_file("/tmp/node_5", "IP.ADDRESS=" + addresses[pick(addresses.size())]);

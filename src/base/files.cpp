@@ -11,18 +11,6 @@ namespace {
 constexpr std::size_t copy_block_size = 4096;
 constexpr mode_t new_file_mode = 0666;
 
-}  // namespace
-
-void open_missing_standard_descriptors() {
-  int descriptor = 0;
-  do {
-    descriptor = open("/dev/null", O_RDWR);
-  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-  if (descriptor > STDERR_FILENO) close(descriptor);
-}
-
-namespace {
-
 // Opens without waiting: a pipe that somebody planted at a path must not hold the request.
 unique_file open_stream(const char* path, int flags, const char* mode) {
   unique_fd descriptor{open(path, flags | O_NONBLOCK | O_CLOEXEC, new_file_mode)};
@@ -33,6 +21,14 @@ unique_file open_stream(const char* path, int flags, const char* mode) {
 }
 
 }  // namespace
+
+void open_missing_standard_descriptors() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor > STDERR_FILENO) close(descriptor);
+}
 
 unique_file open_for_reading(const char* path) {
   return open_stream(path, O_RDONLY, "r");
@@ -51,6 +47,10 @@ unique_folder open_folder(const char* path) {
 const char* next_name(DIR* folder) {
   const dirent* entry = readdir(folder);
   return entry != nullptr ? entry->d_name : nullptr;
+}
+
+void delete_file(const char* path) {
+  unlink(path);
 }
 
 bool file_exists(const char* path) {

@@ -10,11 +10,11 @@
 
 #include "base/handles.hpp"
 
-// Opens the empty device in the place of every standard descriptor that our starter left closed, so that no file or
-// socket of ours takes its number.
+// Opens the empty device in the place of every standard descriptor that our starter left closed, so that no
+// file or socket of ours takes its number.
 void open_missing_standard_descriptors();
 
-// Opens a file for reading; empty when it cannot be opened.
+// Opens a file for reading; empty when it cannot be opened. Neither this nor open_for_writing waits at a pipe.
 [[nodiscard]] unique_file open_for_reading(const char* path);
 
 enum class write_mode { replace, append };
@@ -28,6 +28,9 @@ enum class write_mode { replace, append };
 
 // The next name in the folder, in no particular order; null after the last one.
 [[nodiscard]] const char* next_name(DIR* folder);
+
+// Deletes a file; a missing one is no failure.
+void delete_file(const char* path);
 
 // True when something of that name exists, readable or not.
 [[nodiscard]] bool file_exists(const char* path);

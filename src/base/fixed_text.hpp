@@ -56,10 +56,10 @@ class fixed_text {
 
   [[nodiscard]] std::string_view view() const { return {bytes_.data()}; }
   [[nodiscard]] const char* c_str() const { return bytes_.data(); }
+  [[nodiscard]] bool empty() const { return bytes_[0] == '\0'; }
+
   // Compares whole buffers, which are zero-padded: quicker than finding both ends first.
   [[nodiscard]] bool operator==(const fixed_text& other) const = default;
-
-  [[nodiscard]] bool empty() const { return bytes_[0] == '\0'; }
 
  private:
   std::array<char, N> bytes_{};

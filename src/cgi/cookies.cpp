@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t number_text_size = 256;
 
 // The value of the first pair of that name. White space at the very start of the cookie text and around "="
-// counts as part of the pair, as it always has.
+// counts as part of the pair: it is skipped after a ";" only.
 std::optional<std::string_view> find_cookie(std::string_view name) {
   std::string_view text = cgiCookie;
   while (!text.empty()) {

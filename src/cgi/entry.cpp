@@ -74,8 +74,8 @@ void capture_environment() {
   cgiOut = stdout;
 }
 
-// The announced length is only a promise: a length for which there is no memory, and a body that ends before it, are
-// failures.
+// The announced length is only a promise: a length for which there is no memory, and a body that ends before
+// it, are failures.
 cgiParseResultType decode_urlencoded_body() {
   if (cgiContentLength == 0) return cgiParseSuccess;
   if (cgiContentLength < 0) return cgiParseMemory;

@@ -1,11 +1,10 @@
 #include "cgi/form_entry.hpp"
 
-#include <unistd.h>
-
 #include <cstring>
 #include <new>
 #include <utility>
 
+#include "base/files.hpp"
 #include "base/text.hpp"
 #include "cgi/state.hpp"
 
@@ -59,7 +58,7 @@ void cgiFreeResources() {
   while (cgiFormEntryFirst != nullptr) {
     const std::unique_ptr<cgiFormEntry> entry{cgiFormEntryFirst};
     cgiFormEntryFirst = entry->next;
-    if (entry->tfileName[0] != '\0') unlink(entry->tfileName.get());
+    if (entry->tfileName[0] != '\0') delete_file(entry->tfileName.get());
   }
   last_entry = nullptr;
   search_position = nullptr;

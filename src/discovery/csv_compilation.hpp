@@ -9,7 +9,7 @@
 
 #include <string_view>
 
-// Compiles node files 0 to count - 1 in the two-pass mode: cr, compile replies. A count below 1 writes only
+// Compiles node files 0 to count - 1 in the two-pass mode. A count below 1 writes only
 // its log line. The node files are listed in /tmp/discover.last, then deleted. Returns 0.
 int cr(int count);
 
@@ -26,6 +26,6 @@ int kvp_parse_reply(std::string_view text);
 // value the first stays; as many empty records end the table.
 void kvp_sort();
 
-// Writes current table to csv files: appends a line for each record to the file at path. A value with a comma
+// Appends a line for each record to the file at path. A value with a comma
 // stands in double quotes; double quotes inside it are not escaped. Returns 0.
 int wctf(const char* path);

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "base/fixed_text.hpp"
-#include "base/handles.hpp"
 
 // How much of a node file is compiled, in bytes.
 inline constexpr std::size_t node_text_size = 2048;
@@ -17,8 +16,8 @@ inline constexpr std::string_view node_name_start = "node_";
 
 [[nodiscard]] fixed_text<32> node_path(int number);
 
-// Appends the text to the unit's node file, creating it when needed. Returns the number of bytes that reached the
-// file, or -1 when it cannot be opened.
+// Appends the text to the unit's node file, creating it when needed. Returns the number of bytes that
+// reached the file, or -1 when it cannot be opened.
 [[nodiscard]] int append_to_node_file(int number, std::string_view text);
 
 // Deletes every node file, those of earlier, interrupted runs included.

@@ -97,8 +97,8 @@ void node_search::add_places(std::size_t number, std::string_view text, std::siz
   }
 }
 
-// Adds a place unless no address can match there, as each begins with a digit, or an earlier line of the file answers
-// for the same value.
+// Adds a place, unless no address can match there, as each begins with a digit, or an earlier line of the file
+// answers for the same value.
 void node_search::add_place(std::size_t number, const window& text, std::uint64_t line_start) {
   const char first = std::bit_cast<std::array<char, sizeof(window)>>(text)[0];
   node_file& file = files_.items()[number];

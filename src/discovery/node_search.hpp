@@ -71,7 +71,6 @@ class node_search {
   void add_places(std::size_t file, std::string_view text, std::size_t known);
 
   growing_array<node_file> files_;
-  growing_array<std::size_t>
-      numbered_;  // the place in files_ of each numbered file that this run has written
+  growing_array<std::size_t> numbered_;  // where in files_ each file stands that this run has written
   growing_array<place> places_;
 };

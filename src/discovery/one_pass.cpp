@@ -10,7 +10,6 @@
 
 #include "base/clock.hpp"
 #include "base/datagram.hpp"
-#include "base/files.hpp"
 #include "base/fixed_text.hpp"
 #include "base/shell.hpp"
 #include "base/text.hpp"

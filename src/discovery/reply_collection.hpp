@@ -3,12 +3,12 @@
 
 #pragma once
 
-// First pass: hear short device replies. Records the sender of every datagram in node_addresses, a second one
+// First pass: records the sender of every datagram in node_addresses, a second one
 // of the same sender too, until more than 3 s have passed and five receives in a row have failed; at the
 // latest after 60 s. Senders beyond the 2,047th are dropped. Returns the number recorded.
 int hsdr();
 
 // Second pass: stores what arrives after a unit was queried in the node file of that number, whoever sends it.
 // Ends at the first silence after data, or after five silent receives, about 0.9 s; at the latest after 60 s.
-// Returns the number of bytes written; 0 also when the file cannot be created, and the datagrams are then dropped.
+// Returns the number of bytes written; 0 also when the file cannot be created: the datagrams are then dropped.
 int collect_node_reply(int number);

@@ -11,8 +11,8 @@
 
 namespace {
 
-// The web page knows a refusal by this page's meta element. The comma after the type and the bare line feeds
-// have always been there; the servers take them.
+// The web page knows a refusal by this page's meta element. The comma after the type and the bare line feeds of the
+// header belong to the page as it is known.
 constexpr const char* cgiErrorPageFormat =
     "Content-type: text/html,\n\n"
     "<HTML><HEAD><meta name=\"ERROR_RORRE\" content=\"none\"></HEAD>"

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include "base/text.hpp"
 #include "cgi/state.hpp"
 #include "discovery/api_message.hpp"
+#include "discovery/collection_time.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/model_catalogue.hpp"
 
@@ -22,8 +22,6 @@ namespace {
 constexpr int encoder_mode = 1;
 constexpr std::size_t datagram_size = 1500;
 constexpr int most_waits = 4;
-constexpr std::chrono::milliseconds pause_after_silence{100};
-constexpr std::chrono::seconds longest_listing{60};
 
 // What one of this unit's own settings holds, without a line end; empty when the tool prints nothing.
 // Returns false when no shell could be started.
@@ -67,10 +65,10 @@ bool list_answer(int mode, std::string_view answer) {
 int list_devices(int mode) {
   device_count = 0;
   if (mode == encoder_mode) list_myself();
-  const auto end = steady_time() + longest_listing;
+  const collection_time time;
   std::array<char, datagram_size + 1> answer;
   int waits = 0;
-  while (steady_time() < end) {
+  while (!time.over()) {
     const int length = receive_datagram(discovery_socket, answer);
     if (length > 0) {
       if (list_answer(mode, answer.data())) ++device_count;

@@ -5,10 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "cgi/form_entry.hpp"
 #include "cgi/state.hpp"
@@ -98,6 +100,38 @@ TEST(Entry, ContentTypeAndBoundary) {
        }) {
     EXPECT_EQ(serve(post_of(row.type, "0")), served(row.captured + " length:0\n")) << row.type;
   }
+}
+
+TEST(Entry, CapturesEveryVariable) {
+  const std::array<std::pair<const char*, const char**>, 19> captured{{
+      {"SERVER_SOFTWARE", &cgiServerSoftware},
+      {"SERVER_NAME", &cgiServerName},
+      {"GATEWAY_INTERFACE", &cgiGatewayInterface},
+      {"SERVER_PROTOCOL", &cgiServerProtocol},
+      {"SERVER_PORT", &cgiServerPort},
+      {"REQUEST_METHOD", &cgiRequestMethod},
+      {"PATH_INFO", &cgiPathInfo},
+      {"PATH_TRANSLATED", &cgiPathTranslated},
+      {"SCRIPT_NAME", &cgiScriptName},
+      {"QUERY_STRING", &cgiQueryString},
+      {"REMOTE_HOST", &cgiRemoteHost},
+      {"REMOTE_ADDR", &cgiRemoteAddr},
+      {"AUTH_TYPE", &cgiAuthType},
+      {"REMOTE_USER", &cgiRemoteUser},
+      {"REMOTE_IDENT", &cgiRemoteIdent},
+      {"HTTP_ACCEPT", &cgiAccept},
+      {"HTTP_USER_AGENT", &cgiUserAgent},
+      {"HTTP_REFERER", &cgiReferrer},
+      {"HTTP_COOKIE", &cgiCookie},
+  }};
+  for (const auto& [name, variable] : captured) {
+    EXPECT_STREQ(*variable, "");
+    setenv(name, name, 1);
+  }
+  const int status =
+      cgiServeRequest({.onCalled = [] {}, .main = [] { return 0; }, .onClose = [] { return 5; }});
+  EXPECT_EQ(status, 5);
+  for (const auto& [name, variable] : captured) EXPECT_STREQ(*variable, name);
 }
 
 TEST(Entry, ChoosesTheDecoderByMethodAndType) {

@@ -68,6 +68,10 @@ TEST(DeviceListing, FieldsAreCutAtTheirWidths) {
                                 "&STREAM.HOST=" + address + "&VW.NAME=" + name}}),
             id.substr(0, 127) + "," + address.substr(0, 31) + "," + address.substr(0, 31) + "," +
                 name.substr(0, 63) + "\n");
+  // Of a datagram the first 1,500 bytes count.
+  std::string long_answer = "UNIT.MODEL=RX610&";
+  long_answer.append(1500 - long_answer.size() - 10, 'x').append("&UNIT.ID=AB");
+  EXPECT_EQ(listed(2, {{.text = long_answer}}), "A,,,\n");
   EXPECT_EQ(listed(1, {{.text = encoder("E").append(3000, 'x')}}),
             myself + "E,10.77.1.1,239.1.1.1" + std::string(31 - 9, 'x') + "\n");
 }
@@ -91,6 +95,12 @@ TEST(DeviceListing, AnAnswerWithinTheSilenceIsListed) {
 
 TEST(DeviceListing, AnAnswerAfterTheSilenceIsNotRead) {
   EXPECT_EQ(listed(2, {{.text = "UNIT.MODEL=RX610&UNIT.ID=late", .wait = 2500ms}}), "");
+}
+
+TEST(DeviceListing, AnswersThatAreNotListedDoNotProlongTheSilence) {
+  std::vector<scripted_answer> script(12, {.text = "UNIT.MODEL=RX610", .wait = 250ms});
+  script.push_back({.text = encoder("late")});
+  EXPECT_EQ(listed(1, std::move(script)), myself);
 }
 
 TEST(DeviceListing, ASocketErrorEndsItAtOnce) {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "support/files.hpp"
@@ -47,6 +48,13 @@ TEST(Guard, AnEmptyProcessListRefuses) {
   blind.environment["PATH"] = "/usr/local/bin:/bin";
   plant_tool("pidof", "exit 1");
   expect_refusal(blind, busy_message);
+}
+
+// Without a shell no query can be started: that counts as finding nothing.
+TEST(Guard, AQueryThatCannotBeStartedAdmits) {
+  std::filesystem::rename("/bin/sh", "/bin/no_sh");
+  EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, page("GET_NODES", "No Nodes Detected\n"));
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out, page("DISCOVER_ENCODERS", ""));
 }
 
 TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {

@@ -57,6 +57,7 @@ TEST(Smoke, AnUndecodableBodyEndsTheRequest) {
 TEST(Smoke, NodesAndImportedFile) {
   write_file("/var/nodes", "10.77.1.1 UNIT-002 TX610 more\n0.1 zero\n");
   EXPECT_EQ(run_program(post("CMD=DISCOVER_DEVICES")).out, page("DISCOVER_DEVICES", ""));
+  EXPECT_EQ(tool_calls(), admitted_then({"node_list", "ast_send_event -1 e_reconnect"}));
   EXPECT_EQ(read_file("/tmp/nodes.txt"), "IP Name\n10.77.1.1 UNIT-002\n0.1 zero\n");
   EXPECT_EQ(run_program(get("CMD=GET_NODES")).out,
             page("GET_NODES", "Device Listing:\nIP Name\n10.77.1.1 UNIT-002\n"));
@@ -75,13 +76,17 @@ TEST(Smoke, ListsTheSimulatedFleet) {
       std::system("fleet --units /tmp/units.csv > /tmp/fleet.out & "
                   "for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1"),
       0);
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_DECODERS")).out,
+            page("DISCOVER_DECODERS", "Wall,10.77.1.2,10.77.1.1,Wall, left\n"));
+  EXPECT_EQ(tool_calls(), admitted_then({"qelparam g UNIT.MCD_TTL", "qelparam g UNIT.MCD_MODE",
+                                         "ast_send_event -1 e_reconnect"}));
+  EXPECT_EQ(list_folder("/www/images"), lines{});
+  write_file("/var/log/tools.log", "");
   EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out,
             page("DISCOVER_ENCODERS", "MYSELF,10.77.0.1,239.77.0.1\nDesk,10.77.1.1,239.1.1.1\n"));
   EXPECT_EQ(tool_calls(),
             admitted_then({"qelparam g UNIT.MCD_TTL", "qelparam g UNIT.MCD_MODE", "astparam g STREAM.HOST",
                            "astparam g STREAM.ADDRESS", "ast_send_event -1 e_reconnect"}));
-  EXPECT_EQ(run_program(get("CMD=DISCOVER_DECODERS")).out,
-            page("DISCOVER_DECODERS", "Wall,10.77.1.2,10.77.1.1,Wall, left\n"));
   EXPECT_EQ(read_file("/tmp/MCt.log") + read_file("/tmp/MCm.log"), "Using TTL 64\nUsing Mode 1\n");
 }
 

@@ -30,12 +30,12 @@ int bind_any_port(int socket) {
   return bind(socket, reinterpret_cast<const sockaddr*>(&any), sizeof any);
 }
 
-void set_receive_timeout(int socket, std::chrono::microseconds timeout) {
+int set_receive_timeout(int socket, std::chrono::microseconds timeout) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
   timeval wait{};
   wait.tv_sec = seconds.count();
   wait.tv_usec = static_cast<decltype(wait.tv_usec)>((timeout - seconds).count());
-  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+  return setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
 }
 
 void set_blocking(int socket) {

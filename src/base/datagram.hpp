@@ -19,8 +19,8 @@ void close_datagram_socket(int socket);
 // Binds the socket to every address of the unit and a port that the system picks. Returns 0 or -1.
 [[nodiscard]] int bind_any_port(int socket);
 
-// Makes every receive wait at most this long, then fail with EAGAIN.
-void set_receive_timeout(int socket, std::chrono::microseconds timeout);
+// Makes every receive wait at most this long, then fail with EAGAIN. Returns 0, or -1 with errno set.
+int set_receive_timeout(int socket, std::chrono::microseconds timeout);
 
 void set_blocking(int socket);
 void set_multicast_ttl(int socket, std::uint8_t ttl);

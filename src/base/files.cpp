@@ -1,10 +1,13 @@
 #include "base/files.hpp"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstdlib>
 
 namespace {
 
@@ -40,6 +43,10 @@ unique_file open_for_writing(const char* path, write_mode mode) {
                                     : open_stream(path, writing | O_TRUNC, "w");
 }
 
+unique_file open_for_update(const char* path) {
+  return open_stream(path, O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW, "w+b");
+}
+
 unique_folder open_folder(const char* path) {
   return unique_folder{opendir(path)};
 }
@@ -69,10 +76,30 @@ std::size_t read_line(std::FILE* file, std::span<char> line) {
   return length;
 }
 
+std::size_t read_available(std::FILE* file, std::span<char> buffer) {
+  ssize_t length = 0;
+  do {
+    length = read(fileno(file), buffer.data(), buffer.size());
+  } while (length < 0 && errno == EINTR);
+  return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
 void copy_stream(std::FILE* from, std::FILE* to) {
   std::array<char, copy_block_size> block;
   for (;;) {
     const std::size_t length = std::fread(block.data(), 1, block.size(), from);
     if (length == 0 || std::fwrite(block.data(), 1, length, to) != length) return;
   }
+}
+
+temp_file::temp_file(std::string_view pattern) {
+  path_.assign_cut(pattern);
+  const unique_fd made{mkstemp(path_.buffer().data())};
+  if (made && fchmod(made.get(), S_IRUSR | S_IWUSR) == 0) return;
+  if (made) delete_file(path_.c_str());
+  path_.clear();
+}
+
+temp_file::~temp_file() {
+  if (!kept_ && !path_.empty()) delete_file(path_.c_str());
 }

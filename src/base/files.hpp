@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdio>
 #include <span>
+#include <string_view>
 
+#include "base/fixed_text.hpp"
 #include "base/handles.hpp"
 
 // Opens the empty device in the place of every standard descriptor that our starter left closed, so that no
@@ -22,6 +24,9 @@ enum class write_mode { replace, append };
 // Opens a file for writing, creating it when needed; empty when it cannot be opened. A symbolic link that
 // somebody planted at the path is not followed.
 [[nodiscard]] unique_file open_for_writing(const char* path, write_mode mode);
+
+// Opens a file for writing and reading, emptied; empty when it cannot be opened.
+[[nodiscard]] unique_file open_for_update(const char* path);
 
 // Opens a folder; empty when it cannot be opened.
 [[nodiscard]] unique_folder open_folder(const char* path);
@@ -40,5 +45,30 @@ void delete_file(const char* path);
 // Returns the number of bytes read, zero bytes among them counted; 0 at the end of the file.
 std::size_t read_line(std::FILE* file, std::span<char> line);
 
+// Reads what there is, at least one byte, waiting for it if need be; for a stream that nobody reads through its
+// own buffer. Returns the number of bytes read; 0 at the end and after a failure.
+[[nodiscard]] std::size_t read_available(std::FILE* file, std::span<char> buffer);
+
 // Copies what is left of one stream to another, byte for byte, to the end or to the first failure.
 void copy_stream(std::FILE* from, std::FILE* to);
+
+// A file made for the length of a scope: deleted at its end, unless somebody else has taken charge of it.
+class temp_file {
+ public:
+  // Makes an empty file that only its owner may read and write. The pattern ends in six X, which the system
+  // replaces by letters of its choice.
+  explicit temp_file(std::string_view pattern);
+  temp_file(const temp_file&) = delete;
+  temp_file& operator=(const temp_file&) = delete;
+  ~temp_file();
+
+  // Empty when the file could not be made.
+  [[nodiscard]] const fixed_text<1024>& path() const { return path_; }
+
+  // The file stays.
+  void keep() { kept_ = true; }
+
+ private:
+  fixed_text<1024> path_;
+  bool kept_ = false;
+};

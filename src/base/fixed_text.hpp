@@ -42,6 +42,13 @@ class fixed_text {
     return true;
   }
 
+  // Adds the text behind this one; what does not fit is cut.
+  void append_cut(std::string_view text) {
+    const std::size_t length = view().size();
+    text = text_before_zero(text).substr(0, capacity - length);
+    text.copy(bytes_.data() + length, text.size());
+  }
+
   // Formats like printf, cut at `capacity` bytes.
   [[gnu::format(printf, 2, 3)]] void print(const char* format, ...) {
     clear();

@@ -13,6 +13,7 @@
 #include "base/trace.hpp"
 #include "cgi/form_entry.hpp"
 #include "cgi/headers.hpp"
+#include "cgi/multipart.hpp"
 #include "cgi/state.hpp"
 #include "cgi/urlencoded.hpp"
 
@@ -86,9 +87,8 @@ cgiParseResultType decode_urlencoded_body() {
   return cgiParseFormInput({body.get(), length});
 }
 
-// Multipart bodies have no decoder yet. They fail, so that no upload passes for a request without fields.
 cgiParseResultType decode_multipart_body() {
-  return cgiContentLength == 0 ? cgiParseSuccess : cgiParseIO;
+  return cgiContentLength == 0 ? cgiParseSuccess : cgiParsePostMultipartInput();
 }
 
 cgiParseResultType decode_query_string() {

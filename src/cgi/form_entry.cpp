@@ -26,14 +26,12 @@ cgiText cgiCopyText(std::string_view text) {
   return copy;
 }
 
-cgiParseResultType cgiAppendEntry(cgiText name, cgiText value, std::int32_t valueLength) {
-  cgiText file_name = cgiCopyText({});
-  cgiText content_type = cgiCopyText({});
-  cgiText temporary_name = cgiCopyText({});
-  if (!name || !value || !file_name || !content_type || !temporary_name) return cgiParseMemory;
-  auto* entry = new (std::nothrow)
-      cgiFormEntry{std::move(name),         std::move(value),          valueLength, std::move(file_name),
-                   std::move(content_type), std::move(temporary_name), nullptr};
+cgiParseResultType cgiAppendEntry(cgiFormEntry fields) {
+  if (!fields.name || !fields.value || !fields.fileName || !fields.contentType || !fields.tfileName) {
+    return cgiParseMemory;
+  }
+  fields.next = nullptr;
+  auto* entry = new (std::nothrow) cgiFormEntry{std::move(fields)};
   if (entry == nullptr) return cgiParseMemory;
   (cgiFormEntryFirst == nullptr ? cgiFormEntryFirst : last_entry->next) = entry;
   last_entry = entry;

@@ -51,9 +51,9 @@ enum cgiFormResultType {
 // A copy of the text, zero-terminated; null when there is no memory.
 [[nodiscard]] cgiText cgiCopyText(std::string_view text);
 
-// Appends an entry for a field without an upload to the list, in constant time. A null text counts as one
-// there was no memory for. Returns cgiParseSuccess, or cgiParseMemory with the list as it was.
-[[nodiscard]] cgiParseResultType cgiAppendEntry(cgiText name, cgiText value, std::int32_t valueLength);
+// Appends the entry to the list, in constant time. A null text counts as one there was no memory for. Returns
+// cgiParseSuccess, or cgiParseMemory with the list as it was.
+[[nodiscard]] cgiParseResultType cgiAppendEntry(cgiFormEntry fields);
 
 // The first entry, or the next one after the last found, whose name equals the given one byte for byte; null
 // when there is none. Both keep their place in one shared search position: it stands after the entry found,

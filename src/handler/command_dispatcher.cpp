@@ -21,11 +21,40 @@
 #include "discovery/one_pass.hpp"
 #include "discovery/reply_collection.hpp"
 #include "listing/device_listing.hpp"
+#include "uploads/csv_intake.hpp"
+#include "uploads/edid.hpp"
+#include "uploads/firmware.hpp"
+#include "uploads/splash.hpp"
+#include "uploads/staging.hpp"
 
 namespace {
 
 constexpr std::size_t line_size = 256;
 using line_buffer = std::array<char, line_size>;
+
+// Stages the upload. A failure is answered by the command's own line, and the command ends.
+bool upload_is_staged(const char* failure_line) {
+  if (stage_uploaded_file() == 0) return true;
+  std::fputs(failure_line, cgiOut);
+  return false;
+}
+
+void take_firmware() {
+  if (upload_is_staged("<p>Failed to update firmware</p>\n")) update_firmware();
+}
+
+template <int Index>
+void take_edid() {
+  if (upload_is_staged("<p>Failed to update edid</p>\n")) update_edid(Index);
+}
+
+void take_splash() {
+  if (upload_is_staged("<p>Failed to update splash</p>\n")) update_splash();
+}
+
+void take_csv() {
+  if (upload_is_staged("<p>Failed to import csv file (JS)</p>\n")) import_csv_upload();
+}
 
 void list_answering_devices(int mode) {
   const discovery_session session;
@@ -140,10 +169,17 @@ struct command {
 
 // In the order in which they are compared.
 constexpr auto commands = std::to_array<command>({
+    {"UPDATE_FIRMWARE", take_firmware},
+    {"UPDATE_EDID", take_edid<0>},
+    {"UPDATE_EDID1", take_edid<1>},
+    {"UPDATE_EDID2", take_edid<2>},
+    {"UPDATE_EDID3", take_edid<3>},
+    {"UPDATE_SPLASH", take_splash},
     {"DISCOVER_ENCODERS", discover_encoders},
     {"DISCOVER_DECODERS", discover_decoders},
     {"DISCOVER_DEVICES_API", discover_devices_api},
     {"GET_CSV_DISCOVER", get_csv_discover},
+    {"CSV_IMPORT", take_csv},
     {"GET_CSV_IMPORT", get_csv_import},
     {"CHECK_IMPORT_CSV_STATUS", check_import_csv_status},
     {"DISCOVER_DEVICES", discover_devices},

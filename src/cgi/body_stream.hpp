@@ -1,0 +1,53 @@
+// Body stream: the body of a multipart request, read once from its start to its end.
+//   from      cgiIn, never more than CONTENT_LENGTH bytes of it; a negative length is a body without bytes
+//   ahead     input is taken in blocks, as much as there is; no read waits for bytes that nobody asked for
+//   put back  bytes that a reader returns are delivered again, ahead of all further input
+
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+struct cgiBodyStream {
+  static constexpr std::size_t ring_size = 1024;
+  static constexpr std::size_t block_size = 65536;
+
+  // The bytes put back: a ring, empty when both positions are equal. It is longer than any boundary, so what a
+  // search puts back always fits.
+  std::array<char, ring_size> putback;
+  std::size_t readPos;   // next byte of the ring to deliver
+  std::size_t writePos;  // next free place of the ring
+
+  std::int32_t offset;  // body bytes delivered and not put back
+
+  // The input read ahead: what lies from blockBegin up to blockEnd is not delivered yet.
+  std::array<char, block_size> block;
+  std::size_t blockBegin;
+  std::size_t blockEnd;
+  std::int32_t received;  // bytes of the body taken from cgiIn so far
+};
+
+// Delivers up to buffer.size() bytes: those put back first, the oldest of them first, then further input.
+// Returns how many; fewer than asked for only at the end of the body, and 0 once it has ended.
+std::size_t cgiBodyRead(cgiBodyStream& stream, std::span<char> buffer);
+
+// Returns bytes to the stream. They come behind those of an earlier put-back that are still waiting.
+void cgiBodyPutBack(cgiBodyStream& stream, std::string_view bytes);
+
+// The next bytes of the stream that lie together, at least one, waiting for input when there is none; empty at
+// the end of the body. They stay in the stream until cgiBodySkip takes them.
+[[nodiscard]] std::string_view cgiBodyAtHand(cgiBodyStream& stream);
+
+// The same with more behind them, for a reader that cannot decide yet: nothing may be put back, and less than
+// a block may be at hand. Returns false at the end of the body, with what was at hand as it was.
+[[nodiscard]] bool cgiBodyReadMore(cgiBodyStream& stream);
+
+// Takes `count` bytes of those at hand off the stream.
+void cgiBodySkip(cgiBodyStream& stream, std::size_t count);
+
+[[nodiscard]] inline bool cgiBodyHasPutBack(const cgiBodyStream& stream) {
+  return stream.readPos != stream.writePos;
+}

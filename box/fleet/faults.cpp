@@ -45,6 +45,11 @@ bool answer_from(faults& unit, text address) {
   return unit.answer_from != 0;
 }
 
+bool acknowledge_with(faults& unit, text datagrams) {
+  unit.acknowledge_with = datagrams;
+  return true;
+}
+
 constexpr auto table = std::to_array<fault_row>({
     {"delay-ms", "MS", "wait before each answer", number<&faults::delay_ms, 0, hour_ms>},
     {"jitter-ms", "MS", "up to MS more, a fixed share of it for each unit",
@@ -67,6 +72,9 @@ constexpr auto table = std::to_array<fault_row>({
     {"ack-spelling", "WORD", "api|status|mixed (mixed): API=SUCCESS, API.STATUS=SUCCESS or both in turn",
      choice<&faults::spelling, spelling_words>},
     {"answer-from", "ADDRESS", "acknowledge from this address", answer_from},
+    {"acknowledge-with", "TEXTS",
+     "acknowledge with these datagrams as they stand, \"|\" between them; an empty one comes empty",
+     acknowledge_with},
     {"hostile", "[=KIND]", "none|all|shell|length|pairs|joined|bytes (all): unsafe or malformed texts",
      hostile},
 });

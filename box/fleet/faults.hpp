@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace fleet {
@@ -32,6 +33,7 @@ struct faults {
   step refuse_at = step::none;  // does not act, answers API=FAIL
   ack_spelling spelling = ack_spelling::mixed;
   std::uint32_t answer_from = 0;  // address that acknowledgements come from; 0 the unit's own
+  std::string acknowledge_with;   // datagrams, "|" between them, in the place of an acknowledgement
   hostility hostile = hostility::none;
 };
 

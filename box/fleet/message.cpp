@@ -59,6 +59,16 @@ std::vector<std::string> split_answer(std::string_view text, std::size_t size) {
   return datagrams;
 }
 
+std::vector<std::string> split_script(std::string_view script) {
+  std::vector<std::string> datagrams;
+  for (std::size_t bar = 0; bar != std::string_view::npos;) {
+    bar = script.find('|');
+    datagrams.emplace_back(script.substr(0, bar));
+    if (bar != std::string_view::npos) script.remove_prefix(bar + 1);
+  }
+  return datagrams;
+}
+
 std::string printable(std::string_view bytes) {
   constexpr std::string_view digits = "0123456789abcdef";
   std::string text;

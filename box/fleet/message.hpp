@@ -36,6 +36,9 @@ struct request {
 // by itself stays whole. An empty answer has none.
 [[nodiscard]] std::vector<std::string> split_answer(std::string_view text, std::size_t size);
 
+// Returns the datagrams of a script: its texts between "|", empty ones too.
+[[nodiscard]] std::vector<std::string> split_script(std::string_view script);
+
 // Returns `bytes` with everything outside printable ASCII written as \xNN.
 [[nodiscard]] std::string printable(std::string_view bytes);
 

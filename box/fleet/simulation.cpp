@@ -139,7 +139,10 @@ std::vector<planned_send> simulation::plan(const received_datagram& received, co
     due += gap;
   };
 
-  const auto pieces = split_answer(hostile_text(said->text, behaviour.hostile, index), behaviour.split);
+  const bool is_scripted = said->kind == answer_kind::acknowledgement && !behaviour.acknowledge_with.empty();
+  const auto pieces = is_scripted
+                          ? split_script(behaviour.acknowledge_with)
+                          : split_answer(hostile_text(said->text, behaviour.hostile, index), behaviour.split);
   for (unsigned copy = 0; copy < behaviour.duplicate; ++copy) {
     for (std::size_t piece = 0; piece < pieces.size(); ++piece) {
       add(pieces[piece], piece + 1 == pieces.size(), 1);

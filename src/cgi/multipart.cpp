@@ -191,29 +191,32 @@ void pass_on(cgiBodyStream& stream, std::size_t count, body_writer& output) {
   cgiBodySkip(stream, count);
 }
 
-// The search for the first boundary while nothing is put back: first passes on, in one go, what match_here would
-// pass on byte by byte. The run of equal bytes that the pattern begins with decides: a shorter run begins no
-// boundary; of a longer one only the end can, and only in front of the right byte.
+// The search for the first boundary while nothing is put back: passes on, in one go, what match_here would pass
+// on byte by byte. The run of equal bytes that the pattern begins with decides: a shorter run begins no boundary;
+// of a longer one only the end can, and only in front of the right byte.
 search_step search_first(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::string_view bytes = cgiBodyAtHand(stream);
   if (bytes.empty()) return search_step::ended;
   const std::size_t wanted_run = std::min(pattern.find_first_not_of(pattern[0]), pattern.size());
+  const bool only_run = wanted_run == pattern.size();
   const std::size_t start = std::min(bytes.find(pattern[0]), bytes.size());
   const std::size_t end = std::min(bytes.find_first_not_of(pattern[0], start), bytes.size());
   const std::size_t run = end - start;
-  const bool only_runs = wanted_run == pattern.size();
-  if (end < bytes.size() && (run < wanted_run || (!only_runs && bytes[end] != pattern[wanted_run]))) {
-    pass_on(stream, end, output);
-    return search_step::go_on;
+  const bool long_enough = run >= wanted_run;
+  if (long_enough && (only_run || (end < bytes.size() && bytes[end] == pattern[wanted_run]))) {
+    pass_on(stream, only_run ? start : end - wanted_run, output);
+    return match_here(stream, pattern, output);
   }
-  pass_on(stream, run > wanted_run && !only_runs ? end - wanted_run : start, output);
-  return match_here(stream, pattern, output);
+  const bool run_may_go_on = end == bytes.size();
+  pass_on(stream, run_may_go_on ? end - std::min(run, wanted_run) : end, output);
+  return !run_may_go_on || cgiBodyReadMore(stream) ? search_step::go_on : search_step::ended;
 }
 
 // The search for a later boundary while nothing is put back. Its first byte, a carriage return, stands nowhere
 // else in it, so the order of what match_here puts back never matters: any exact search gives the same.
 search_step search_next(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::string_view bytes = cgiBodyAtHand(stream);
+  if (bytes.empty()) return search_step::ended;
   const void* found = memmem(bytes.data(), bytes.size(), pattern.data(), pattern.size());
   if (found != nullptr) {
     pass_on(stream, static_cast<std::size_t>(static_cast<const char*>(found) - bytes.data()), output);
@@ -222,7 +225,7 @@ search_step search_next(cgiBodyStream& stream, std::string_view pattern, body_wr
   }
   // A boundary may have begun in the last bytes.
   if (bytes.size() >= pattern.size()) pass_on(stream, bytes.size() - pattern.size() + 1, output);
-  return !bytes.empty() && cgiBodyReadMore(stream) ? search_step::go_on : search_step::ended;
+  return cgiBodyReadMore(stream) ? search_step::go_on : search_step::ended;
 }
 
 cgiParseResultType find_boundary(cgiBodyStream& stream, cgiBoundary which, body_writer& output) {

@@ -164,7 +164,9 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
            {post_of(url_encoded, "99999999999999999999"), "a=1", undecodable},
            {post_of("multipart/form-data; boundary=b", "0"), "",
             served("type:multipart/form-data boundary:b length:0\n")},
-           {post_of("multipart/form-data; boundary=b", "3"), "abc", undecodable},
+           {post_of("multipart/form-data; boundary=b", "-1"), "--b\r\n",
+            served("type:multipart/form-data boundary:b length:-1\n")},
+           {post_of("multipart/form-data; boundary=b", "7"), "--b\r\nxy", undecodable},
        }) {
     EXPECT_EQ(serve(row.environment, row.body), row.answer) << row.body;
   }

@@ -29,7 +29,7 @@ TEST(Frame, ShowsTheCommandAsReadAndMatchesItExactly) {
            {"XCMD=GET_NODES", ""},
            {"CMD=get_nodes", "get_nodes"},
            {"CMD=GET_NODES+", "GET_NODES "},
-           {"CMD=UPDATE_FIRMWARE", "UPDATE_FIRMWARE"},
+           {"CMD=update_firmware", "update_firmware"},
            {"CMD=%3Cb%3E%25s%0D%0A$(reboot)", "<b>%s\n$(reboot)"},
            {"CMD=" + long_name, long_name.substr(0, 254)},
        }) {

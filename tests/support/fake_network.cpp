@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 namespace {
 
@@ -115,6 +116,7 @@ void fake_service::serve() {
     sockaddr_in sender{};
     if (!receive(socket_, message, sender)) continue;
     heard_.push_back(message);
+    std::ofstream{"/var/log/tools.log", std::ios::app} << "api " << message << '\n';
     if (heard_.size() > replies_.size()) continue;
     for (const std::string& datagram : replies_[heard_.size() - 1]) send(socket_, datagram, sender);
   }

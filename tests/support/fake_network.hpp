@@ -39,7 +39,7 @@ class fake_network {
 };
 
 // The unit's own API service at 127.0.0.1, scripted word by word: the n-th message is answered by the n-th list of
-// datagrams, and further ones by silence.
+// datagrams, and further ones by silence. The messages stand among the calls of the tools, too, after "api ".
 class fake_service {
  public:
   explicit fake_service(std::vector<std::vector<std::string>> replies);

@@ -7,24 +7,20 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 
 #include "discovery/discovery_state.hpp"
 #include "massupdate/import.hpp"
 #include "massupdate/import_records.hpp"
 #include "support/answer.hpp"
+#include "support/program.hpp"
 
 namespace {
 
 // One unit, of the serial S1, that takes whatever it is sent.
 void start_unit() {
   write_file("/tmp/units.csv", "UNIT.SERIAL,IP.ADDRESS\r\nS1,10.77.1.1\r\n");
-  ASSERT_EQ(
-      std::system("fleet --units /tmp/units.csv --reboot-ms 0 --ack-spelling api --log /tmp/fleet.log "
-                  "> /tmp/fleet.out & "
-                  "for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1"),
-      0);
+  start_fleet("--units /tmp/units.csv --reboot-ms 0 --ack-spelling api --log /tmp/fleet.log");
 }
 
 // The last message that the unit heard by the group.

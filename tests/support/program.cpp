@@ -1,11 +1,13 @@
 #include "support/program.hpp"
 
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 namespace {
@@ -63,6 +65,13 @@ request post(const std::string& body, const std::string& type) {
           .body = body};
 }
 
+request post_file(const std::string& command, const std::string& content, const std::string& name) {
+  const std::string head = "--bound\r\nContent-Disposition: form-data; name=";
+  return post(head + "CMD\r\n\r\n" + command + "\r\n" + head + "\"file\"; filename=\"" + name + "\"\r\n\r\n" +
+                  content + "\r\n--bound--\r\n",
+              "multipart/form-data; boundary=bound");
+}
+
 answer run_program(const request& sent, const std::function<void(pid_t)>& meanwhile) {
   const int in = memory_file(sent.body);
   const int out = memory_file();
@@ -97,6 +106,13 @@ std::string shell_output(const std::string& command) {
   }
   pclose(pipe);
   return output;
+}
+
+void start_fleet(const std::string& options) {
+  const std::string command = "fleet " + options +
+                              " > /var/fleet.out & for i in $(seq 300); do "
+                              "grep -q ready /var/fleet.out && exit 0; sleep 0.1; done; exit 1";
+  ASSERT_EQ(std::system(command.c_str()), 0);
 }
 
 std::string refusal(const std::string& message) {

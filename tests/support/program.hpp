@@ -23,6 +23,7 @@ struct answer {
 // Requests as clients make them.
 request get(const std::string& query);
 request post(const std::string& body, const std::string& type = "application/x-www-form-urlencoded");
+request post_file(const std::string& command, const std::string& content, const std::string& name = "f");
 
 // Runs the program to its end. What is done meanwhile is given the number of its process.
 answer run_program(const request& sent, const std::function<void(pid_t)>& meanwhile = {});
@@ -38,6 +39,9 @@ bool is_sanitized();
 
 // Runs a shell command, such as curl or fleet, and returns what it writes to standard output.
 std::string shell_output(const std::string& command);
+
+// Starts simulated units with these options and waits until they answer.
+void start_fleet(const std::string& options);
 
 // The whole answer to a request that is refused, and the message for one that comes while another runs.
 std::string refusal(const std::string& message);

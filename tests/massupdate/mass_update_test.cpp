@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <string>
 
 #include "discovery/discovery_state.hpp"
@@ -29,10 +28,7 @@ struct site {
       csv += serial + "," + address + ",N" + std::to_string(i) + ",\r\n";
     }
     write_file("/tmp/units.csv", units);
-    EXPECT_EQ(std::system(
-                  "fleet --units /tmp/units.csv --ack-spelling api --log /tmp/fleet.log > /tmp/fleet.out & "
-                  "for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1"),
-              0);
+    start_fleet("--units /tmp/units.csv --ack-spelling api --log /tmp/fleet.log");
   }
 
   std::string csv = header;

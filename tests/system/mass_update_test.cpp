@@ -101,9 +101,11 @@ TEST(MassUpdate, WhatIsNoCsvTouchesNoUnit) {
   write_file("/tmp/import.csv", "IP.ADDRESS,UNIT.ID,UNIT.SERIAL\r\n");
   EXPECT_EQ(body_of("PERFORM_CSV_UPDATE"), "");
   std::string binary("UNIT.SERIAL\0,UNIT.ID\xFF\r\n", 23);
-  for (int i = 0; i < 40'000; ++i) binary += static_cast<char>(i * i % 251 == '\n' ? 'x' : i * i % 251);
-  write_file("/tmp/import.csv", binary);
-  EXPECT_EQ(body_of("PERFORM_CSV_UPDATE"), "Update Device #0 @  Result is FAIL\n");
+  for (int i = 1; i < 40'000; ++i) binary += static_cast<char>(i * i % 256 == '\n' ? 'x' : i * i % 256);
+  write_file("/tmp/import.csv", binary + "\r\n,\xFF,\"\x01\",\r\n");
+  binary = read_file("/tmp/import.csv");
+  EXPECT_EQ(body_of("PERFORM_CSV_UPDATE"),
+            "Update Device #0 @  Result is FAIL\nUpdate Device #1 @  Result is FAIL\n");
   EXPECT_EQ(replaced(orders(), "226.0.0.19 CMD=START&UNIT.ID=&CMD=END\n", ""), "");
   EXPECT_EQ(read_file("/tmp/import.csv"), binary);
 }

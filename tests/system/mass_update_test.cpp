@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <filesystem>
 #include <string>
 
 #include "support/files.hpp"
@@ -115,6 +116,8 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   std::string csv = "UNIT.SERIAL,UNIT.ID\r\n";
   for (int i = 0; i < 1'000'000; ++i) csv += "KU000002," + std::to_string(i) + "\r\n";
   write_file("/tmp/import.csv", csv);
+  write_file("/tmp/long.csv",
+             "UNIT.SERIAL,UNIT.ID\r\nKU000002,A\r\n" + std::string(400'000'000, 'x') + "\r\n");
   request update = get("CMD=PERFORM_CSV_UPDATE");
   update.environment["ASAN_OPTIONS"] = "allocator_may_return_null=1:max_allocation_size_mb=64";
   // The sanitizer needs an address space of its own; there its own limit stands for the small unit's memory.
@@ -124,8 +127,7 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   }
   const std::string all = "Not enough memory for 1000000 records, nothing is sent\n";
   EXPECT_EQ(run_program(update).out, page("PERFORM_CSV_UPDATE", all));
-  write_file("/tmp/import.csv",
-             "UNIT.SERIAL,UNIT.ID\r\nKU000002,A\r\n" + std::string(400'000'000, 'x') + "\r\n");
+  std::filesystem::rename("/tmp/long.csv", "/tmp/import.csv");
   const std::string two = "Not enough memory for 2 records, nothing is sent\n";
   EXPECT_EQ(run_program(update).out, page("PERFORM_CSV_UPDATE", two));
   EXPECT_EQ(orders(), "");

@@ -121,7 +121,7 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   request update = get("CMD=PERFORM_CSV_UPDATE");
   update.environment["ASAN_OPTIONS"] = "allocator_may_return_null=1:max_allocation_size_mb=64";
   // The sanitizer needs an address space of its own; there its own limit stands for the small unit's memory.
-  constexpr rlimit small_unit{512U << 20U, 512U << 20U};
+  constexpr rlimit small_unit{256U << 20U, 256U << 20U};
   if (shell_output("grep -c libasan /www/cgi-bin/handler.cgi") == "0\n") {
     ASSERT_EQ(setrlimit(RLIMIT_AS, &small_unit), 0);
   }

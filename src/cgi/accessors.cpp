@@ -101,8 +101,8 @@ struct placed_name {
   std::size_t place;
 };
 
-// Puts the different names in front, in the order in which they first stand. Returns how many there are. Names are
-// sorted, not compared each with each: a request may hold a million of them.
+// Puts the different names in front, in the order in which they first stand. Returns how many there are.
+// Names are sorted, not compared each with each: a request may hold a million of them.
 std::size_t gather_first_names(std::span<placed_name> names) {
   std::ranges::sort(names, [](const placed_name& left, const placed_name& right) {
     const int difference = std::strcmp(left.text, right.text);

@@ -1,5 +1,5 @@
-// Form choices: compare form fields with a list of choices, byte for byte. A choice is told by its index in the list;
-// of equal choices the first counts.
+// Form choices: compare form fields with a list of choices, byte for byte. A choice is told by its index in
+// the list; of equal choices the first counts.
 
 #pragma once
 
@@ -14,8 +14,8 @@ cgiFormResultType cgiFormSelectSingle(const char* name, const char* const* choic
 cgiFormResultType cgiFormRadio(const char* name, const char* const* choices, int count, int* result,
                                int defaultValue);
 
-// Sets the flag of every choice that some field of that name holds to 1, the others to 0, and counts the fields
-// that hold none in `invalid`. Returns cgiFormSuccess, or cgiFormNotFound when no field held a choice.
+// Sets the flag of every choice that some field of that name holds to 1, the others to 0, and counts the
+// fields that hold none in `invalid`. Returns cgiFormSuccess, or cgiFormNotFound when no field held a choice.
 cgiFormResultType cgiFormSelectMultiple(const char* name, const char* const* choices, int count, int* flags,
                                         int* invalid);
 

@@ -64,8 +64,8 @@ enum cgiFormResultType {
 [[nodiscard]] const cgiFormEntry* cgiFindFirstEntry(const char* name);
 [[nodiscard]] const cgiFormEntry* cgiFindNextEntry();
 
-// Releases the whole list and deletes the temporary files it names. With cgiRestored the captured variables become
-// empty too.
+// Releases the whole list and deletes the temporary files it names. With cgiRestored the captured variables
+// become empty too.
 void cgiFreeResources();
 
 // 1 when both texts are equal without regard to the case of ASCII letters, else 0.

@@ -32,8 +32,8 @@ extern const char* cgiReferrer;
 extern const char* cgiCookie;
 
 // The content type up to its first ";", and the boundary of a multipart body, empty without one. Both lie in
-// one buffer of 1024 bytes: of a longer CONTENT_TYPE only the first 1023 characters are looked at. A loaded capture
-// has a content type, but leaves the boundary as it was.
+// one buffer of 1024 bytes: of a longer CONTENT_TYPE only the first 1023 characters are looked at. A loaded
+// capture has a content type, but leaves the boundary as it was.
 extern const char* cgiContentType;
 extern const char* cgiMultipartBoundary;
 
@@ -47,8 +47,8 @@ extern std::FILE* cgiOut;
 // The head of the form entry list; null while it is empty. Written by the decoders and cgiFreeResources.
 extern cgiFormEntry* cgiFormEntryFirst;
 
-// 1 when the texts of the captured variables are ours, which cgiFreeResources then releases, else 0; 0 at start. Set
-// by cgiReadEnvironment, cleared by cgiFreeResources.
+// 1 when the texts of the captured variables are ours, which cgiFreeResources then releases, else 0; 0 at
+// start. Set by cgiReadEnvironment, cleared by cgiFreeResources.
 extern int cgiRestored;
 
 // 1 when the link is to be restarted at the end of the request, else 0; 0 at start. Set by the scan for CMD

@@ -1,5 +1,5 @@
-// Captured variables by their names: the texts that the web server gives a request, in the order in which they are
-// captured and stand in a capture file. CONTENT_LENGTH is none of them: it is kept as a number.
+// Captured variables by their names: the texts that the web server gives a request, in the order in which
+// they are captured and stand in a capture file. CONTENT_LENGTH is none of them: it is kept as a number.
 
 #pragma once
 

@@ -202,8 +202,8 @@ TEST(FormChoices, AreComparedExactly) {
   }
 }
 
-// Whatever the text and the limit: nothing behind the limit is touched, and what is copied is the beginning of the
-// whole copy, all of it unless the result says that it was cut.
+// Whatever the text and the limit: nothing behind the limit is touched, and what is copied is the beginning
+// of the whole copy, all of it unless the result says that it was cut.
 TEST(FormTexts, NoLimitIsEverExceeded) {
   struct row {
     const char* accessor;

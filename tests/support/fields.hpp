@@ -16,7 +16,8 @@ struct field {
 
 std::ostream& operator<<(std::ostream& out, const field& shown);
 
-// The fields of the request. Each temporary file must be readable for its owner alone and as long as its entry says.
+// The fields of the request. Each temporary file must be readable for its owner alone and as long as its
+// entry says.
 std::vector<field> fields_of_request();
 
 // The same; the request is then released, which must leave no temporary file.

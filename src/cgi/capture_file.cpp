@@ -102,7 +102,7 @@ bool read_content(std::FILE* capture, std::int32_t length, const temp_file& temp
   return std::fclose(content.release()) == 0;
 }
 
-cgiEnvironmentResultType append_entry(cgiFormEntry entry) {
+cgiEnvironmentResultType append_entry(cgiFormEntry&& entry) {
   return cgiAppendEntry(std::move(entry)) == cgiParseSuccess ? cgiEnvironmentSuccess : cgiEnvironmentMemory;
 }
 

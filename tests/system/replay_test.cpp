@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
 
 #include "support/files.hpp"
 #include "support/program.hpp"
+#include "support/web_server.hpp"
 
 namespace {
 
@@ -18,9 +18,7 @@ const std::string replay = CGI_REPLAY " /tmp/request.cgic";
 struct Replay : testing::Test {
   Replay() {
     std::filesystem::copy_file(ECHO_CGI, "/www/cgi-bin/echo.cgi");
-    EXPECT_EQ(std::system("box/web-server lighttpd & for i in $(seq 100); do "
-                          "curl -s -o /dev/null http://127.0.0.1:8080/ && exit 0; sleep 0.1; done; exit 1"),
-              0);
+    start_web_server();
   }
 };
 

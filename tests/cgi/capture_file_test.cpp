@@ -139,13 +139,19 @@ TEST(CaptureFile, FailuresLeaveAnEmptyList) {
            {"a short upload", whole + upload("u", 3000, std::string(2999, 'x')), {cgiEnvironmentIO, {}}},
            {"an upload beyond memory", whole + upload("u", 2147483647, "x"), {cgiEnvironmentIO, {}}},
            {"a negative upload", whole + upload("u", -1, "x"), {cgiEnvironmentIO, {}}},
+           {"a flag that is not 1",
+            head + text("u") + text("") + text("f") + text("t") + number(2) + number(-7) + "xy",
+            {cgiEnvironmentSuccess, {{"u", "xy", "f", "t"}}}},
        }) {
     append_field({"live", "1"});
     EXPECT_EQ(load(row.content), row.expected) << row.what;
     EXPECT_EQ(cgiRestored, 0);
   }
-  EXPECT_EQ(cgiReadEnvironment("/tmp/none"), cgiEnvironmentIO);
-  EXPECT_EQ(cgiReadEnvironment("/tmp"), cgiEnvironmentIO);
+  for (const char* unreadable : {"/tmp/none", "/tmp"}) {
+    append_field({"live", "1"});
+    EXPECT_EQ(cgiReadEnvironment(unreadable), cgiEnvironmentIO) << unreadable;
+    EXPECT_EQ(cgiFormEntryFirst, nullptr) << unreadable;
+  }
 }
 
 TEST(CaptureFile, EveryCutFailsOrLoadsWholeEntries) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -23,11 +24,13 @@ namespace {
 
 // How many allocations of ours succeed before one fails; none fails below 0.
 int allocations_left = -1;
+std::size_t largest_allocation = 0;
 
 }  // namespace
 
 // The layer allocates without exceptions, so these are its allocations; the ones of the test itself never fail.
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  largest_allocation = std::max(largest_allocation, size);
   return allocations_left == 0 || allocations_left-- == 0 ? nullptr : std::malloc(size);
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
@@ -113,6 +116,22 @@ TEST(OutOfMemory, ACaptureLoadsNothing) {
         << room;
     EXPECT_EQ(take_fields().size(), list_ends ? in_entry / of_entry : 0) << room;
   });
+}
+
+TEST(OutOfMemory, ALengthInACaptureIsNoReasonToAllocate) {
+  small_request();
+  ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
+  cgiFreeResources();
+  const std::string whole = read_file(path);
+  const std::string beyond_all("\xFF\xFF\xFF\x7F", 4);
+  largest_allocation = 0;
+  // Wherever such a length stands, and be it in the middle of a text.
+  for (std::size_t place = 0; place + beyond_all.size() <= whole.size(); ++place) {
+    write_file(path, std::string{whole}.replace(place, beyond_all.size(), beyond_all));
+    static_cast<void>(cgiReadEnvironment(path));
+    cgiFreeResources();
+  }
+  EXPECT_LE(largest_allocation, whole.size());
 }
 
 TEST(FullDisk, AFailedCaptureLeavesNoFile) {

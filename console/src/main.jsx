@@ -1,0 +1,57 @@
+// The console: its pages, and the line that tells what the unit is doing.
+
+import { render } from 'preact';
+import { useEffect, useState } from 'preact/hooks';
+import { attempt, loadSite } from './actions.js';
+import { ConfigurePage } from './pages/configure_page.jsx';
+import { ListingsPage } from './pages/listings_page.jsx';
+import { UnitPage } from './pages/unit_page.jsx';
+import { UnitsPage } from './pages/units_page.jsx';
+import { ErrorNotice } from './parts/widgets.jsx';
+import { get, useStore } from './store.js';
+import { texts } from './texts.js';
+
+const pages = { units: UnitsPage, configure: ConfigurePage, unit: UnitPage, listings: ListingsPage };
+const pageOfAddress = () => (location.hash.slice(1) in pages ? location.hash.slice(1) : 'units');
+
+function Activity({ activity }) {
+  return <p id="activity" role="status" class={activity ? 'busy' : ''}>{activity ? texts.activity(activity) : texts.idle}</p>;
+}
+
+// All pages stay, so that one can be left while its upload runs.
+function Console() {
+  const state = useStore();
+  const [page, setPage] = useState(pageOfAddress);
+  useEffect(() => {
+    const onHash = () => setPage(pageOfAddress());
+    addEventListener('hashchange', onHash);
+    return () => removeEventListener('hashchange', onHash);
+  }, []);
+  useEffect(() => { document.title = `${texts.pages[page]} – ${texts.title}`; }, [page]);
+  return (
+    <>
+      <a class="skip" href="#main" onClick={(event) => { event.preventDefault(); document.getElementById('main').focus(); }}>{texts.skip}</a>
+      <header>
+        <h1>{texts.title}</h1>
+        <nav aria-label={texts.title}>
+          {Object.entries(texts.pages).map(([name, title]) => (
+            <a key={name} href={`#${name}`} aria-current={name === page ? 'page' : undefined}>{title}</a>
+          ))}
+        </nav>
+        <Activity activity={state.activity} />
+      </header>
+      <main id="main" tabIndex={-1}>
+        <ErrorNotice text={state.notice?.text} />
+        {Object.entries(pages).map(([name, Page]) => (
+          <div key={name} hidden={name !== page} class="page">{(name === page || name === 'unit') && <Page state={state} />}</div>
+        ))}
+      </main>
+    </>
+  );
+}
+
+addEventListener('beforeunload', (event) => {
+  if (get().activity) event.preventDefault();
+});
+render(<Console />, document.body);
+attempt(loadSite);

@@ -1,0 +1,160 @@
+// The site: discovery, and the table of all units.
+
+import { useMemo, useState } from 'preact/hooks';
+import { attempt, discover, draftFromSite } from '../actions.js';
+import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
+import { Table, fittingWidth } from '../parts/table.jsx';
+import { DownloadButton, stamp, useClock } from '../parts/widgets.jsx';
+import { recall, remember } from '../store.js';
+import { texts } from '../texts.js';
+
+const words = texts.units;
+const usualKeys = [
+  'UNIT.ID', 'IP.ADDRESS', 'UNIT.MODEL', 'UNIT.SERIAL', 'UNIT.FIRMWARE', 'IP.DHCP_STATUS', 'STREAM.RTP_ADDRESS', 'STREAM.HOST',
+  'VW.NAME', 'DANTE.DEVICE_NAME',
+];
+const usualTime = 4200; // milliseconds of a discovery in the one-pass mode
+
+const byNature = new Intl.Collator('en', { numeric: true }).compare;
+
+// What is happening is known by the clock alone: the unit tells nothing until it is done.
+function DiscoveryProgress({ since }) {
+  const elapsed = useClock(100) - since;
+  const [, phase] = words.phases.findLast(([from]) => elapsed >= from) ?? words.phases[0];
+  return (
+    <div class="progress" role="status">
+      <progress max={usualTime} value={elapsed < usualTime ? elapsed : undefined} aria-label={words.discover} />
+      <span>{phase}</span>
+    </div>
+  );
+}
+
+function Comparison({ comparison }) {
+  const { difference, missing, appeared } = comparison;
+  const mark = difference < 0 ? '▼ ' : difference > 0 ? '▲ ' : '';
+  return (
+    <>
+      <strong class={difference < 0 ? 'fewer' : ''}>{mark}{words.difference(difference)}</strong>
+      {missing.length > 0 && <span class="names"> {words.missing(missing)}.</span>}
+      {appeared.length > 0 && <span class="names"> {words.appeared(appeared)}.</span>}
+    </>
+  );
+}
+
+function Summary({ site, comparison }) {
+  const conflicts = site.units.filter((unit) => unit.marks.length > 0).length;
+  const date = site.modified && new Date(site.modified).toLocaleString('en-GB', { dateStyle: 'medium', timeStyle: 'short' });
+  return (
+    <div class="summary">
+      <p>
+        <strong id="totals">{words.totals(site)}</strong>{date && <span class="hint"> {words.when(date)}</span>}
+        {comparison && <> · <Comparison comparison={comparison} /></>}
+      </p>
+      {conflicts > 0 && <p class="conflict">⚠ {words.conflicts(conflicts)}</p>}
+      {site.hidden > 0 && <p class="conflict">⚠ {words.hidden(site.hidden, site.keys[0])}</p>}
+    </div>
+  );
+}
+
+function ColumnChoice({ keys, shown, choose }) {
+  const toggle = (key) => choose(shown.includes(key) ? shown.filter((other) => other !== key) : [...shown, key]);
+  return (
+    <details class="choice">
+      <summary>{words.columns(shown.length, keys.length)}</summary>
+      <div class="menu">
+        <button type="button" onClick={() => choose(keys)}>{words.allColumns}</button>
+        <button type="button" onClick={() => choose(usualKeys.filter((key) => keys.includes(key)))}>{words.usualColumns}</button>
+        {keys.map((key) => (
+          <label key={key}><input type="checkbox" checked={shown.includes(key)} onChange={() => toggle(key)} /> {key}</label>
+        ))}
+      </div>
+    </details>
+  );
+}
+
+const passesKind = {
+  all: () => true,
+  encoders: (unit) => unit.kind.encoder,
+  decoders: (unit) => unit.kind.decoder,
+  conflicts: (unit) => unit.marks.length > 0,
+};
+
+function chosenUnits(units, { kind, filter, sort }) {
+  const text = filter.trim().toLowerCase();
+  const chosen = units.filter((unit) => passesKind[kind](unit)
+    && (text === '' || Object.values(unit.values).some((value) => value.toLowerCase().includes(text))));
+  if (!sort) return chosen;
+  const valueOf = (unit) => (sort.key === 'marks' ? unit.marks.join() : unit.values[sort.key] ?? '');
+  const turn = sort.direction === 'up' ? 1 : -1;
+  return chosen.sort((one, other) => turn * byNature(valueOf(one), valueOf(other)));
+}
+
+function UnitTable({ site, keys, choice, setChoice }) {
+  const units = useMemo(() => chosenUnits(site.units, choice), [site, choice]);
+  const columns = useMemo(() => [
+    ...(site.units.some((unit) => unit.marks.length > 0) ? [{ key: 'marks', title: words.marks, width: 24 }] : []),
+    ...keys.map((key) => ({ key, title: key, width: fittingWidth(key, site.units.map((unit) => unit.values[key])) })),
+  ], [site, keys]);
+  const cell = (unit, key) => {
+    if (key !== 'marks') return <td key={key} title={unit.values[key]}>{unit.values[key]}</td>;
+    return <td key={key}>{unit.marks.map((mark) => <span key={mark} class="mark">⚠ {words.mark[mark]}</span>)}</td>;
+  };
+  return (
+    <>
+      <p class="hint" role="status">{units.length === 0 ? words.empty : words.shown(units.length, site.units.length)}</p>
+      <Table
+        label={words.table} columns={columns} rows={units} sort={choice.sort} onSort={(sort) => setChoice({ ...choice, sort })}
+        renderRow={(unit, at) => (
+          <tr key={unit.number} aria-rowindex={at + 2} class={unit.marks.length > 0 ? 'conflict' : ''}>
+            {columns.map(({ key }) => cell(unit, key))}
+          </tr>
+        )}
+      />
+    </>
+  );
+}
+
+const safeCopy = (site) => writeSpreadsheet([site.keys, ...site.units.map((unit) => site.keys.map((key) => unit.values[key]))]);
+
+export function UnitsPage({ state: { site, comparison, discovery, activity } }) {
+  const [choice, setChoice] = useState({ kind: 'all', filter: '', sort: null });
+  const [columns, setColumns] = useState(recall('columns') ?? usualKeys);
+  const shown = useMemo(() => (site ? site.keys.filter((key) => columns.includes(key)) : []), [site, columns]);
+  const chooseColumns = (keys) => {
+    setColumns(keys);
+    remember('columns', keys);
+  };
+  const edit = () => {
+    draftFromSite();
+    location.hash = 'configure';
+  };
+  return (
+    <section aria-labelledby="units-heading">
+      <div class="bar">
+        <h2 id="units-heading">{words.heading}</h2>
+        <button type="button" class="main" disabled={activity !== null} onClick={() => attempt(discover)}>
+          {site ? words.again : words.discover}
+        </button>
+        {discovery && <DiscoveryProgress since={discovery.since} />}
+      </div>
+      {site ? <Summary {...{ site, comparison }} /> : <p>{words.none}</p>}
+      {site && (
+        <>
+          <div class="bar tools">
+            <label>{words.filter} <input type="search" placeholder={words.filterHint} value={choice.filter}
+              onInput={(event) => setChoice({ ...choice, filter: event.target.value })} /></label>
+            <label>{words.kind} <select value={choice.kind} onChange={(event) => setChoice({ ...choice, kind: event.target.value })}>
+              {Object.entries(words.kinds).map(([kind, title]) => <option key={kind} value={kind}>{title}</option>)}
+            </select></label>
+            <ColumnChoice keys={site.keys} shown={shown} choose={chooseColumns} />
+            <span class="space" />
+            <DownloadButton name={`site-${stamp()}.csv`} content={() => site.bytes}>{words.exact}</DownloadButton>
+            <DownloadButton name={`site-${stamp()}-spreadsheet.csv`} content={() => safeCopy(site)}>{words.safe}</DownloadButton>
+            <button type="button" class="main" onClick={edit}>{words.edit}</button>
+          </div>
+          <UnitTable {...{ site, keys: shown, choice, setChoice }} />
+        </>
+      )}
+    </section>
+  );
+}

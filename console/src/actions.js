@@ -3,7 +3,7 @@
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { RequestFailure, RequestQueue } from './logic/request_queue.js';
-import { compareSites, memoryOf, readSite } from './logic/site.js';
+import { compareSites, inOrder, memoryOf, readSite } from './logic/site.js';
 import { applyResults, readSiteLog } from './logic/site_log.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
 import { get, recall, remember, set } from './store.js';
@@ -90,7 +90,8 @@ export function draftFromSite() {
   const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
   const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
   const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
-  const rows = site.units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
+  const units = [...site.units].sort((one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? ''));
+  const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
   set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
 }
 

@@ -12,7 +12,7 @@ export const texts = {
   loading: 'Reading the last discovery…',
   leaveWarning: 'A request is running.',
 
-  idle: 'Idle. The video link runs.',
+  idle: 'Idle',
   activity: ({ job, command, tries }) =>
     `${texts.jobs[job] ?? job}: ${command}${tries > 0 ? ` — the unit is busy with another request, try ${tries + 1}` : ''}`,
   jobs: {

@@ -4,6 +4,9 @@
 import { kindOfModel } from './class_rules.js';
 import { readDiscovery } from './unit_csv.js';
 
+// Compares texts as people order them: 10.0.0.9 before 10.0.0.10.
+export const inOrder = new Intl.Collator('en', { numeric: true }).compare;
+
 // What no two units may share, and the mark of those that do.
 export const identities = [['UNIT.ID', 'id'], ['IP.ADDRESS', 'address'], ['UNIT.SERIAL', 'serial']];
 
@@ -63,7 +66,7 @@ export function compareSites(then, now) {
   const without = (one, other) => Object.keys(one.names).filter((serial) => !(serial in other.names));
   return {
     difference: now.total - then.total,
-    missing: without(then, now).map((serial) => then.names[serial]),
-    appeared: without(now, then).map((serial) => now.names[serial]),
+    missing: without(then, now).map((serial) => then.names[serial]).sort(inOrder),
+    appeared: without(now, then).map((serial) => now.names[serial]).sort(inOrder),
   };
 }

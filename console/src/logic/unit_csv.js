@@ -44,9 +44,8 @@ function takeField(rest) {
 // Stores a cell as the unit does: the first column of a name takes what all columns of that name hold, an empty or
 // overlong value changes nothing.
 function store(record, key, value) {
-  if (!key) return;
-  record.values[key] ??= '';
-  if (value !== '' && byteLength(value) <= longestText) record.values[key] = value;
+  if (!key || byteLength(value) > longestText) return;
+  record.values[key] = value || (record.values[key] ?? '');
 }
 
 function readRecord(line, slots) {
@@ -54,10 +53,10 @@ function readRecord(line, slots) {
   let rest = line;
   let column = 0;
   for (; rest.includes(','); ++column) {
-    const empty = rest[0] === ',';
     let value;
     [value, rest] = takeField(rest);
-    if (!empty && value !== '') store(record, slots[column], value);
+    if (value === '') continue;
+    store(record, slots[column], value);
     if (slots[column] && same(slots[column], 'UNIT.MODEL')) record.kind = kindOfModel(value);
   }
   store(record, slots[column], rest); // the model of a unit counts in every column but this last one

@@ -5,7 +5,7 @@ import { attempt, discover, draftFromSite, editCells, openDraft, runUpdate, undo
 import { preflight } from '../logic/preflight.js';
 import { EditGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
-import { CancelButton, Dialog, DownloadButton, DropZone, Notice, stamp } from '../parts/widgets.jsx';
+import { CancelButton, Dialog, DownloadButton, DropZone, Menu, Notice, stamp } from '../parts/widgets.jsx';
 import { recall, set } from '../store.js';
 import { texts } from '../texts.js';
 import { RunView } from './run_view.jsx';
@@ -34,18 +34,15 @@ function FillTool({ columns, canEdit, shown }) {
   const [from, setFrom] = useState(1);
   const fill = () => editCells(shown.map((row, at) => [row, column, filled(pattern, from + at)]));
   return (
-    <details class="choice">
-      <summary>{words.fill}</summary>
-      <div class="menu form">
-        <label>{words.fillColumn} <select value={column} onChange={(event) => setColumn(Number(event.target.value))}>
-          {editable.map(([title, at]) => <option key={at} value={at}>{title}</option>)}
-        </select></label>
-        <label>{words.fillPattern} <input value={pattern} onInput={(event) => setPattern(event.target.value)} /></label>
-        <label>{words.fillFrom} <input type="number" value={from} onInput={(event) => setFrom(Number(event.target.value))} /></label>
-        <p class="hint">{words.fillHint}</p>
-        <button type="button" onClick={fill}>{words.fillGo(shown.length)}</button>
-      </div>
-    </details>
+    <Menu title={words.fill} form>
+      <label>{words.fillColumn} <select value={column} onChange={(event) => setColumn(Number(event.target.value))}>
+        {editable.map(([title, at]) => <option key={at} value={at}>{title}</option>)}
+      </select></label>
+      <label>{words.fillPattern} <input value={pattern} onInput={(event) => setPattern(event.target.value)} /></label>
+      <label>{words.fillFrom} <input type="number" value={from} onInput={(event) => setFrom(Number(event.target.value))} /></label>
+      <p class="hint">{words.fillHint}</p>
+      <button type="button" onClick={fill}>{words.fillGo(shown.length)}</button>
+    </Menu>
   );
 }
 

@@ -28,7 +28,8 @@ const kinds = {
   neighbours: async (unit) => {
     await unit.ask('DISCOVER_DEVICES');
     const body = await unit.ask('GET_NODES');
-    return table('neighbours', rowsOf(body.replace(/^(Device Listing:|No Nodes Detected)\n/, ''), 'neighbours', ' '));
+    const list = body.replace(/^(Device Listing:\n(IP Name\n)?|No Nodes Detected\n)/, '');
+    return table('neighbours', rowsOf(list, 'neighbours', ' '));
   },
   discovered: async (unit) => {
     const body = await unit.ask('GET_CSV_DISCOVER');

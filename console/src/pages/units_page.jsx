@@ -2,9 +2,10 @@
 
 import { useMemo, useState } from 'preact/hooks';
 import { attempt, discover, draftFromSite } from '../actions.js';
+import { inOrder } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
-import { DownloadButton, stamp, useClock } from '../parts/widgets.jsx';
+import { DownloadButton, Menu, stamp, useClock } from '../parts/widgets.jsx';
 import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
@@ -14,8 +15,6 @@ const usualKeys = [
   'VW.NAME', 'DANTE.DEVICE_NAME',
 ];
 const usualTime = 4200; // milliseconds of a discovery in the one-pass mode
-
-const byNature = new Intl.Collator('en', { numeric: true }).compare;
 
 // What is happening is known by the clock alone: the unit tells nothing until it is done.
 function DiscoveryProgress({ since }) {
@@ -59,16 +58,13 @@ function Summary({ site, comparison }) {
 function ColumnChoice({ keys, shown, choose }) {
   const toggle = (key) => choose(shown.includes(key) ? shown.filter((other) => other !== key) : [...shown, key]);
   return (
-    <details class="choice">
-      <summary>{words.columns(shown.length, keys.length)}</summary>
-      <div class="menu">
-        <button type="button" onClick={() => choose(keys)}>{words.allColumns}</button>
-        <button type="button" onClick={() => choose(usualKeys.filter((key) => keys.includes(key)))}>{words.usualColumns}</button>
-        {keys.map((key) => (
-          <label key={key}><input type="checkbox" checked={shown.includes(key)} onChange={() => toggle(key)} /> {key}</label>
-        ))}
-      </div>
-    </details>
+    <Menu title={words.columns(shown.length, keys.length)}>
+      <button type="button" onClick={() => choose(keys)}>{words.allColumns}</button>
+      <button type="button" onClick={() => choose(usualKeys.filter((key) => keys.includes(key)))}>{words.usualColumns}</button>
+      {keys.map((key) => (
+        <label key={key}><input type="checkbox" checked={shown.includes(key)} onChange={() => toggle(key)} /> {key}</label>
+      ))}
+    </Menu>
   );
 }
 
@@ -83,10 +79,9 @@ function chosenUnits(units, { kind, filter, sort }) {
   const text = filter.trim().toLowerCase();
   const chosen = units.filter((unit) => passesKind[kind](unit)
     && (text === '' || Object.values(unit.values).some((value) => value.toLowerCase().includes(text))));
-  if (!sort) return chosen;
   const valueOf = (unit) => (sort.key === 'marks' ? unit.marks.join() : unit.values[sort.key] ?? '');
   const turn = sort.direction === 'up' ? 1 : -1;
-  return chosen.sort((one, other) => turn * byNature(valueOf(one), valueOf(other)));
+  return chosen.sort((one, other) => turn * inOrder(valueOf(one), valueOf(other)));
 }
 
 function UnitTable({ site, keys, choice, setChoice }) {
@@ -117,9 +112,9 @@ function UnitTable({ site, keys, choice, setChoice }) {
 const safeCopy = (site) => writeSpreadsheet([site.keys, ...site.units.map((unit) => site.keys.map((key) => unit.values[key]))]);
 
 export function UnitsPage({ state: { site, comparison, discovery, activity } }) {
-  const [choice, setChoice] = useState({ kind: 'all', filter: '', sort: null });
+  const [choice, setChoice] = useState({ kind: 'all', filter: '', sort: { key: 'UNIT.ID', direction: 'up' } });
   const [columns, setColumns] = useState(recall('columns') ?? usualKeys);
-  const shown = useMemo(() => (site ? site.keys.filter((key) => columns.includes(key)) : []), [site, columns]);
+  const shown = useMemo(() => (site ? columns.filter((key) => site.keys.includes(key)) : []), [site, columns]);
   const chooseColumns = (keys) => {
     setColumns(keys);
     remember('columns', keys);

@@ -15,6 +15,24 @@ export function Dialog({ title, children, onCancel }) {
   );
 }
 
+// What opens below its title; Escape closes it, and so does the focus that leaves it.
+export function Menu({ title, children, form = false }) {
+  const details = useRef(null);
+  const close = () => { details.current.open = false; };
+  const onKeyDown = (event) => {
+    if (event.key !== 'Escape') return;
+    close();
+    details.current.querySelector('summary').focus();
+  };
+  const onFocusOut = ({ relatedTarget }) => relatedTarget && !details.current.contains(relatedTarget) && close();
+  return (
+    <details class="choice" ref={details} onKeyDown={onKeyDown} onFocusOut={onFocusOut}>
+      <summary>{title}</summary>
+      <div class={form ? 'menu form' : 'menu'}>{children}</div>
+    </details>
+  );
+}
+
 // Takes one file, dropped or chosen.
 export function DropZone({ label, hint, accept, onFile, disabled }) {
   const [over, setOver] = useState(false);

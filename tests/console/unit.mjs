@@ -1,0 +1,71 @@
+// A unit for the console's browser tests, in the box only: web server, fleet and browser.
+
+import { spawn } from 'node:child_process';
+import { readFileSync } from 'node:fs';
+import { accessibilityProblems, openPage } from '../clients/browser.mjs';
+
+export const address = 'http://127.0.0.1:8080/';
+
+// Starts a command of the box. Returns the procedure that ends it; the box ends what is left.
+export function start(command, ...options) {
+  const child = spawn(command, options, { stdio: ['ignore', 'inherit', 'inherit'] });
+  const ended = new Promise((resolve) => { child.on('close', resolve); });
+  return () => child.kill() && ended;
+}
+
+// Waits, without a limit of its own, until `test()` returns something true. Returns that.
+export async function until(test) {
+  for (;;) {
+    const result = await test();
+    if (result) return result;
+    await new Promise((resolve) => { setTimeout(resolve, 100); });
+  }
+}
+
+export const content = (path) => readFileSync(path, 'utf8');
+
+// Starts the web server. Returns the procedure that ends it.
+export async function startServer() {
+  const end = start('box/web-server', 'lighttpd');
+  await until(() => fetch(address).then(() => true, () => false));
+  return end;
+}
+
+// Opens the console. A fault of its scripts ends the test, and so does a wait of minutes.
+export async function openConsole() {
+  const page = await openPage({ viewport: { width: 1360, height: 800 } });
+  page.setDefaultTimeout(180_000);
+  page.on('pageerror', (failure) => { throw failure; });
+  await page.goto(address);
+  return page;
+}
+
+// One part of a test. When it fails, what the page says stands before the reason, and the test ends.
+export async function chapter(page, title, work) {
+  console.log(title);
+  try {
+    await work();
+  } catch (failure) {
+    console.error(await page.locator('body').innerText());
+    throw failure;
+  }
+}
+
+// Downloads what a button offers. Returns its text, byte order mark included.
+export async function download(page, button) {
+  const [file] = await Promise.all([page.waitForEvent('download'), page.getByRole('button', { name: button }).click()]);
+  return content(await file.path());
+}
+
+// Looks at the page in light and dark: no accessibility problem, and a picture of either for the documentation when
+// HANDLER_SCREENSHOTS names a folder. Returns the problems.
+export async function look(page, name) {
+  const problems = [];
+  for (const colorScheme of ['dark', 'light']) {
+    await page.emulateMedia({ colorScheme, reducedMotion: 'reduce' });
+    problems.push(...await accessibilityProblems(page));
+    const folder = process.env.HANDLER_SCREENSHOTS;
+    if (folder) await page.screenshot({ path: `${folder}/${name}-${colorScheme}.png` });
+  }
+  return problems;
+}

@@ -57,7 +57,7 @@ struct body {
 };
 
 body preamble(std::size_t size) {
-  return {"50 MB of preamble", near_delimiter, size, 20, "", "\r\n" + file_header + "\r\n" + closing};
+  return {"50 MB of preamble", near_delimiter, size, 40, "", "\r\n" + file_header + "\r\n" + closing};
 }
 
 std::string random_bytes() {

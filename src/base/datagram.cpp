@@ -2,12 +2,15 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+
+#include "base/clock.hpp"
 
 sockaddr_in datagram_address(const char* dotted, std::uint16_t port) {
   sockaddr_in address{};
@@ -61,13 +64,35 @@ int send_datagram(int socket, std::string_view text, const sockaddr_in& address)
   return static_cast<int>(sent);
 }
 
+namespace {
+
+ssize_t receive(int socket, std::span<char> buffer, sockaddr_in* sender, int flags) {
+  socklen_t size = sizeof *sender;
+  return recvfrom(socket, buffer.data(), buffer.size() - 1, flags, reinterpret_cast<sockaddr*>(sender),
+                  sender != nullptr ? &size : nullptr);
+}
+
+// Waits for a datagram for what is left of the socket's time-out since the start. Returns false with errno set
+// when the wait was interrupted or failed.
+bool wait_for_rest(int socket, std::chrono::milliseconds start) {
+  timeval timeout{};
+  socklen_t size = sizeof timeout;
+  getsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, &size);
+  const std::chrono::milliseconds whole =
+      std::chrono::seconds{timeout.tv_sec} + std::chrono::milliseconds{timeout.tv_usec / 1000};
+  const auto left = std::max(start + whole - steady_time(), std::chrono::milliseconds{0});
+  pollfd readable{socket, POLLIN, 0};
+  return poll(&readable, 1, whole.count() == 0 ? -1 : static_cast<int>(left.count())) >= 0;
+}
+
+}  // namespace
+
 int receive_datagram(int socket, std::span<char> buffer, sockaddr_in* sender) {
   std::ranges::fill(buffer, '\0');
-  ssize_t length = 0;
-  do {
-    socklen_t size = sizeof *sender;
-    length = recvfrom(socket, buffer.data(), buffer.size() - 1, 0, reinterpret_cast<sockaddr*>(sender),
-                      sender != nullptr ? &size : nullptr);
-  } while (length < 0 && errno == EINTR);
+  const std::chrono::milliseconds start = steady_time();
+  ssize_t length = receive(socket, buffer, sender, 0);
+  while (length < 0 && errno == EINTR) {
+    if (wait_for_rest(socket, start)) length = receive(socket, buffer, sender, MSG_DONTWAIT);
+  }
   return static_cast<int>(length);
 }

@@ -33,6 +33,6 @@ int send_datagram(int socket, std::string_view text, const sockaddr_in& address)
 
 // Receives one datagram of at most buffer.size() - 1 bytes into the cleared buffer, so that its text is
 // always terminated; what does not fit is dropped. Returns its length (0 for an empty datagram), or -1 with
-// errno set. A receive that a signal interrupts is taken up again. The sender goes to `sender` if one is
-// given.
+// errno set. A receive that a signal interrupts goes on for what is left of its time. The sender goes to
+// `sender` if one is given.
 [[nodiscard]] int receive_datagram(int socket, std::span<char> buffer, sockaddr_in* sender = nullptr);

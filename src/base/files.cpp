@@ -76,6 +76,24 @@ std::size_t read_line(std::FILE* file, std::span<char> line) {
   return length;
 }
 
+std::size_t count_lines(std::FILE* file) {
+  std::array<char, copy_block_size> block;
+  std::size_t lines = 0;
+  char last = '\n';
+  while (const std::size_t length = std::fread(block.data(), 1, block.size(), file)) {
+    lines += static_cast<std::size_t>(std::ranges::count(std::span{block}.first(length), '\n'));
+    last = block[length - 1];
+  }
+  return last == '\n' ? lines : lines + 1;
+}
+
+bool line_reader::next() {
+  errno = 0;
+  if (getline(&line_, &size_, file_) > 0) return true;
+  lacked_memory_ = errno == ENOMEM;
+  return false;
+}
+
 std::size_t read_available(std::FILE* file, std::span<char> buffer) {
   ssize_t length = 0;
   do {

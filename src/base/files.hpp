@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <span>
 #include <string_view>
 
@@ -44,6 +45,34 @@ void delete_file(const char* path);
 // longer line comes with the next calls. The buffer is cleared first.
 // Returns the number of bytes read, zero bytes among them counted; 0 at the end of the file.
 std::size_t read_line(std::FILE* file, std::span<char> line);
+
+// The number of lines that are left in the file; the last one need not end in a line feed.
+[[nodiscard]] std::size_t count_lines(std::FILE* file);
+
+// Reads a file line by line, whatever the length of a line.
+class line_reader {
+ public:
+  explicit line_reader(std::FILE* file) : file_(file) {}
+  line_reader(const line_reader&) = delete;
+  line_reader& operator=(const line_reader&) = delete;
+  ~line_reader() { std::free(line_); }
+
+  // Reads the next line. Returns false at the end of the file, after a failure, and when there is no memory
+  // for the line.
+  [[nodiscard]] bool next();
+
+  // The line with its line feed, up to its first zero byte; valid until the next one is read.
+  [[nodiscard]] std::string_view line() const { return {line_}; }
+
+  // Whether a line did not fit into memory.
+  [[nodiscard]] bool lacked_memory() const { return lacked_memory_; }
+
+ private:
+  std::FILE* file_;
+  char* line_ = nullptr;
+  std::size_t size_ = 0;
+  bool lacked_memory_ = false;
+};
 
 // Reads what there is, at least one byte, waiting for it if need be; for a stream that nobody reads through its
 // own buffer. Returns the number of bytes read; 0 at the end and after a failure.

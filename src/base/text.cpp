@@ -19,6 +19,11 @@ std::string_view without_line_end(std::string_view text) {
   return text;
 }
 
+std::string_view text_before_line_end(std::string_view text) {
+  const std::size_t carriage_return = text.find('\r');
+  return text.substr(0, carriage_return != std::string_view::npos ? carriage_return : text.find('\n'));
+}
+
 std::int32_t leading_number(std::string_view text) {
   using limits = std::numeric_limits<std::int32_t>;
   text = skip_space(text);

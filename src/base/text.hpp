@@ -30,6 +30,9 @@
 // The text without the line end it closes with, if any: a line feed, or a carriage return and line feed.
 [[nodiscard]] std::string_view without_line_end(std::string_view text);
 
+// The text up to its first carriage return or, when it has none, up to its first line feed.
+[[nodiscard]] std::string_view text_before_line_end(std::string_view text);
+
 // The number that the text begins with: white space, a sign, decimal digits; what follows is ignored.
 // 0 without a digit; a number beyond 32 bits becomes the nearest one that fits.
 [[nodiscard]] std::int32_t leading_number(std::string_view text);

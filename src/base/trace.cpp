@@ -2,9 +2,9 @@
 
 #include <fcntl.h>
 #include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 
 #include "base/handles.hpp"
 #include "base/text.hpp"
@@ -55,4 +55,17 @@ void trace_replace(const char* path, std::size_t buffer_size, std::string_view t
 void trace_log::append(std::string_view text) {
   if (!file_) file_ = open_log(path_, O_APPEND);
   write_line(file_, appended_text(path_, buffer_size_, text));
+}
+
+trace_block::trace_block(const char* path) : file_(open_log(path, O_APPEND)) {}
+
+bool trace_block::append(std::string_view lines) {
+  if (used_ + lines.size() > block_.size()) write_block();
+  used_ += lines.copy(block_.data() + used_, block_.size() - used_);
+  return static_cast<bool>(file_);
+}
+
+void trace_block::write_block() {
+  if (file_ && write(file_.get(), block_.data(), used_) != static_cast<ssize_t>(used_)) file_ = unique_fd{};
+  used_ = 0;
 }

@@ -7,6 +7,7 @@
 
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string_view>
 
@@ -33,4 +34,27 @@ class trace_log {
   const char* path_;
   std::size_t buffer_size_;
   unique_fd file_;
+};
+
+// A log that takes very many short lines in a row: they are appended in blocks, the last one at the end of the
+// scope.
+class trace_block {
+ public:
+  explicit trace_block(const char* path);
+  trace_block(const trace_block&) = delete;
+  trace_block& operator=(const trace_block&) = delete;
+  ~trace_block() { write_block(); }
+
+  // Appends the lines, which end in line feeds, at most block_size bytes of them. Returns false once the log
+  // takes no more: further lines are dropped.
+  bool append(std::string_view lines);
+
+ private:
+  static constexpr std::size_t block_size = 65536;
+
+  void write_block();
+
+  unique_fd file_;
+  std::size_t used_ = 0;
+  std::array<char, block_size> block_;
 };

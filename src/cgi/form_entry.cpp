@@ -26,16 +26,26 @@ cgiText cgiCopyText(std::string_view text) {
   return copy;
 }
 
-cgiParseResultType cgiAppendEntry(cgiFormEntry fields) {
+cgiParseResultType cgiAppendEntry(cgiFormEntry&& fields) {
   if (!fields.name || !fields.value || !fields.fileName || !fields.contentType || !fields.tfileName) {
     return cgiParseMemory;
   }
-  fields.next = nullptr;
   auto* entry = new (std::nothrow) cgiFormEntry{std::move(fields)};
   if (entry == nullptr) return cgiParseMemory;
+  entry->next = nullptr;
   (cgiFormEntryFirst == nullptr ? cgiFormEntryFirst : last_entry->next) = entry;
   last_entry = entry;
   return cgiParseSuccess;
+}
+
+cgiParseResultType cgiAppendPlainEntry(cgiText name, cgiText value, std::int32_t valueLength) {
+  return cgiAppendEntry({.name = std::move(name),
+                         .value = std::move(value),
+                         .valueLength = valueLength,
+                         .fileName = cgiCopyText({}),
+                         .contentType = cgiCopyText({}),
+                         .tfileName = cgiCopyText({}),
+                         .next = nullptr});
 }
 
 const cgiFormEntry* cgiFindFirstEntry(const char* name) {

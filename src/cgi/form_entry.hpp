@@ -53,7 +53,10 @@ enum cgiFormResultType {
 
 // Appends the entry to the list, in constant time. A null text counts as one there was no memory for. Returns
 // cgiParseSuccess, or cgiParseMemory with the list as it was.
-[[nodiscard]] cgiParseResultType cgiAppendEntry(cgiFormEntry fields);
+[[nodiscard]] cgiParseResultType cgiAppendEntry(cgiFormEntry&& fields);
+
+// The same for a field that has no more than a name and a value.
+[[nodiscard]] cgiParseResultType cgiAppendPlainEntry(cgiText name, cgiText value, std::int32_t valueLength);
 
 // The first entry, or the next one after the last found, whose name equals the given one byte for byte; null
 // when there is none. Both keep their place in one shared search position: it stands after the entry found,

@@ -241,7 +241,8 @@ cgiParseResultType find_boundary(cgiBodyStream& stream, cgiBoundary which, body_
       step = first ? search_first(stream, pattern, output) : search_next(stream, pattern, output);
     }
   }
-  return step == search_step::ended ? cgiParseIO : output.result();
+  if (output.result() != cgiParseSuccess) return output.result();
+  return step == search_step::found ? cgiParseSuccess : cgiParseIO;
 }
 
 // The two bytes behind a boundary: a line end, or the start of the closing mark, which is left to the end test.
@@ -347,6 +348,7 @@ cgiParseResultType cgiReadHeaderLine(cgiBodyStream& stream, std::span<char> name
   text_writer to_name{name};
   text_writer to_value{value};
   bool in_value = false;
+  bool colon_seen = false;
   char byte = '\0';
   while (read_byte(stream, byte) && byte != '\n') {
     if (byte == '\r') {
@@ -355,10 +357,12 @@ cgiParseResultType cgiReadHeaderLine(cgiBodyStream& stream, std::span<char> name
     }
     if (in_value) {
       to_value.add(byte);
-    } else if (byte == ':' && !to_name.empty()) {
+    } else if (byte == ':' && !to_name.empty() && !colon_seen) {
       in_value = true;
       skip_space_of(stream);
     } else if (!is_space(byte)) {
+      // A line that begins with a ":" has no value: every ":" of it belongs to the name.
+      colon_seen = colon_seen || byte == ':';
       to_name.add(byte);
     }
   }

@@ -20,7 +20,8 @@
 [[nodiscard]] cgiParseResultType cgiParsePostMultipartInput();
 
 // Reads one header line into two zero-terminated texts: the name without its white space, and the value behind
-// the first ":" and the white space that follows it, be it line ends. What a buffer cannot hold is dropped.
+// the first ":" and the white space that follows it, be it line ends. A line that begins with a ":" is all
+// name. What a buffer cannot hold is dropped.
 // Returns cgiParseSuccess when both are there, else cgiParseIO, as at the empty line that ends the headers.
 [[nodiscard]] cgiParseResultType cgiReadHeaderLine(cgiBodyStream& stream, std::span<char> name,
                                                    std::span<char> value);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <new>
 #include <string_view>
 
@@ -19,37 +20,33 @@ cgiFormResultType cgiFormFileName(const char* name, char* result, int max) {
 
 namespace {
 
-// The upload of that name; null for a plain field and for none, and `result` then says which.
-const cgiFormEntry* find_upload(const char* name, cgiFormResultType& result) {
-  const cgiFormEntry* entry = cgiFindFirstEntry(name);
-  const bool is_file = entry != nullptr && entry->tfileName[0] != '\0';
-  result = entry == nullptr ? cgiFormNotFound : is_file ? cgiFormSuccess : cgiFormNotAFile;
-  return is_file ? entry : nullptr;
+// Finds the first field of that name. Returns cgiFormSuccess when it is an upload, else why there is none.
+cgiFormResultType find_upload(const char* name, const cgiFormEntry*& entry) {
+  entry = cgiFindFirstEntry(name);
+  if (entry == nullptr) return cgiFormNotFound;
+  return entry->tfileName[0] != '\0' ? cgiFormSuccess : cgiFormNotAFile;
 }
 
 }  // namespace
 
 cgiFormResultType cgiFormFileSize(const char* name, int* size) {
-  cgiFormResultType result = cgiFormSuccess;
-  const cgiFormEntry* upload = find_upload(name, result);
-  if (size != nullptr) *size = upload != nullptr ? upload->valueLength : 0;
+  const cgiFormEntry* entry = nullptr;
+  const cgiFormResultType result = find_upload(name, entry);
+  if (size != nullptr) *size = result == cgiFormSuccess ? entry->valueLength : 0;
   return result;
 }
 
 cgiFormResultType cgiFormFileOpen(const char* name, cgiFilePtr* file) {
-  cgiFormResultType result = cgiFormSuccess;
-  const cgiFormEntry* upload = find_upload(name, result);
-  auto* handle = upload != nullptr ? new (std::nothrow) cgiFile{nullptr} : nullptr;
-  if (handle == nullptr) {
+  const cgiFormEntry* entry = nullptr;
+  const cgiFormResultType result = find_upload(name, entry);
+  std::unique_ptr<cgiFile> handle{result == cgiFormSuccess ? new (std::nothrow) cgiFile{nullptr} : nullptr};
+  if (!handle) {
     *file = nullptr;
-    return upload != nullptr ? cgiFormMemory : result;
+    return result == cgiFormSuccess ? cgiFormMemory : result;
   }
-  handle->stream = open_for_reading(upload->tfileName.get()).release();
-  if (handle->stream == nullptr) {
-    delete handle;
-    return cgiFormIO;
-  }
-  *file = handle;
+  handle->stream = open_for_reading(entry->tfileName.get()).release();
+  if (handle->stream == nullptr) return cgiFormIO;
+  *file = handle.release();
   return cgiFormSuccess;
 }
 

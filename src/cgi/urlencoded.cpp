@@ -55,15 +55,11 @@ cgiParseResultType cgiParseFormInput(std::string_view input) {
     const std::string_view encoded_value = take_until(input, "&");
     if (!input.empty()) input.remove_prefix(1);
 
+    cgiText name = unescape(encoded_name);
     cgiText value = unescape(encoded_value);
     const std::size_t length = value ? std::strlen(value.get()) : 0;
-    const cgiParseResultType result = cgiAppendEntry({.name = unescape(encoded_name),
-                                                      .value = std::move(value),
-                                                      .valueLength = static_cast<std::int32_t>(length),
-                                                      .fileName = cgiCopyText({}),
-                                                      .contentType = cgiCopyText({}),
-                                                      .tfileName = cgiCopyText({}),
-                                                      .next = nullptr});
+    const cgiParseResultType result =
+        cgiAppendPlainEntry(std::move(name), std::move(value), static_cast<std::int32_t>(length));
     if (result != cgiParseSuccess) return result;
   }
   return cgiParseSuccess;

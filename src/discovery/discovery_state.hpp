@@ -18,8 +18,8 @@ extern int discovery_socket;
 // The discovery mode, 1 one-pass or 2 two-pass; 1 at start. Written by send_discovery_query.
 extern int mcd_mode;
 
-// The number of units found, listed or imported last; 0 at start. Written by compilation, collection and
-// listing. The record tables are allocated for that many records.
+// The number of units found, listed or imported last; 0 at start. Written by compilation, collection, listing
+// and import. The record tables are allocated for that many records.
 extern std::int32_t device_count;
 
 // How many of the units found are encoders and decoders; 0 at start. Raised by kvp_parse_reply.
@@ -57,11 +57,11 @@ extern int import_header_fill;
 // not report stays zero.
 struct kvp_record {
   std::array<key_header_entry, header_slots> slots;
-  std::uint16_t record_flags = 0;
+  std::uint16_t record_flags = 0;  // of an imported record, see massupdate/import_records.hpp
 };
 
 // The device records, device_count of them, and the one that kvp_set_value fills. Null outside a compilation
-// or import. Written by kvp_alloc, kvp_free and kvp_parse_reply.
+// or import. Written by kvp_alloc, kvp_free, kvp_parse_reply and read_import_csv.
 extern zeroed_pointer<kvp_record> kvp_table;
 extern int current_record;
 
@@ -70,6 +70,7 @@ struct vdt_record {
   fixed_text<64> serial;
   fixed_text<64> address;
   fixed_text<64> unit_id;
+  std::uint32_t flags = 0;  // marks of the checks before a mass update, see massupdate/checks.hpp
 };
 
 // The valid device table, parallel to kvp_table. Written by vdt_alloc, vdt_free and kvp_set_value.

@@ -26,12 +26,6 @@ std::uint16_t classify(std::string_view key, std::uint16_t classes) {
   return copy.assign_if_fits(key) ? classify_key(copy.buffer().data(), classes) : std::uint16_t{0};
 }
 
-// Cuts the line at its first carriage return, or else at its first line feed.
-std::string_view without_ends(std::string_view line) {
-  const std::size_t carriage_return = line.find('\r');
-  return line.substr(0, carriage_return != std::string_view::npos ? carriage_return : line.find('\n'));
-}
-
 bool fits_as_key(std::string_view key) {
   return !key.empty() && key.size() < key_size;
 }
@@ -54,7 +48,7 @@ int copy_keys(int mode, std::FILE* keys, std::FILE* csv) {
   fixed_text<line_size> line;
   while (read_line(keys, line.buffer()) > 0) {
     if (classify_key(line.buffer().data(), KEY_CLASS_EXCLUDED) != 0) continue;
-    const std::string_view key = without_ends(line.view());
+    const std::string_view key = text_before_line_end(line.view());
     if (!fits_as_key(key) || static_cast<std::size_t>(columns.fill) >= header_slots) continue;
     std::fprintf(csv, written == 0 ? "%.*s" : ",%.*s", static_cast<int>(key.size()), key.data());
     akkh(mode, key);

@@ -21,6 +21,7 @@
 #include "discovery/one_pass.hpp"
 #include "discovery/reply_collection.hpp"
 #include "listing/device_listing.hpp"
+#include "massupdate/import_csv.hpp"
 #include "uploads/csv_intake.hpp"
 #include "uploads/edid.hpp"
 #include "uploads/firmware.hpp"
@@ -136,6 +137,18 @@ void get_csv_import() {
   write_file(unit::import_csv, "No Import CSV File Present\n");
 }
 
+// Discovers the site, whatever the discovery mode, then reads the imported CSV under the keys of the unit.
+template <int Flag>
+void perform_import() {
+  ckht(discovery_mode, unit::discover_csv);
+  {
+    const discovery_session session;
+    if (session && send_discovery_query() != 0) discover_one_pass();
+  }
+  ckht(discovery_mode, "/tmp/import2.csv");
+  read_import_csv(unit::import_csv, Flag);
+}
+
 void check_import_csv_status() {
   std::fputs(file_exists(unit::import_csv) ? "true" : "false", cgiOut);
 }
@@ -181,6 +194,8 @@ constexpr auto commands = std::to_array<command>({
     {"GET_CSV_DISCOVER", get_csv_discover},
     {"CSV_IMPORT", take_csv},
     {"GET_CSV_IMPORT", get_csv_import},
+    {"PERFORM_CSV_IMPORT", perform_import<0>},
+    {"PERFORM_CSV_UPDATE", perform_import<1>},
     {"CHECK_IMPORT_CSV_STATUS", check_import_csv_status},
     {"DISCOVER_DEVICES", discover_devices},
     {"GET_NODES", get_nodes},

@@ -11,5 +11,5 @@
 int update_edid(int index);
 
 // Writes the first 256 bytes of the file into /tmp/edid.edid, 16 lines of 16 bytes like "0x0f,". Returns 0 when
-// the text is written, else -1; it is empty when the file holds fewer bytes.
+// the text is written whole, else -1; it is empty when the file holds fewer bytes.
 [[nodiscard]] int write_edid_text(const char* path);

@@ -20,13 +20,13 @@ constexpr std::size_t datagram_size = 1500;
 
 using marker_text = fixed_text<256>;
 
-constinit std::array<char, datagram_size + 1> receive_buffer{};
+using receive_buffer = std::array<char, datagram_size + 1>;
 
-// Receives one datagram into receive_buffer and notes it. Returns its length, 0 or less for a failure.
-int receive_reply(int socket) {
-  const int length = receive_datagram(socket, receive_buffer);
+// Receives one datagram into the buffer and notes its text. Returns its length, 0 or less for a failure.
+int receive_reply(int socket, receive_buffer& buffer) {
+  const int length = receive_datagram(socket, buffer);
   if (length > 0) {
-    api_reply_text.append_cut(receive_buffer.data());
+    api_reply_text.append_cut(buffer.data());
   } else {
     marker_text marker;
     marker.print("&HANDLER=INTERNAL_REPLY_ERROR_x:%d_errno:%d", length, errno);
@@ -36,9 +36,10 @@ int receive_reply(int socket) {
 }
 
 int collect_reply(int socket) {
+  receive_buffer buffer;
   for (int datagrams = 0; datagrams < most_datagrams; ++datagrams) {
-    if (receive_reply(socket) <= 0) return -1;
-    if (!std::string_view{receive_buffer.data()}.ends_with('&')) break;
+    if (receive_reply(socket, buffer) <= 0) return -1;
+    if (!std::string_view{buffer.data()}.ends_with('&')) break;
   }
   return 0;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <array>
@@ -70,4 +71,17 @@ TEST_F(Datagram, ASignalDoesNotEndAReceive) {
   }};
   EXPECT_EQ(receive_datagram(socket.get(), buffer), 4);
   sender.join();
+}
+
+TEST_F(Datagram, ManySignalsDoNotProlongTheTimeOut) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  sigaction(SIGALRM, &action, nullptr);
+  set_receive_timeout(socket.get(), 300ms);
+  constexpr itimerval every_20_ms{{0, 20'000}, {0, 20'000}};
+  setitimer(ITIMER_REAL, &every_20_ms, nullptr);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(receive_datagram(socket.get(), buffer), -1);
+  EXPECT_EQ(errno, EAGAIN);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 290ms);
 }

@@ -34,5 +34,20 @@ TEST(Trace, DoesNotFollowAPlantedLinkAndSurvivesAnUnwritablePath) {
   trace_replace("/tmp/log", command_size, "text");
   trace_append("/tmp/log", command_size, "text");
   trace_append("/nowhere/log", command_size, "text");
+  EXPECT_FALSE(trace_block{"/tmp/log"}.append("text\n"));
   EXPECT_EQ(read_file("/tmp/precious"), "kept");
+}
+
+TEST(Trace, BlocksKeepEveryLineInOrder) {
+  trace_append("/tmp/log", command_size, "first");
+  std::string all = "first\n";
+  {
+    trace_block log{"/tmp/log"};
+    for (int i = 0; i < 20'000; ++i) {
+      const std::string line = "line " + std::to_string(i) + "\n";
+      EXPECT_TRUE(log.append(line));
+      all += line;
+    }
+  }
+  EXPECT_TRUE(read_file("/tmp/log") == all);
 }

@@ -134,6 +134,7 @@ class byte_decoder {
 
   bool header(std::string& name, std::string& value) {
     bool in_value = false;
+    bool colon_seen = false;
     for (int byte = read(); byte >= 0 && byte != '\n'; byte = read()) {
       if (byte == '\r') {
         const int next = read();
@@ -142,12 +143,13 @@ class byte_decoder {
       }
       if (in_value) {
         value += static_cast<char>(byte);
-      } else if (byte == ':' && !name.empty()) {
+      } else if (byte == ':' && !name.empty() && !colon_seen) {
         in_value = true;
         int next = read();
         while (next == ' ' || (next >= 9 && next <= 13)) next = read();
         if (next >= 0) put_back(next);
       } else if (byte != ' ' && (byte < 9 || byte > 13)) {
+        colon_seen = colon_seen || byte == ':';
         name += static_cast<char>(byte);
       }
     }
@@ -219,7 +221,8 @@ TEST(Multipart, BodiesBecomeFields) {
            {"--b\r\nX-" + long_text + ": " + long_text + "\r\ncONTENT-tYPE: text/x\r\n" +
                 part("NAME=a", "1", "content - TYPE:t\n") + "--",
             {0, {{"a", "1", "", "t"}}}},
-           {"--b\r\n:x: y\r\n" + part("name=a", "1") + "--", {0, {{"a", "1"}}}},
+           // One that begins with a ":" is no header, and ends them.
+           {"--b\r\n:x: y\r\n" + part("name=a", "1") + "--", {0, {}}},
            // Only form-data counts, and a blank behind it belongs to it.
            {"--b\r\nContent-Disposition: attachment; name=a\r\n\r\n1\r\n--b\r\n" + part("name=b", "2") + "--",
             {0, {{"b", "2"}}}},

@@ -147,6 +147,11 @@ TEST(Answer, IsCutAfterAnAmpersand) {
   for (const auto& c : cases) EXPECT_EQ(split_answer(c.text, c.size), c.datagrams) << c.text << " " << c.size;
 }
 
+TEST(Answer, OfAScriptIsTakenAsItStands) {
+  EXPECT_EQ(split_script("A=1&|B=2||"), (texts{"A=1&", "B=2", "", ""}));
+  EXPECT_EQ(split_script("A=1"), texts{"A=1"});
+}
+
 TEST(Log, WritesOtherBytesAsNumbers) {
   EXPECT_EQ(printable({"a~ \x7f\0\n\xff\\", 8}), "a~ \\x7f\\x00\\x0a\\xff\\");
 }

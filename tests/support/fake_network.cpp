@@ -8,11 +8,26 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 namespace {
 
 constexpr const char* group = "226.0.0.19";
 constexpr in_port_t api_port = 8000;
+
+// Waits shortly for one datagram.
+bool receive(int socket, std::string& text, sockaddr_in& sender) {
+  std::array<char, 4096> bytes;
+  socklen_t size = sizeof sender;
+  auto* address = reinterpret_cast<sockaddr*>(&sender);
+  const ssize_t length = recvfrom(socket, bytes.data(), bytes.size(), 0, address, &size);
+  if (length >= 0) text.assign(bytes.data(), static_cast<std::size_t>(length));
+  return length >= 0;
+}
+
+void send(int socket, const std::string& text, const sockaddr_in& to) {
+  sendto(socket, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+}
 
 }  // namespace
 
@@ -64,13 +79,9 @@ std::vector<std::string> fake_network::heard(std::size_t count) {
 
 void fake_network::serve() {
   while (!ending_) {
-    std::array<char, 4096> bytes;
+    std::string request;
     sockaddr_in sender{};
-    socklen_t size = sizeof sender;
-    auto* address = reinterpret_cast<sockaddr*>(&sender);
-    const ssize_t length = recvfrom(group_socket_, bytes.data(), bytes.size(), 0, address, &size);
-    if (length < 0) continue;
-    const std::string request{bytes.data(), static_cast<std::size_t>(length)};
+    if (!receive(group_socket_, request, sender)) continue;
     {
       const std::lock_guard lock{mutex_};
       heard_.push_back(request);
@@ -79,8 +90,34 @@ void fake_network::serve() {
     for (const scripted_answer& answer : script_) {
       std::this_thread::sleep_for(answer.wait);
       const int unit = bind_unit_socket(answer.from);
-      sendto(unit, answer.text.data(), answer.text.size(), 0, address, size);
+      send(unit, answer.text, sender);
       close(unit);
     }
+  }
+}
+
+fake_service::fake_service(std::vector<std::vector<std::string>> replies)
+    : replies_(std::move(replies)), socket_(bind_unit_socket("127.0.0.1")), thread_([this] { serve(); }) {}
+
+fake_service::~fake_service() {
+  end();
+  close(socket_);
+}
+
+std::vector<std::string> fake_service::end() {
+  ending_ = true;
+  if (thread_.joinable()) thread_.join();
+  return heard_;
+}
+
+void fake_service::serve() {
+  while (!ending_) {
+    std::string message;
+    sockaddr_in sender{};
+    if (!receive(socket_, message, sender)) continue;
+    heard_.push_back(message);
+    std::ofstream{"/var/log/tools.log", std::ios::app} << "api " << message << '\n';
+    if (heard_.size() > replies_.size()) continue;
+    for (const std::string& datagram : replies_[heard_.size() - 1]) send(socket_, datagram, sender);
   }
 }

@@ -38,5 +38,27 @@ class fake_network {
   std::thread thread_;
 };
 
+// The unit's own API service at 127.0.0.1, scripted word by word: the n-th message is answered by the n-th list of
+// datagrams, and further ones by silence. The messages stand among the calls of the tools, too, after "api ".
+class fake_service {
+ public:
+  explicit fake_service(std::vector<std::vector<std::string>> replies);
+  fake_service(const fake_service&) = delete;
+  fake_service& operator=(const fake_service&) = delete;
+  ~fake_service();
+
+  // Ends the service. Returns the messages that it heard, in order.
+  std::vector<std::string> end();
+
+ private:
+  void serve();
+
+  std::vector<std::vector<std::string>> replies_;
+  int socket_;
+  std::atomic<bool> ending_ = false;
+  std::vector<std::string> heard_;
+  std::thread thread_;
+};
+
 // A UDP socket bound to the API port of one address.
 int bind_unit_socket(const std::string& address);

@@ -101,3 +101,17 @@ TEST(Smoke, RefusesWhileAnotherRequestRuns) {
   EXPECT_EQ(got.err, "");
   EXPECT_EQ(tool_calls(), lines{});
 }
+
+TEST(Smoke, AnUploadArrivesByteForByte) {
+  std::string content = "\r\n--\r\n--a\r\r\n-";
+  for (unsigned i = 0; i < 300'000; ++i) content += static_cast<char>(i * i % 251);
+  const std::string head = "--bound\r\nContent-Disposition: form-data; name=";
+  const std::string body = head + "CMD\r\n\r\nUPDATE_SPLASH\r\n" + head +
+                           "\"file\"; filename=\"a;b.jpg\"\r\n\r\n" + content + "\r\n--bound--\r\n";
+  EXPECT_EQ(run_program(post(body, "multipart/form-data; boundary=bound")).out,
+            page("UPDATE_SPLASH", "<p>Updating splash</p>\n"));
+  EXPECT_TRUE(read_file("/share/default.jpg") == content);
+  EXPECT_EQ(read_file("/www/upload_file.txt"),
+            "file name: a;b.jpg\nfile size: " + std::to_string(content.size()) + " bytes\n");
+  EXPECT_EQ(list_folder("/dev/shm"), lines{});
+}

@@ -1,0 +1,243 @@
+#include "massupdate/device_update.hpp"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <string_view>
+
+#include "base/datagram.hpp"
+#include "base/text.hpp"
+#include "base/trace.hpp"
+#include "base/unit.hpp"
+#include "cgi/state.hpp"
+#include "discovery/api_message.hpp"
+#include "discovery/discovery_socket.hpp"
+#include "discovery/discovery_state.hpp"
+#include "discovery/key_catalogue.hpp"
+#include "massupdate/checks.hpp"
+#include "massupdate/import_records.hpp"
+#include "massupdate/site_log.hpp"
+
+namespace {
+
+constexpr std::chrono::seconds reply_timeout{5};
+constexpr std::size_t datagram_size = 1500;
+constexpr int complete = 3;
+
+constexpr std::string_view save_command = "CMD=START&UNIT.ID=ALL&SAVE=TRUE&CMD=END";
+constexpr std::string_view reboot_command = "CMD=START&UNIT.ID=ALL&REBOOT=TRUE&CMD=END";
+
+struct rename_row {
+  std::string_view record_key;
+  std::string_view sent_as;
+};
+
+// Settings that a unit takes under another key than the one that it reports them under.
+constexpr auto rename_table = std::to_array<rename_row>({
+    {"IP.STATIC_ADDRESS", "IP.ADDRESS"},
+    {"IP.STATIC_NETMASK", "IP.NETMASK"},
+    {"IP.STATIC_GATEWAY", "IP.GATEWAY"},
+    {"IP.STATIC_DNS_SERVER", "IP.DNS_SERVER"},
+    {"UNIT.ID", "UNIT.SET_ID"},
+    {"DANTE.DEVICE_NAME", "DANTE.SET_DEVICE_NAME"},
+});
+
+// What a send or a receive on the discovery socket came to.
+struct exchange_step {
+  int result = 0;
+  int error = 0;  // errno; 0 when nothing failed
+  [[nodiscard]] bool failed() const { return result <= 0; }
+};
+
+struct unit_reply {
+  exchange_step step;
+  sockaddr_in sender{};
+  std::array<char, datagram_size + 1> text{};
+};
+
+// Receives the next reply, whoever sends it. Returns false when none came in time, and for an empty one.
+bool receive_reply(unit_reply& reply) {
+  errno = 0;
+  reply.step.result = receive_datagram(discovery_socket, reply.text, &reply.sender);
+  reply.step.error = errno;
+  return !reply.step.failed();
+}
+
+exchange_step send_to(const sockaddr_in& address, std::string_view text) {
+  errno = 0;
+  const int result = send_datagram(discovery_socket, text, address);
+  return {result, errno};
+}
+
+void log_step(const char* step) {
+  site_message message;
+  message.print("Inside handle_device_update_reply() %s", step);
+  append_message(message);
+}
+
+void log_failure(const char* what, const exchange_step& step) {
+  site_message message;
+  message.print("Inside handle_device_update_reply() %s %d/0x%02x", what, step.result,
+                static_cast<unsigned>(step.error));
+  append_message(message);
+}
+
+void log_reply(const char* which, const unit_reply& reply) {
+  site_message message;
+  message.print("Inside handle_device_update_reply() %s: %s", which, reply.text.data());
+  append_message(message);
+}
+
+// The unit of a record, as the log shows it.
+struct record_unit {
+  fixed_text<64> model;
+  fixed_text<64> address;
+  fixed_text<64> serial;
+  fixed_text<64> id;
+  std::uint32_t number = 0;  // the address, its first octet in the highest byte; 0 when it cannot be read
+};
+
+std::uint32_t address_number(const fixed_text<64>& address) {
+  return ntohl(datagram_address(address.c_str(), 0).sin_addr.s_addr);
+}
+
+record_unit find_unit(int row) {
+  record_unit unit;
+  get_row_value(row, "UNIT.MODEL", unit.model);
+  get_row_value(row, "IP.ADDRESS", unit.address);
+  get_row_value(row, "UNIT.SERIAL", unit.serial);
+  const int found = check_device_valid(unit.serial.view());
+  if (found >= 0) {
+    const vdt_record& known = vdt[static_cast<std::size_t>(found)];
+    unit.id = known.unit_id;
+    unit.number = address_number(known.address);
+  } else {
+    get_row_value(row, "UNIT.ID", unit.id);
+    unit.number = address_number(unit.address);
+  }
+  return unit;
+}
+
+void log_unit(const record_unit& unit) {
+  site_line line;
+  line.print("    IP... %s 0x%08x", unit.address.c_str(), unit.number);
+  append_to_site_log(line);
+  line.print("    NOTES... %s %s %s 0x%08x %s", unit.id.c_str(), unit.model.c_str(), unit.address.c_str(),
+             unit.number, unit.serial.c_str());
+  append_to_site_log(line);
+}
+
+bool is_setting(const key_header_entry& slot) {
+  return (slot.class_set & (KEY_CLASS_EXCLUDED | KEY_CLASS_STATUS)) == 0 && !slot.key.empty() &&
+         !slot.value.empty();
+}
+
+// Whether the unit's model takes the setting. The second generation is asked for KEY_CLASS_EXTENDED too, not for
+// KEY_CLASS_SECOND_GEN.
+bool model_takes(unsigned record_flags, unsigned class_set) {
+  const bool extended = (class_set & KEY_CLASS_EXTENDED) != 0;
+  if (extended) return (record_flags & (wallplate_record | second_gen_record)) != 0;
+  return ((record_flags & decoder_record) != 0 && (class_set & KEY_CLASS_ENCODER) == 0) ||
+         ((record_flags & encoder_record) != 0 && (class_set & KEY_CLASS_DECODER) == 0);
+}
+
+void add_setting(api_request& request, const kvp_record& record, const key_header_entry& slot) {
+  const auto renamed = std::ranges::find_if(rename_table, [&slot](const rename_row& row) {
+    return equal_no_case(slot.key.view(), row.record_key);
+  });
+  if (renamed != rename_table.end()) {
+    request.add(renamed->sent_as, slot.value.view());
+  } else if (model_takes(record.record_flags, slot.class_set)) {
+    request.add(slot.key.view(), slot.value.view());
+  }
+}
+
+// Returns how many of the record's values are settings.
+int add_settings(api_request& request, int row) {
+  const kvp_record& record = kvp_table[static_cast<std::size_t>(row)];
+  int settings = 0;
+  for (std::size_t slot = 0; slot < static_cast<std::size_t>(key_header_count); ++slot) {
+    if (!is_setting(record.slots[slot])) continue;
+    ++settings;
+    add_setting(request, record, record.slots[slot]);
+  }
+  return settings;
+}
+
+// The message stands in the log whole.
+void log_request(const api_request& request) {
+  constexpr std::size_t room = 2048 + 64;
+  fixed_text<room> line;
+  const std::string_view text = request.text();
+  const int length = static_cast<int>(text.size());
+  line.print("%.*s {%d}", length, text.data(), length);
+  trace_append(unit::site_log, room, line.view());
+}
+
+// Sends the request and takes the unit through the rest. Returns as handle_device_update_reply.
+int exchange(const api_request& request) {
+  log_request(request);
+  const discovery_session session;
+  static_cast<void>(send_to(datagram_address(unit::discovery_group, unit::api_port), request.text()));
+  return handle_device_update_reply();
+}
+
+// A cut message would set a wrong value.
+int refuse_long_request() {
+  site_line line;
+  line.print("    Message is longer than 2047 characters, not sent ");
+  append_to_site_log(line);
+  return 0;
+}
+
+}  // namespace
+
+int send_device_update(int row) {
+  site_line line;
+  line.print("   Starting send_device_update()...%d ", current_record);
+  append_to_site_log(line);
+  const record_unit unit = find_unit(row);
+  log_unit(unit);
+  api_request request{unit.serial.view()};
+  const int settings = add_settings(request, row);
+  const int reached = request.finish() ? exchange(request) : refuse_long_request();
+  std::fprintf(cgiOut, "Update Device #%d @ %s Result is %s\n", row, unit.address.c_str(),
+               reached == complete ? "OK" : "FAIL");
+  std::fflush(cgiOut);
+  return settings;
+}
+
+int handle_device_update_reply() {
+  set_receive_timeout(discovery_socket, reply_timeout);
+  log_step("0");
+  unit_reply reply;
+  if (!receive_reply(reply)) {
+    log_failure("No UPDATE Reply", reply.step);
+    return 0;
+  }
+  log_reply("Got Reply A", reply);
+  if (!is_success_reply(reply.text.data())) {
+    log_failure("UPDATE Reply FAILED ", reply.step);
+    return 1;
+  }
+  if (const exchange_step sent = send_to(reply.sender, save_command); sent.failed()) {
+    log_failure("SAVE Send FAILED ", sent);
+    return 1;
+  }
+  log_step("Sent SAVE");
+  if (!receive_reply(reply)) return 1;
+  log_reply("Got Reply B", reply);
+  if (!is_success_reply(reply.text.data())) {
+    log_failure("SAVE Reply FAILED ", reply.step);
+    return 2;
+  }
+  if (send_to(reply.sender, reboot_command).failed()) return 2;
+  log_step("Sent REBOOT");
+  if (!receive_reply(reply)) return 2;
+  log_step("Got Reply C");
+  return complete;
+}

@@ -1,0 +1,172 @@
+#include "massupdate/checks.hpp"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/text.hpp"
+#include "discovery/discovery_state.hpp"
+#include "massupdate/import.hpp"
+#include "massupdate/import_records.hpp"
+
+namespace {
+
+const std::string keys = "UNIT.ID\nIP.ADDRESS\nUNIT.SERIAL\nVW.NAME\n";
+
+// What a check adds to the site log, without its first and its last line.
+std::string logged(const std::string& name, void (*check)()) {
+  write_file("/tmp/site.log", "");
+  check();
+  std::string log = read_file("/tmp/site.log");
+  const std::string first = "     BEGIN duplicate_check_" + name + "(): \n";
+  const std::string last = "     END duplicate_check_" + name + "(): \n";
+  EXPECT_TRUE(log.starts_with(first) && log.ends_with(last)) << log;
+  log.erase(log.size() - last.size());
+  return log.substr(first.size());
+}
+
+std::string pair_line(const std::string& name, std::size_t i, std::size_t j) {
+  return "     duplicate_check_" + name + "(): Duplicate Device DATA " + std::to_string(i) + " " +
+         std::to_string(j) + " \n";
+}
+
+using unit_texts = std::vector<std::string>;  // unit id, address, serial
+
+// Every pair in both orders. Marks the second record of each equal pair; logs those that bear a mark by then.
+std::string compare_all(const std::string& name, const std::vector<unit_texts>& units,
+                        std::vector<unsigned>& marks) {
+  std::string log;
+  marks.assign(units.size(), 0);
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    for (std::size_t j = 0; j < units.size(); ++j) {
+      if (i == j) continue;
+      for (unsigned which = 0; which < 3; ++which) {
+        const bool held = name == "vdt" || (!units[i][which].empty() && !units[j][which].empty());
+        if (held && equal_no_case(units[i][which], units[j][which])) marks[j] |= 0x10U << which;
+      }
+      if (marks[j] != 0) log += pair_line(name, i, j);
+    }
+  }
+  return log;
+}
+
+std::vector<unit_texts> random_units(std::mt19937& random) {
+  constexpr const char* letters[] = {"", "a", "A", "b", "B"};
+  std::vector<unit_texts> units(random() % 40);
+  const auto spread = 1 + random() % 400;
+  for (unit_texts& unit : units) {
+    for (int which = 0; which < 3; ++which) {
+      const std::string letter = letters[random() % 5];
+      unit.push_back(letter.empty() ? "" : letter + std::to_string(random() % spread));
+    }
+  }
+  return units;
+}
+
+void make_vdt(const std::vector<unit_texts>& units) {
+  device_count = static_cast<int>(units.size());
+  vdt_count = 0;
+  vdt_alloc();
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    vdt[i].unit_id.assign_cut(units[i][0]);
+    vdt[i].address.assign_cut(units[i][1]);
+    vdt[i].serial.assign_cut(units[i][2]);
+  }
+}
+
+unsigned status_of(const kvp_record& record) {
+  unsigned status = 0;
+  for (const key_header_entry& slot : record.slots) status |= slot.status;
+  return status;
+}
+
+// A last column of its own keeps empty identities out of the records.
+void import_units(const std::vector<unit_texts>& units) {
+  std::string csv = "UNIT.ID,IP.ADDRESS,UNIT.SERIAL,VW.NAME\r\n";
+  for (const unit_texts& unit : units) csv += unit[0] + "," + unit[1] + "," + unit[2] + ",x\r\n";
+  import(keys, csv);
+}
+
+}  // namespace
+
+TEST(DuplicateCheck, OfRecords) {
+  struct row {
+    std::string csv;
+    std::vector<std::pair<int, int>> pairs;
+    std::set<int> duplicates;
+  };
+  for (const row& row : {
+           row{"UNIT.SERIAL,VW.NAME\n1,\n2,\n1,\n", {{0, 2}, {1, 2}, {2, 0}}, {0, 2}},
+           {"IP.ADDRESS,VW.NAME\nfe80::A,\nFE80::a,\n", {{0, 1}, {1, 0}}, {0, 1}},
+           {"UNIT.ID,UNIT.SERIAL,VW.NAME\n,1,\n,2,\nx,3,\n", {}, {}},
+           {"VW.NAME,UNIT.ID\nx,\nx,\nx,1\n", {{0, 1}, {1, 0}, {2, 0}, {2, 1}}, {0, 1}},
+           {"UNIT.ID,IP.ADDRESS,VW.NAME\na,1,\nb,2,\nb,1,\n", {{0, 2}, {1, 2}, {2, 0}, {2, 1}}, {0, 1, 2}},
+           {"VW.NAME,UNIT.ID\nx,a\nx,b\n", {}, {}},
+           {"unit.id,UNIT.ID,VW.NAME\na,b,\n,a,\n", {{0, 1}, {1, 0}}, {0, 1}},
+           {"UNIT.ID\n", {}, {}},
+       }) {
+    std::string log;
+    const int count = import(keys, row.csv);
+    for (const auto& [i, j] : row.pairs) {
+      log += pair_line("kvp", static_cast<std::size_t>(i), static_cast<std::size_t>(j));
+    }
+    EXPECT_EQ(logged("kvp", duplicate_check_kvp), log) << row.csv;
+    for (int i = 0; i < count; ++i) {
+      const kvp_record& record = kvp_table[static_cast<std::size_t>(i)];
+      EXPECT_EQ(record.record_flags, row.duplicates.contains(i) ? duplicate_record : 0) << row.csv << i;
+    }
+  }
+}
+
+TEST(DuplicateCheck, FindsWhatComparingEveryPairFinds) {
+  std::mt19937 random{7};
+  for (int round = 0; round < 300; ++round) {
+    const std::vector<unit_texts> units = random_units(random);
+    std::vector<unsigned> marks;
+    import_units(units);
+    EXPECT_EQ(logged("kvp", duplicate_check_kvp), compare_all("kvp", units, marks));
+    for (std::size_t i = 0; i < units.size(); ++i) {
+      EXPECT_EQ(status_of(kvp_table[i]), marks[i]) << i;
+      EXPECT_EQ(kvp_table[i].record_flags, marks[i] != 0 ? duplicate_record : 0) << i;
+    }
+    if (units.empty()) continue;
+    make_vdt(units);
+    EXPECT_EQ(logged("vdt", duplicate_check_vdt), compare_all("vdt", units, marks));
+    for (std::size_t i = 0; i < units.size(); ++i) EXPECT_EQ(vdt[i].flags, marks[i]) << i;
+  }
+}
+
+TEST(DuplicateCheck, WithoutAValidDeviceTable) {
+  duplicate_check_vdt();
+  EXPECT_EQ(read_file("/tmp/site.log"),
+            "     BEGIN duplicate_check_vdt(): \n     SKIP duplicate_check_vdt(): NO VDT \n");
+}
+
+TEST(CheckDeviceValid, AnswersAndLogs) {
+  const std::string s63(63, 's');
+  make_vdt({{"a", "1", "S1"}, {"b", "1", "S2"}, {"c", "3", "s2"}, {"c", "4", s63}, {"", "", ""}});
+  duplicate_check_vdt();
+  struct row {
+    std::string serial;
+    int result;
+    std::string log;
+  };
+  for (const row& row : {
+           row{"s1", 0, "(s1~S1) 0 5"},
+           {"S1", -2, "(S1~S1) 0 5 \n    check_device_valid(S1) Duplicate Device Found -2 0"},
+           {"S2", -3, "(S2~S2) 1 5 \n    check_device_valid(S2) Duplicate Device DATA -3 1"},
+           {s63, 3, "(" + s63 + "~" + s63 + ") 3 5"},
+           {s63 + "s", -1, "(" + s63 + "s) Invalid Input -1 or no VDT"},
+           {"S", -1, "(S) Device Not Found in Valid Device Table -1 5"},
+           {"", -1, "() Invalid Input -1 or no VDT"},
+       }) {
+    write_file("/tmp/site.log", "");
+    EXPECT_EQ(check_device_valid(row.serial), row.result) << row.serial;
+    EXPECT_EQ(read_file("/tmp/site.log"), "    check_device_valid" + row.log + " \n");
+  }
+  vdt_free();
+  EXPECT_EQ(check_device_valid("S1"), -1);
+}

@@ -117,16 +117,17 @@ export function undoEdit() {
 
 // Mass update
 
-// Follows the site log of a run from its first line on, until `over()`. A log that is still the one from before the run
-// does not count.
+// By which a site log is known again as long as nothing writes to it.
+const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
+
+// Follows the site log of a run from its first line on, until `over()`. The log that was there `before` does not count.
 async function followSiteLog(before, over, show) {
   let text = '';
   let length = 0;
   for (let last = false; !last;) {
     last = over();
     const piece = await readStatic(siteLogFile, length).catch(() => null);
-    const fresh = piece && (length > 0 || last || piece.text !== before);
-    if (fresh && piece.text !== '') {
+    if (piece && piece.text !== '' && (length > 0 || ageOf(piece) !== before)) {
       text = piece.whole ? piece.text : text + piece.text;
       length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
       show(text);
@@ -139,10 +140,12 @@ async function followSiteLog(before, over, show) {
 async function silence(logSoFar) {
   const running = ({ state }) => ['waiting', 'sent', 'saved', 'rebooting'].includes(state);
   let length = 0;
-  for (let quiet = 0; quiet < longestSilence && readSiteLog(logSoFar()).records.some(running); ++quiet) {
-    if (logSoFar().length > length) quiet = 0;
-    length = logSoFar().length;
+  for (let quiet = 0; quiet < longestSilence; ++quiet) {
     await sleep(1000);
+    const log = logSoFar();
+    if (log.length > length) quiet = 0;
+    length = log.length;
+    if (log !== '' && !readSiteLog(log).records.some(running)) return;
   }
 }
 
@@ -159,39 +162,64 @@ function rememberOwnSerial({ plan, records }) {
   if (at >= 0) remember('own-serial', plan.sending[at].values['UNIT.SERIAL']);
 }
 
+// A run as it is shown, from what its log and its answer have told so far.
+class ShownRun {
+  log = '';
+  lines = [];
+
+  constructor(plan) {
+    this.waiting = plan.sending.map(() => ({ state: 'waiting', reason: '' }));
+    set({ run: { plan, records: this.waiting, over: false, failure: '', since: Date.now() } });
+  }
+
+  tell(news, over = false, failure = '') {
+    Object.assign(this, news);
+    const { records, total } = readSiteLog(this.log);
+    const known = total === this.waiting.length ? records : this.waiting;
+    set({ run: { ...get().run, records: applyResults(known, this.lines, over), over, failure } });
+  }
+
+  end(failure) {
+    this.tell({}, true, failure);
+    rememberOwnSerial(get().run);
+    remember('run', null);
+    set({ outdated: true });
+  }
+}
+
 // Uploads the CSV of a plan and has it sent, showing how far each unit has come.
 export async function runUpdate(plan) {
-  const waiting = plan.sending.map(() => ({ state: 'waiting', reason: '' }));
-  set({ run: { plan, records: waiting, over: false, failure: '', since: Date.now() } });
-  let log = '';
-  let lines = [];
-  const show = (over, failure = '') => {
-    const { records, total } = readSiteLog(log);
-    const known = total === waiting.length ? records : waiting;
-    set({ run: { ...get().run, records: applyResults(known, lines, over), over, failure } });
+  const shown = new ShownRun(plan);
+  const work = async (unit) => {
+    await sendPlan(unit, plan);
+    const before = ageOf(await readStatic(siteLogFile));
+    remember('run', { sending: plan.sending, undo: plan.undo, before });
+    let over = false;
+    const following = followSiteLog(before, () => over, (log) => shown.tell({ log }));
+    try {
+      await unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => shown.tell({ lines }) });
+    } catch (failure) {
+      if (shown.log !== '') await silence(() => shown.log);
+      throw failure;
+    } finally {
+      over = true;
+      await following;
+    }
   };
-  try {
-    await queue.run('update', async (unit) => {
-      await sendPlan(unit, plan);
-      const before = (await readStatic(siteLogFile))?.text ?? null;
-      let over = false;
-      const following = followSiteLog(before, () => over, (text) => { log = text; show(false); });
-      try {
-        await unit.ask('PERFORM_CSV_UPDATE', { onLines: (soFar) => { lines = soFar; show(false); } });
-      } catch (failure) {
-        if (log !== '') await silence(() => log);
-        throw failure;
-      } finally {
-        over = true;
-        await following;
-      }
-    });
-    show(true);
-  } catch (failure) {
-    show(true, explain(failure));
-  }
-  rememberOwnSerial(get().run);
-  set({ outdated: true });
+  await queue.run('update', work).then(() => shown.end(''), (failure) => shown.end(explain(failure)));
+}
+
+// Shows a run that was under way when the page was left: it went on, and its log tells the rest.
+export async function resumeRun() {
+  const plan = recall('run');
+  if (!plan) return;
+  const shown = new ShownRun(plan);
+  let over = false;
+  const following = followSiteLog(plan.before, () => over, (log) => shown.tell({ log }));
+  await silence(() => shown.log);
+  over = true;
+  await following;
+  shown.end(texts.configure.resumed);
 }
 
 // Uploads to this unit

@@ -2,7 +2,7 @@
 
 import { render } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
-import { attempt, loadSite } from './actions.js';
+import { attempt, loadSite, resumeRun } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
@@ -55,3 +55,4 @@ addEventListener('beforeunload', (event) => {
 });
 render(<Console />, document.body);
 attempt(loadSite);
+attempt(resumeRun);

@@ -167,6 +167,7 @@ export const texts = {
     confirmGo: 'Update now',
     notTheSameCsv: 'The unit holds another CSV than the one just uploaded; somebody else is at work. Nothing was sent.',
 
+    resumed: 'The page was left while the update ran. What is shown is what the unit’s site log tells.',
     running: 'The update runs',
     ended: 'The update has ended',
     preparing: 'Uploading, then the unit discovers once more before it sends…',

@@ -116,7 +116,7 @@ await chapter(page, 'the update shows what becomes of each unit', async () => {
   assert.equal(outcome.KU000002, 'OK');
   assert.equal(outcome.SILENT, 'FAIL did not answer within 5 s; it may have taken the settings');
   assert.equal(outcome.REFUSER, 'FAIL refused the settings');
-  assert.match(await download(page, 'Report'), /SILENT,UNIT-900,10\.77\.9\.1,1,FAIL,did not answer/);
+  assert.match(await download(page, 'Report'), /SILENT,UNIT-900 → SITE-010,10\.77\.9\.1,1,FAIL,"did not answer/);
   assert.deepEqual(await look(page, 'report'), []);
   const undo = await download(page, 'Undo CSV (old values)');
   assert.match(undo, /\r\nKU000003,RX610,UNIT-003,,Room 3,\r\n/);

@@ -62,6 +62,8 @@ const rowFilters = {
   problems: (row) => row.state === 'left-out' || Object.values(row.cells).some(({ state }) => state === 'fault' || state === 'held'),
 };
 
+const nameOf = ({ unit, values }) => unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
+
 function Editor({ draft, plan, rowFilter, active, activate }) {
   const shown = useMemo(() => draft.rows.map((_, at) => at).filter((at) => rowFilters[rowFilter](plan.rows[at])), [draft, plan, rowFilter]);
   const columns = useMemo(() => draft.columns.map((title, key) => (
@@ -86,10 +88,10 @@ function Editor({ draft, plan, rowFilter, active, activate }) {
       <EditGrid
         label={words.table} columns={columns} rows={shown.map((at) => draft.rows[at])} {...{ active, activate, canEdit }}
         edit={(changes) => editCells(changes.map(([at, column, text]) => [shown[at], column, text]))} undo={undoEdit}
-        classOf={stateAt} sayMark={(at, column) => marks[stateAt(at, column)]}
+        titleOf={(at) => nameOf(plan.rows[shown[at]])} classOf={stateAt} sayMark={(at, column) => marks[stateAt(at, column)]}
       />
       <p class="cell-detail" role="status">
-        {row && key && cell && <><strong>{row.values['UNIT.ID'] || row.values['UNIT.SERIAL']} · {key}</strong> {words.cell[cell.state]({ ...cell, key })}</>}
+        {row && key && cell && <><strong>{nameOf(row)} · {key}</strong> {words.cell[cell.state]({ ...cell, key })}</>}
       </p>
       <p class="hint">{words.keys}</p>
     </>

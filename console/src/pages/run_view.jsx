@@ -9,16 +9,22 @@ import { set } from '../store.js';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
-const columns = words.runColumns.map((title, at) => ({ key: at, title, width: [6, 14, 18, 16, 10, 14, 52][at] }));
+const columns = words.runColumns.map((title, at) => ({ key: at, title, width: [6, 14, 26, 16, 10, 14, 52][at] }));
 const symbols = { waiting: '·', sent: '…', saved: '…', rebooting: '…', ok: '✓', fail: '✕', self: '–', skipped: '–' };
 
 const isDone = ({ state }) => ['ok', 'fail', 'self', 'skipped'].includes(state);
 
-// The texts of one row. A unit that has none of an identity leaves its cell empty.
+// An id that changes stands behind the one by which people know the unit.
+function idOf(row) {
+  const ids = [row.unit?.values['UNIT.ID'], row.values['UNIT.ID']].filter(Boolean);
+  return [...new Set(ids)].join(' → ');
+}
+
+// The texts of one row.
 function cellsOf(row, record) {
-  const known = (key) => row.values[key] || row.unit?.values[key] || '';
   return [
-    String(row.number), row.values['UNIT.SERIAL'], known('UNIT.ID'), known('IP.ADDRESS'), String(row.settings.length),
+    String(row.number), row.values['UNIT.SERIAL'], idOf(row), row.values['IP.ADDRESS'] || row.unit?.values['IP.ADDRESS'] || '',
+    String(row.settings.length),
     words.states[record.state], isDone(record) ? words.reasons[record.reason] ?? '' : '',
   ];
 }

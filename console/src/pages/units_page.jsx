@@ -86,11 +86,13 @@ function chosenUnits(units, { kind, filter, sort }) {
 
 function UnitTable({ site, keys, choice, setChoice }) {
   const units = useMemo(() => chosenUnits(site.units, choice), [site, choice]);
-  const columns = useMemo(() => [
-    ...(site.units.some((unit) => unit.marks.length > 0) ? [{ key: 'marks', title: words.marks, width: 24 }] : []),
-    ...keys.map((key) => ({ key, title: key, width: fittingWidth(key, site.units.map((unit) => unit.values[key])) })),
-  ], [site, keys]);
-  const cell = (unit, key) => {
+  const columns = useMemo(() => {
+    const all = keys.map((key) => ({ key, title: key, width: fittingWidth(key, site.units.map((unit) => unit.values[key])) }));
+    const most = Math.max(...site.units.map((unit) => unit.marks.length));
+    return most > 0 ? [...all.slice(0, 1), { key: 'marks', title: words.marks, width: 18 * most }, ...all.slice(1)] : all;
+  }, [site, keys]);
+  const cell = (unit, key, at) => {
+    if (at === 0) return <th key={key} scope="row">{unit.values[key]}</th>;
     if (key !== 'marks') return <td key={key} title={unit.values[key]}>{unit.values[key]}</td>;
     return <td key={key}>{unit.marks.map((mark) => <span key={mark} class="mark">⚠ {words.mark[mark]}</span>)}</td>;
   };
@@ -101,7 +103,7 @@ function UnitTable({ site, keys, choice, setChoice }) {
         label={words.table} columns={columns} rows={units} sort={choice.sort} onSort={(sort) => setChoice({ ...choice, sort })}
         renderRow={(unit, at) => (
           <tr key={unit.number} aria-rowindex={at + 2} class={unit.marks.length > 0 ? 'conflict' : ''}>
-            {columns.map(({ key }) => cell(unit, key))}
+            {columns.map(({ key }, column) => cell(unit, key, column))}
           </tr>
         )}
       />

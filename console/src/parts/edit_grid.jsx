@@ -37,9 +37,9 @@ function CellInput({ text, label, onDone }) {
 }
 
 // `rows` are {number, cells}; `active` is {row, column} of the active cell and `activate` moves it. `edit(changes)` takes
-// [row, column, text] for each changed cell, `undo` takes the last change back, `classOf(row, column)` marks a cell and
-// `sayMark(row, column)` says the mark in front of its text.
-export function EditGrid({ label, columns, rows, active, activate, edit, undo, canEdit, classOf, sayMark }) {
+// [row, column, text] for each changed cell, `undo` takes the last change back. `classOf(row, column)` marks a cell,
+// `sayMark(row, column)` says the mark in front of its text, `titleOf(row)` is what a person knows the row by.
+export function EditGrid({ label, columns, rows, active, activate, edit, undo, canEdit, classOf, sayMark, titleOf }) {
   const [typed, setTyped] = useState(null); // the text to start an input with; null when nothing is edited
   const box = useRef(null);
   const table = () => box.current.querySelector('table');
@@ -99,10 +99,10 @@ export function EditGrid({ label, columns, rows, active, activate, edit, undo, c
     <Table
       label={label} role="grid" boxRef={box} rows={rows} tabIndex={0} onKeyDown={onKeyDown} onPaste={onPaste}
       aria-activedescendant={activeId} aria-colcount={columns.length + 1}
-      columns={[{ key: 'number', title: '#', width: 6 }, ...columns]}
+      columns={[{ key: 'number', title: '#', width: 20 }, ...columns]}
       renderRow={(row, at) => (
         <tr key={row.number} aria-rowindex={at + 2}>
-          <th scope="row">{row.number}</th>
+          <th scope="row"><span class="number">{row.number}</span> {titleOf(at)}</th>
           {columns.map((_, column) => renderCell(row, at, column))}
         </tr>
       )}

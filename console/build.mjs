@@ -29,6 +29,11 @@ await build({
 for (const name of ['index.html', 'console.css']) cpSync(source + name, `${folder}/${name}`);
 
 const names = readdirSync(folder);
-const gzipped = names.reduce((sum, name) => sum + gzipSync(readFileSync(`${folder}/${name}`), { level: 9 }).length, 0);
-console.log(`console: ${names.length} files, ${(gzipped / 1000).toFixed(1)} kB gzipped of at most ${most / 1000} kB`);
+const gzipped = names.reduce(
+  (sum, name) => sum + gzipSync(readFileSync(`${folder}/${name}`), { level: 9 }).length,
+  0,
+);
+console.log(
+  `console: ${names.length} files, ${(gzipped / 1000).toFixed(1)} kB gzipped of at most ${most / 1000} kB`,
+);
 if (gzipped > most) process.exit(1);

@@ -58,7 +58,8 @@ export async function discover() {
   try {
     await queue.ask('discover', 'DISCOVER_DEVICES_API');
     const file = await readStatic(siteFile);
-    if (!file || (file.modified !== '' && file.modified === before?.modified)) throw new Error(texts.units.noNewList);
+    if (!file || (file.modified !== '' && file.modified === before?.modified))
+      throw new Error(texts.units.noNewList);
     showSite(file);
   } finally {
     set({ discovery: null });
@@ -90,7 +91,9 @@ export function draftFromSite() {
   const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
   const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
   const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
-  const units = [...site.units].sort((one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? ''));
+  const units = [...site.units].sort((one, other) =>
+    inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? ''),
+  );
   const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
   set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
 }
@@ -112,7 +115,8 @@ export function editCells(edits) {
 
 export function undoEdit() {
   const { earlierDrafts } = get();
-  if (earlierDrafts.length > 0) set({ draft: earlierDrafts.at(-1), earlierDrafts: earlierDrafts.slice(0, -1) });
+  if (earlierDrafts.length > 0)
+    set({ draft: earlierDrafts.at(-1), earlierDrafts: earlierDrafts.slice(0, -1) });
 }
 
 // Mass update
@@ -154,7 +158,7 @@ async function sendPlan(unit, plan) {
   const file = new File([plan.text], 'import.csv', { type: 'text/csv' });
   const failure = failureOf(await unit.upload('CSV_IMPORT', file));
   if (failure) throw new Error(failure);
-  if (await unit.ask('GET_CSV_IMPORT') !== plan.text) throw new Error(texts.configure.notTheSameCsv);
+  if ((await unit.ask('GET_CSV_IMPORT')) !== plan.text) throw new Error(texts.configure.notTheSameCsv);
 }
 
 function rememberOwnSerial({ plan, records }) {
@@ -195,7 +199,11 @@ export async function runUpdate(plan) {
     const before = ageOf(await readStatic(siteLogFile));
     remember('run', { sending: plan.sending, undo: plan.undo, before });
     let over = false;
-    const following = followSiteLog(before, () => over, (log) => shown.tell({ log }));
+    const following = followSiteLog(
+      before,
+      () => over,
+      (log) => shown.tell({ log }),
+    );
     try {
       await unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => shown.tell({ lines }) });
     } catch (failure) {
@@ -206,7 +214,10 @@ export async function runUpdate(plan) {
       await following;
     }
   };
-  await queue.run('update', work).then(() => shown.end(''), (failure) => shown.end(explain(failure)));
+  await queue.run('update', work).then(
+    () => shown.end(''),
+    (failure) => shown.end(explain(failure)),
+  );
 }
 
 // Shows a run that was under way when the page was left: it went on, and its log tells the rest.
@@ -215,7 +226,11 @@ export async function resumeRun() {
   if (!plan) return;
   const shown = new ShownRun(plan);
   let over = false;
-  const following = followSiteLog(plan.before, () => over, (log) => shown.tell({ log }));
+  const following = followSiteLog(
+    plan.before,
+    () => over,
+    (log) => shown.tell({ log }),
+  );
   await silence(() => shown.log);
   over = true;
   await following;
@@ -237,14 +252,13 @@ export function uploadFile(job, command, file, options) {
   });
 }
 
-// Waits for a unit that restarts: until its pages have been gone and are back, then asks it once. `signal` ends it.
-export async function waitUntilBack(signal, show) {
-  let gone = false;
-  while (!signal.aborted) {
+// Waits for a unit that restarts: whenever its pages have been gone and are back, `ask()` is called once. `show` is told
+// `there` or `gone`; `signal` ends it.
+export async function waitUntilBack(signal, show, ask) {
+  for (let gone = false; !signal.aborted; await sleep(backInterval)) {
     const there = await readStatic('/index.html').then(Boolean, () => false);
-    if (there && gone) return;
-    gone ||= !there;
-    show(gone ? 'gone' : 'there');
-    await sleep(backInterval);
+    if (there && gone) await ask();
+    else if (there === gone) show(there ? 'there' : 'gone');
+    gone = !there;
   }
 }

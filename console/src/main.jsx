@@ -8,42 +8,78 @@ import { ListingsPage } from './pages/listings_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
 import { ErrorNotice } from './parts/widgets.jsx';
-import { get, useStore } from './store.js';
+import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
 
 const pages = { units: UnitsPage, configure: ConfigurePage, unit: UnitPage, listings: ListingsPage };
 const pageOfAddress = () => (location.hash.slice(1) in pages ? location.hash.slice(1) : 'units');
 
 function Activity({ activity }) {
-  return <p id="activity" role="status" class={activity ? 'busy' : ''}>{activity ? texts.activity(activity) : texts.idle}</p>;
+  return (
+    <p id="activity" role="status" class={activity ? 'busy' : ''}>
+      {activity ? texts.activity(activity) : texts.idle}
+    </p>
+  );
 }
 
-// All pages stay, so that one can be left while its upload runs.
-function Console() {
-  const state = useStore();
+function Skip() {
+  const skip = (event) => {
+    event.preventDefault();
+    document.getElementById('main').focus();
+  };
+  return (
+    <a class="skip" href="#main" onClick={skip}>
+      {texts.skip}
+    </a>
+  );
+}
+
+function Head({ page, activity }) {
+  return (
+    <header>
+      <h1>{texts.title}</h1>
+      <nav aria-label={texts.title}>
+        {Object.entries(texts.pages).map(([name, title]) => (
+          <a key={name} href={`#${name}`} aria-current={name === page ? 'page' : undefined}>
+            {title}
+          </a>
+        ))}
+      </nav>
+      <Activity activity={activity} />
+    </header>
+  );
+}
+
+function usePage() {
   const [page, setPage] = useState(pageOfAddress);
   useEffect(() => {
-    const onHash = () => setPage(pageOfAddress());
+    const onHash = () => {
+      set({ notice: null });
+      setPage(pageOfAddress());
+    };
     addEventListener('hashchange', onHash);
     return () => removeEventListener('hashchange', onHash);
   }, []);
-  useEffect(() => { document.title = `${texts.pages[page]} – ${texts.title}`; }, [page]);
+  useEffect(() => {
+    document.title = `${texts.pages[page]} – ${texts.title}`;
+  }, [page]);
+  return page;
+}
+
+// The page of uploads stays while another one is shown: they go on.
+function Console() {
+  const state = useStore();
+  const page = usePage();
   return (
     <>
-      <a class="skip" href="#main" onClick={(event) => { event.preventDefault(); document.getElementById('main').focus(); }}>{texts.skip}</a>
-      <header>
-        <h1>{texts.title}</h1>
-        <nav aria-label={texts.title}>
-          {Object.entries(texts.pages).map(([name, title]) => (
-            <a key={name} href={`#${name}`} aria-current={name === page ? 'page' : undefined}>{title}</a>
-          ))}
-        </nav>
-        <Activity activity={state.activity} />
-      </header>
+      <Skip />
+      <Head page={page} activity={state.activity} />
       <main id="main" tabIndex={-1}>
         <ErrorNotice text={state.notice?.text} />
         {Object.entries(pages).map(([name, Page]) => (
-          <div key={name} hidden={name !== page} class="page">{(name === page || name === 'unit') && <Page state={state} />}</div>
+          <div key={name} hidden={name !== page}>
+            {(name === page || name === 'unit') && <Page state={state} />}
+          </div>
         ))}
       </main>
     </>

@@ -49,4 +49,7 @@ export async function readStatic(path, from = 0) {
   return { bytes, text: new TextDecoder().decode(bytes), modified, whole: answer.status === 200 };
 }
 
-export const sleep = (milliseconds) => new Promise((resolve) => { setTimeout(resolve, milliseconds); });
+export const sleep = (milliseconds) =>
+  new Promise((resolve) => {
+    setTimeout(resolve, milliseconds);
+  });

@@ -25,5 +25,7 @@ const axe = readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.mi
 export async function accessibilityProblems(page) {
   await page.evaluate(axe);
   const { violations } = await page.evaluate(() => axe.run());
-  return violations.flatMap(({ id, nodes }) => nodes.map(({ target, failureSummary }) => `${id}: ${target.join(' ')}: ${failureSummary}`));
+  return violations.flatMap(({ id, nodes }) =>
+    nodes.map(({ target, failureSummary }) => `${id}: ${target.join(' ')}: ${failureSummary}`),
+  );
 }

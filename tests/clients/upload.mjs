@@ -57,12 +57,15 @@ const clients = {
     await page.goto(new URL(formPage, url).href);
     return async (path) => {
       await page.setInputFiles(fileInput, path);
-      return page.evaluate(async ({ url, command, fileInput }) => {
-        const form = new FormData();
-        form.append('file', document.querySelector(fileInput).files[0]);
-        form.append('CMD', command);
-        return (await fetch(url, { method: 'POST', body: form })).text();
-      }, { url, command, fileInput });
+      return page.evaluate(
+        async ({ url, command, fileInput }) => {
+          const form = new FormData();
+          form.append('file', document.querySelector(fileInput).files[0]);
+          form.append('CMD', command);
+          return (await fetch(url, { method: 'POST', body: form })).text();
+        },
+        { url, command, fileInput },
+      );
     };
   },
 };

@@ -31,15 +31,27 @@ test('a CSV is read as the unit reads it', () => {
   ];
   for (const [header, line, values] of table) {
     const { records } = readAsUnit(`${header}\r\n${line}\r\n`, keys);
-    assert.deepEqual(records.map((record) => record.values), [values], `${header} / ${line}`);
+    assert.deepEqual(
+      records.map((record) => record.values),
+      [values],
+      `${header} / ${line}`,
+    );
   }
   assert.deepEqual(readAsUnit('', keys), { slots: [], records: [] });
 });
 
 test('a model counts in every column but the last', () => {
   const kindOf = (text) => readAsUnit(text, keys).records[0].kind;
-  assert.deepEqual(kindOf('UNIT.MODEL,UNIT.ID\r\nkestr-2,A\r\n'), { decoder: true, encoder: false, extended: true });
-  assert.deepEqual(kindOf('UNIT.ID,UNIT.MODEL\r\nA,KestR-2\r\n'), { decoder: false, encoder: false, extended: false });
+  assert.deepEqual(kindOf('UNIT.MODEL,UNIT.ID\r\nkestr-2,A\r\n'), {
+    decoder: true,
+    encoder: false,
+    extended: true,
+  });
+  assert.deepEqual(kindOf('UNIT.ID,UNIT.MODEL\r\nA,KestR-2\r\n'), {
+    decoder: false,
+    encoder: false,
+    extended: false,
+  });
 });
 
 test('what is written for the unit is read back', () => {
@@ -50,25 +62,67 @@ test('what is written for the unit is read back', () => {
     assert.equal(records[0].values['VW.NAME'] ?? '', value);
     assert.ok(records[0].kind.decoder);
   }
-  const unfit = [['"x"', 'quote'], ['a"b,c', 'quote'], ['a&b', 'ampersand'], ['a\nb', 'control'], ['ü'.repeat(32), 'too-long']];
+  const unfit = [
+    ['"x"', 'quote'],
+    ['a"b,c', 'quote'],
+    ['a&b', 'ampersand'],
+    ['a\nb', 'control'],
+    ['ü'.repeat(32), 'too-long'],
+  ];
   for (const [value, why] of unfit) assert.equal(whyNotWritable(value), why, value);
 });
 
 test('a discovery is read as the unit wrote it', () => {
-  const lines = [['a,b,c', ['a', 'b', 'c']], ['"x, y",,', ['x, y', '', '']], ['"q",b,"1,2"', ['"q"', 'b', '1,2']], [',,', ['', '', '']]];
+  const lines = [
+    ['a,b,c', ['a', 'b', 'c']],
+    ['"x, y",,', ['x, y', '', '']],
+    ['"q",b,"1,2"', ['"q"', 'b', '1,2']],
+    [',,', ['', '', '']],
+  ];
   const { keys: header, rows } = readDiscovery(`A,B,C\r\n${lines.map(([line]) => line).join('\r\n')}\r\n`);
   assert.deepEqual(header, ['A', 'B', 'C']);
-  assert.deepEqual(rows, lines.map(([, fields]) => fields));
+  assert.deepEqual(
+    rows,
+    lines.map(([, fields]) => fields),
+  );
 });
 
 test('spreadsheets are read whatever they write', () => {
   const bytes = (text) => new TextEncoder().encode(text);
   const table = [
-    [bytes('a,b\n1,2'), [['a', 'b'], ['1', '2']], []],
-    [bytes('\ufeffa;b\r\n"1;2";"say ""x"""\r\n'), [['a', 'b'], ['1;2', 'say "x"']], ['bom', 'separator']],
+    [
+      bytes('a,b\n1,2'),
+      [
+        ['a', 'b'],
+        ['1', '2'],
+      ],
+      [],
+    ],
+    [
+      bytes('\ufeffa;b\r\n"1;2";"say ""x"""\r\n'),
+      [
+        ['a', 'b'],
+        ['1;2', 'say "x"'],
+      ],
+      ['bom', 'separator'],
+    ],
     [bytes('sep=;\r\na;b,c\r\n'), [['a', 'b,c']], ['separator']],
-    [bytes('a\tb\r1\t2\r'), [['a', 'b'], ['1', '2']], ['separator']],
-    [bytes('a,b\n"x\ny",\n'), [['a', 'b'], ['x\ny', '']], []],
+    [
+      bytes('a\tb\r1\t2\r'),
+      [
+        ['a', 'b'],
+        ['1', '2'],
+      ],
+      ['separator'],
+    ],
+    [
+      bytes('a,b\n"x\ny",\n'),
+      [
+        ['a', 'b'],
+        ['x\ny', ''],
+      ],
+      [],
+    ],
     [bytes("a\n'=1+1\n'plain'\n"), [['a'], ['=1+1'], ["'plain'"]], ['guard']],
     [bytes('a,"open'), [['a', 'open']], []],
     [Uint8Array.of(0x61, 0x0a, 0xfc), [['a'], ['ü']], ['encoding']],
@@ -78,14 +132,23 @@ test('spreadsheets are read whatever they write', () => {
   ];
   for (const [content, rows, notes] of table) {
     const read = readSpreadsheet(content);
-    assert.deepEqual(read.rows.map((row) => row.map((cell) => cell.text)), rows);
+    assert.deepEqual(
+      read.rows.map((row) => row.map((cell) => cell.text)),
+      rows,
+    );
     assert.deepEqual(read.notes, notes);
   }
 });
 
 test('a spreadsheet takes no cell for a formula', () => {
-  assert.equal(writeSpreadsheet([['=1+1', '-5', '+49 x', '@a', 'a"b', 'c,d', 'e']]), '\ufeff\'=1+1,-5,\'+49 x,\'@a,"a""b","c,d",e\r\n');
+  assert.equal(
+    writeSpreadsheet([['=1+1', '-5', '+49 x', '@a', 'a"b', 'c,d', 'e']]),
+    '\ufeff\'=1+1,-5,\'+49 x,\'@a,"a""b","c,d",e\r\n',
+  );
   const cells = ['=cmd', '-5', '"', 'a;b', 'two\nlines'];
   const { rows } = readSpreadsheet(new TextEncoder().encode(writeSpreadsheet([cells])));
-  assert.deepEqual(rows[0].map((cell) => cell.text), cells);
+  assert.deepEqual(
+    rows[0].map((cell) => cell.text),
+    cells,
+  );
 });

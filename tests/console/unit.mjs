@@ -9,7 +9,9 @@ export const address = 'http://127.0.0.1:8080/';
 // Starts a command of the box. Returns the procedure that ends it; the box ends what is left.
 export function start(command, ...options) {
   const child = spawn(command, options, { stdio: ['ignore', 'inherit', 'inherit'] });
-  const ended = new Promise((resolve) => { child.on('close', resolve); });
+  const ended = new Promise((resolve) => {
+    child.on('close', resolve);
+  });
   return () => child.kill() && ended;
 }
 
@@ -18,7 +20,9 @@ export async function until(test) {
   for (;;) {
     const result = await test();
     if (result) return result;
-    await new Promise((resolve) => { setTimeout(resolve, 100); });
+    await new Promise((resolve) => {
+      setTimeout(resolve, 100);
+    });
   }
 }
 
@@ -27,7 +31,12 @@ export const content = (path) => readFileSync(path, 'utf8');
 // Starts the web server. Returns the procedure that ends it.
 export async function startServer() {
   const end = start('box/web-server', 'lighttpd');
-  await until(() => fetch(address).then(() => true, () => false));
+  await until(() =>
+    fetch(address).then(
+      () => true,
+      () => false,
+    ),
+  );
   return end;
 }
 
@@ -35,7 +44,9 @@ export async function startServer() {
 export async function openConsole() {
   const page = await openPage({ viewport: { width: 1360, height: 800 } });
   page.setDefaultTimeout(180_000);
-  page.on('pageerror', (failure) => { throw failure; });
+  page.on('pageerror', (failure) => {
+    throw failure;
+  });
   await page.goto(address);
   return page;
 }
@@ -53,7 +64,10 @@ export async function chapter(page, title, work) {
 
 // Downloads what a button offers. Returns its text, byte order mark included.
 export async function download(page, button) {
-  const [file] = await Promise.all([page.waitForEvent('download'), page.getByRole('button', { name: button }).click()]);
+  const [file] = await Promise.all([
+    page.waitForEvent('download'),
+    page.getByRole('button', { name: button }).click(),
+  ]);
   return content(await file.path());
 }
 
@@ -63,7 +77,7 @@ export async function look(page, name) {
   const problems = [];
   for (const colorScheme of ['dark', 'light']) {
     await page.emulateMedia({ colorScheme, reducedMotion: 'reduce' });
-    problems.push(...await accessibilityProblems(page));
+    problems.push(...(await accessibilityProblems(page)));
     const folder = process.env.HANDLER_SCREENSHOTS;
     if (folder) await page.screenshot({ path: `${folder}/${name}-${colorScheme}.png` });
   }

@@ -11,17 +11,22 @@ start('fleet', '--self', '--count', '3');
 const page = await openConsole();
 const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
 const card = (name) => page.locator(`#${name}`);
-const choose = (name, file, bytes) => card(name).locator('input[type=file]').setInputFiles({ name: file, mimeType: '', buffer: Buffer.from(bytes) });
+const choose = (name, file, bytes) =>
+  card(name)
+    .locator('input[type=file]')
+    .setInputFiles({ name: file, mimeType: '', buffer: Buffer.from(bytes) });
 
 // What Chromium makes of a grey picture.
-const jpeg = await page.evaluate(() => {
-  const canvas = document.createElement('canvas');
-  [canvas.width, canvas.height] = [320, 180];
-  const paper = canvas.getContext('2d');
-  paper.fillStyle = 'steelblue';
-  paper.fillRect(0, 0, 320, 180);
-  return canvas.toDataURL('image/jpeg').split(',')[1];
-}).then((text) => Buffer.from(text, 'base64'));
+const jpeg = await page
+  .evaluate(() => {
+    const canvas = document.createElement('canvas');
+    [canvas.width, canvas.height] = [320, 180];
+    const paper = canvas.getContext('2d');
+    paper.fillStyle = 'steelblue';
+    paper.fillRect(0, 0, 320, 180);
+    return canvas.toDataURL('image/jpeg').split(',')[1];
+  })
+  .then((text) => Buffer.from(text, 'base64'));
 
 await chapter(page, 'a splash image is shown before it is sent', async () => {
   await goTo('This unit');
@@ -39,11 +44,16 @@ await chapter(page, 'a splash image is shown before it is sent', async () => {
 
 await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
   const edid = makeEdid('DESK 24');
-  await card('edid').locator('.drop').evaluate((zone, bytes) => {
-    const data = new DataTransfer();
-    data.items.add(new File([Uint8Array.from(bytes)], 'desk.bin'));
-    zone.dispatchEvent(new DragEvent('drop', { dataTransfer: data, bubbles: true, cancelable: true }));
-  }, [...edid]);
+  await card('edid')
+    .locator('.drop')
+    .evaluate(
+      (zone, bytes) => {
+        const data = new DataTransfer();
+        data.items.add(new File([Uint8Array.from(bytes)], 'desk.bin'));
+        zone.dispatchEvent(new DragEvent('drop', { dataTransfer: data, bubbles: true, cancelable: true }));
+      },
+      [...edid],
+    );
   await card('edid').getByText('Monitor: DESK 24 (ABC)').waitFor();
   await card('edid').getByText('Preferred timing: 1920 × 1080 at 60 Hz').waitFor();
   await card('edid').getByLabel('Install as').selectOption('custom EDID 2');
@@ -51,7 +61,11 @@ await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
   await card('edid').getByText('The EDID is installed.').waitFor();
   assert.ok(readFileSync('/config/CUSTOM_2.cbin').equals(edid));
 
-  await choose('edid', 'odd.bin', edid.map((byte, at) => (at === 20 ? byte ^ 1 : byte)));
+  await choose(
+    'edid',
+    'odd.bin',
+    edid.map((byte, at) => (at === 20 ? byte ^ 1 : byte)),
+  );
   await card('edid').getByText('Wrong checksum in block 1.').waitFor();
   assert.ok(await card('edid').getByRole('button', { name: 'Upload' }).isDisabled());
   await card('edid').getByLabel('Upload it all the same').check();

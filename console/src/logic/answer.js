@@ -24,7 +24,12 @@ export function readAnswer(command, status, text) {
 // The whole lines that have arrived of an answer which is still being written.
 export function linesSoFar(command, text) {
   const start = frame(command);
-  return text.startsWith(start) ? text.slice(start.length, text.lastIndexOf('\n') + 1).split('\n').slice(0, -1) : [];
+  return text.startsWith(start)
+    ? text
+        .slice(start.length, text.lastIndexOf('\n') + 1)
+        .split('\n')
+        .slice(0, -1)
+    : [];
 }
 
 // Upload commands report a failure by a line with one of these words; those that succeed differ.

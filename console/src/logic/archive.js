@@ -17,14 +17,17 @@ export async function hashFile(file, progress = () => {}) {
   return bytesToHex(hash.digest());
 }
 
-const textAt = (block, from, length) => new TextDecoder().decode(block.subarray(from, from + length)).replace(/\0.*$/s, '');
+const textAt = (block, from, length) =>
+  new TextDecoder().decode(block.subarray(from, from + length)).replace(/\0.*$/s, '');
 
 // Returns the name of the archive's first member, null when the block is no tar header. Its checksum counts the field of
 // the checksum itself as blanks.
 export function readTarHeader(block) {
   if (block.length < tarBlock) return null;
   const stored = parseInt(textAt(block, 148, 8).trim(), 8);
-  const sum = block.subarray(0, tarBlock).reduce((total, byte, at) => total + (at >= 148 && at < 156 ? 32 : byte), 0);
+  const sum = block
+    .subarray(0, tarBlock)
+    .reduce((total, byte, at) => total + (at >= 148 && at < 156 ? 32 : byte), 0);
   return stored === sum ? textAt(block, 0, 100) : null;
 }
 

@@ -43,16 +43,20 @@ export const extendedKeys = words(`
 `);
 
 export const decoderModels = words('RX610 RX620 RX630 KestR KestR-2 QV8R');
-export const encoderModels = words('TX610 TX620 TX630 KestT KestT-PL KestT-PL-K KestT-PL-RF KestT-2 QV8T T-PL T-PL-K T-PL-RF');
+export const encoderModels = words(
+  'TX610 TX620 TX630 KestT KestT-PL KestT-PL-K KestT-PL-RF KestT-2 QV8T T-PL T-PL-K T-PL-RF',
+);
 export const wallplateModels = words('KestT-PL KestT-PL-K KestT-PL-RF T-PL T-PL-K T-PL-RF');
 export const secondGenModels = words('KestT-2 KestR-2');
 
 // Keys that a message carries under another name; matched without regard to case.
-export const sentAs = new Map(Object.entries({
-  'IP.STATIC_ADDRESS': 'IP.ADDRESS',
-  'IP.STATIC_NETMASK': 'IP.NETMASK',
-  'IP.STATIC_GATEWAY': 'IP.GATEWAY',
-  'IP.STATIC_DNS_SERVER': 'IP.DNS_SERVER',
-  'UNIT.ID': 'UNIT.SET_ID',
-  'DANTE.DEVICE_NAME': 'DANTE.SET_DEVICE_NAME',
-}));
+export const sentAs = new Map(
+  Object.entries({
+    'IP.STATIC_ADDRESS': 'IP.ADDRESS',
+    'IP.STATIC_NETMASK': 'IP.NETMASK',
+    'IP.STATIC_GATEWAY': 'IP.GATEWAY',
+    'IP.STATIC_DNS_SERVER': 'IP.DNS_SERVER',
+    'UNIT.ID': 'UNIT.SET_ID',
+    'DANTE.DEVICE_NAME': 'DANTE.SET_DEVICE_NAME',
+  }),
+);

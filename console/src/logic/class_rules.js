@@ -2,8 +2,16 @@
 // which name. Keys of classes count with case, as on the unit; models, renames and header names do not.
 
 import {
-  decoderKeys, decoderModels, encoderKeys, encoderModels, excludedKeys, extendedKeys, secondGenModels, sentAs,
-  statusKeys, wallplateModels,
+  decoderKeys,
+  decoderModels,
+  encoderKeys,
+  encoderModels,
+  excludedKeys,
+  extendedKeys,
+  secondGenModels,
+  sentAs,
+  statusKeys,
+  wallplateModels,
 } from './catalogue.js';
 
 export const longestText = 63; // bytes of a key or of a value

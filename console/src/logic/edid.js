@@ -8,7 +8,8 @@ const descriptorSize = 18;
 const nameTag = 0xfc;
 
 const sumsUp = (bytes, block) =>
-  bytes.subarray(block * blockSize, (block + 1) * blockSize).reduce((sum, byte) => (sum + byte) & 0xff, 0) === 0;
+  bytes.subarray(block * blockSize, (block + 1) * blockSize).reduce((sum, byte) => (sum + byte) & 0xff, 0) ===
+  0;
 
 // Three letters of five bits each, 1 being A.
 function makerOf(bytes) {
@@ -17,12 +18,18 @@ function makerOf(bytes) {
 }
 
 function descriptors(bytes) {
-  return [0, 1, 2, 3].map((at) => bytes.subarray(timingAt + at * descriptorSize, timingAt + (at + 1) * descriptorSize));
+  return [0, 1, 2, 3].map((at) =>
+    bytes.subarray(timingAt + at * descriptorSize, timingAt + (at + 1) * descriptorSize),
+  );
 }
 
 function nameOf(bytes) {
   const found = descriptors(bytes).find((item) => item[0] === 0 && item[1] === 0 && item[3] === nameTag);
-  return found ? String.fromCharCode(...found.subarray(5)).split('\n')[0].trim() : '';
+  return found
+    ? String.fromCharCode(...found.subarray(5))
+        .split('\n')[0]
+        .trim()
+    : '';
 }
 
 // Returns {width, height, hertz, interlaced} of the first detailed timing, null when it is none.

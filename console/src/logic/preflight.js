@@ -9,7 +9,14 @@
 // needs a second look; `held` the unit takes no such setting; `fixed` put right in what is sent.
 
 import {
-  acceptedKey, byteLength, fateOfSetting, isExcluded, kindOfModel, longestMessage, messageOf, same,
+  acceptedKey,
+  byteLength,
+  fateOfSetting,
+  isExcluded,
+  kindOfModel,
+  longestMessage,
+  messageOf,
+  same,
 } from './class_rules.js';
 import { groupBy, identities } from './site.js';
 import { readAsUnit, whyNotWritable, writeForUnit } from './unit_csv.js';
@@ -32,7 +39,9 @@ class Problems {
 
   list() {
     const rank = ['stop', 'warn', 'held', 'fixed'];
-    return [...this.#byText.values()].sort((one, other) => rank.indexOf(one.level) - rank.indexOf(other.level));
+    return [...this.#byText.values()].sort(
+      (one, other) => rank.indexOf(one.level) - rank.indexOf(other.level),
+    );
   }
 }
 
@@ -43,7 +52,8 @@ function readHeader(columns, keys, problems) {
     const key = acceptedKey(name, keys);
     const place = { column: name || `#${at + 1}`, row: 1 };
     if (key === null) {
-      if (name !== '' || at < columns.length - 1) problems.add('warn', name === '' ? 'column-blank' : 'column-unknown', place);
+      if (name !== '' || at < columns.length - 1)
+        problems.add('warn', name === '' ? 'column-blank' : 'column-unknown', place);
       return null;
     }
     if (isExcluded(key)) {
@@ -60,7 +70,8 @@ function readHeader(columns, keys, problems) {
   return found;
 }
 
-const isAddress = (value) => /^\d{1,3}(\.\d{1,3}){3}$/.test(value) && value.split('.').every((part) => part < 256);
+const isAddress = (value) =>
+  /^\d{1,3}(\.\d{1,3}){3}$/.test(value) && value.split('.').every((part) => part < 256);
 
 // Returns the fault of a value for a key, null when it can be sent.
 function faultOf(key, value) {
@@ -118,7 +129,7 @@ function decideCell(key, value, row) {
 }
 
 function decideCells(row, keys, problems) {
-  row.kind = kindOfModel(keys.includes(modelKey) ? row.values[modelKey] ?? '' : '');
+  row.kind = kindOfModel(keys.includes(modelKey) ? (row.values[modelKey] ?? '') : '');
   for (const key of keys) {
     const cell = decideCell(key, row.values[key] ?? '', row);
     row.cells[key] = cell;
@@ -156,10 +167,15 @@ function readRow(draftRow, context) {
 // Takes the settings that a row would be sent, and leaves the row out when there are none or too many.
 function chooseSettings(row, { onlyChanges, problems }) {
   if (row.state !== 'send') return;
-  const sent = Object.entries(row.cells).filter(([, cell]) => cell.name && (cell.state === 'change' || !onlyChanges));
+  const sent = Object.entries(row.cells).filter(
+    ([, cell]) => cell.name && (cell.state === 'change' || !onlyChanges),
+  );
   row.settings = sent.map(([key, { name, value }]) => ({ key, name, value }));
   row.changes = Object.values(row.cells).filter((cell) => cell.state === 'change').length;
-  const message = messageOf(row.values[serialKey], row.settings.map(({ name, value }) => [name, value]));
+  const message = messageOf(
+    row.values[serialKey],
+    row.settings.map(({ name, value }) => [name, value]),
+  );
   if (sent.length === 0) {
     row.state = 'unchanged';
   } else if (byteLength(message) > longestMessage) {
@@ -168,7 +184,7 @@ function chooseSettings(row, { onlyChanges, problems }) {
 }
 
 const sentValue = (row, key) => {
-  if (alwaysSent.includes(key)) return whyNotWritable(row.values[key] ?? '') ? '' : row.values[key] ?? '';
+  if (alwaysSent.includes(key)) return whyNotWritable(row.values[key] ?? '') ? '' : (row.values[key] ?? '');
   return row.settings.find((setting) => setting.key === key)?.value ?? '';
 };
 
@@ -176,12 +192,16 @@ const sentValue = (row, key) => {
 function skipSharedIdentities(rows, problems) {
   const shared = [];
   for (const [key, mark] of identities) {
-    groupBy(rows.filter((row) => row.state === 'send'), (row) => sentValue(row, key).toLowerCase()).forEach((group, text) => {
+    groupBy(
+      rows.filter((row) => row.state === 'send'),
+      (row) => sentValue(row, key).toLowerCase(),
+    ).forEach((group, text) => {
       if (text !== '' && group.length > 1) shared.push([group, key, mark]);
     });
   }
   for (const [group, key, mark] of shared) {
-    for (const row of group) leaveOut(row, `twice-${mark}`, problems, { column: key, detail: sentValue(row, key) });
+    for (const row of group)
+      leaveOut(row, `twice-${mark}`, problems, { column: key, detail: sentValue(row, key) });
   }
 }
 
@@ -193,7 +213,8 @@ function skipSharedAddresses(rows, site, problems) {
   const taken = new Set(staying.flatMap((unit) => [unit.values[addressKey], unit.values[staticAddressKey]]));
   groupBy(sending, (row) => sentValue(row, staticAddressKey)).forEach((group, address) => {
     if (group.length < 2 && !taken.has(address)) return;
-    for (const row of group) leaveOut(row, 'address-taken', problems, { column: staticAddressKey, detail: address });
+    for (const row of group)
+      leaveOut(row, 'address-taken', problems, { column: staticAddressKey, detail: address });
   });
 }
 
@@ -201,7 +222,11 @@ function skipSharedAddresses(rows, site, problems) {
 function warnOfTakenIds(rows, site, problems) {
   const sending = rows.filter((row) => row.state === 'send');
   const planned = new Set(sending.filter((row) => sentValue(row, 'UNIT.ID')).map((row) => row.unit));
-  const ids = new Set(site.units.filter((unit) => !planned.has(unit)).map((unit) => (unit.values['UNIT.ID'] ?? '').toLowerCase()));
+  const ids = new Set(
+    site.units
+      .filter((unit) => !planned.has(unit))
+      .map((unit) => (unit.values['UNIT.ID'] ?? '').toLowerCase()),
+  );
   for (const row of sending) {
     const cell = row.cells['UNIT.ID'];
     if (cell?.state !== 'change' || !ids.has(cell.value.toLowerCase())) continue;
@@ -211,17 +236,27 @@ function warnOfTakenIds(rows, site, problems) {
 
 // The CSV of the rows that are sent, without columns that would be empty throughout.
 function writeRows(rows, keys, valueOf) {
-  const columns = [...new Set([...alwaysSent.filter((key) => keys.includes(key)), ...keys])].filter((key) => rows.some((row) => valueOf(row, key) !== ''));
-  return writeForUnit(columns, rows.map((row) => columns.map((key) => valueOf(row, key))));
+  const columns = [...new Set([...alwaysSent.filter((key) => keys.includes(key)), ...keys])].filter((key) =>
+    rows.some((row) => valueOf(row, key) !== ''),
+  );
+  return writeForUnit(
+    columns,
+    rows.map((row) => columns.map((key) => valueOf(row, key))),
+  );
 }
 
 // Whether the unit reads from the text just what the rows are to be sent.
 function readsBack(text, rows, keys) {
   const { records } = readAsUnit(text, keys);
-  return records.length === rows.length && rows.every((row, at) =>
-    JSON.stringify(records[at].kind) === JSON.stringify(row.kind) &&
-    Object.entries(records[at].values).every(([key, value]) => value === sentValue(row, key)) &&
-    row.settings.every(({ key, value }) => records[at].values[key] === value));
+  return (
+    records.length === rows.length &&
+    rows.every(
+      (row, at) =>
+        JSON.stringify(records[at].kind) === JSON.stringify(row.kind) &&
+        Object.entries(records[at].values).every(([key, value]) => value === sentValue(row, key)) &&
+        row.settings.every(({ key, value }) => records[at].values[key] === value),
+    )
+  );
 }
 
 // What a unit had before, where a change is sent and the old value is known; blank cells change nothing.
@@ -241,7 +276,14 @@ function undoOf(rows, keys) {
 }
 
 function noteReading(draft, problems) {
-  const levels = { 'bom': 'fixed', 'utf-16': 'fixed', 'separator': 'fixed', 'guard': 'fixed', 'encoding': 'warn', 'binary': 'stop' };
+  const levels = {
+    bom: 'fixed',
+    'utf-16': 'fixed',
+    separator: 'fixed',
+    guard: 'fixed',
+    encoding: 'warn',
+    binary: 'stop',
+  };
   for (const note of draft.notes ?? []) problems.add(levels[note], note);
 }
 

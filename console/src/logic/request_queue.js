@@ -32,10 +32,14 @@ export class RequestQueue {
   // Runs `work(unit)` when all earlier jobs have ended; `unit.ask` and `unit.upload` send its requests, and nothing of
   // another job comes between them. Settles as the work does.
   run(job, work) {
-    const result = this.#tail.then(() => work({
-      ask: (command, options) => this.#request(job, command, options),
-      upload: (command, file, options) => this.#upload(job, command, { ...options, file }),
-    })).finally(() => this.report(null));
+    const result = this.#tail
+      .then(() =>
+        work({
+          ask: (command, options) => this.#request(job, command, options),
+          upload: (command, file, options) => this.#upload(job, command, { ...options, file }),
+        }),
+      )
+      .finally(() => this.report(null));
     this.#tail = result.catch(() => {});
     return result;
   }

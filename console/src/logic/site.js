@@ -8,7 +8,11 @@ import { readDiscovery } from './unit_csv.js';
 export const inOrder = new Intl.Collator('en', { numeric: true }).compare;
 
 // What no two units may share, and the mark of those that do.
-export const identities = [['UNIT.ID', 'id'], ['IP.ADDRESS', 'address'], ['UNIT.SERIAL', 'serial']];
+export const identities = [
+  ['UNIT.ID', 'id'],
+  ['IP.ADDRESS', 'address'],
+  ['UNIT.SERIAL', 'serial'],
+];
 
 // Groups items by a text. Returns a Map from each text to its items, in their order.
 export function groupBy(items, textOf) {
@@ -38,7 +42,9 @@ export function readSite(text) {
   rows.forEach((row, at) => {
     if (row.every((value) => value === '')) return;
     const values = {};
-    keys.forEach((key, column) => { values[key] ||= row[column] ?? ''; });
+    keys.forEach((key, column) => {
+      values[key] ||= row[column] ?? '';
+    });
     const marks = row.length === keys.length ? [] : ['fields'];
     units.push({ number: at + 1, values, marks, kind: kindOfModel(values['UNIT.MODEL'] ?? '') });
   });
@@ -66,7 +72,11 @@ export function compareSites(then, now) {
   const without = (one, other) => Object.keys(one.names).filter((serial) => !(serial in other.names));
   return {
     difference: now.total - then.total,
-    missing: without(then, now).map((serial) => then.names[serial]).sort(inOrder),
-    appeared: without(now, then).map((serial) => now.names[serial]).sort(inOrder),
+    missing: without(then, now)
+      .map((serial) => then.names[serial])
+      .sort(inOrder),
+    appeared: without(now, then)
+      .map((serial) => now.names[serial])
+      .sort(inOrder),
   };
 }

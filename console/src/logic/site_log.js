@@ -7,7 +7,10 @@ const started = /^ Starting send_csv_to_devices\(\)\.\.\.(\d+) $/;
 const turns = [
   [/^ {2}Calling send_device_update\((\d+)\)\.\.\. $/, { state: 'sent', reason: 'not-sent' }],
   [/^ {2}Skipping send_device_update\((\d+)\) this is ME\.\.\. $/, { state: 'self', reason: '' }],
-  [/^ {2}Skipping send_device_update\((\d+)\)\.\.\. Duplicate Data Detected/, { state: 'skipped', reason: 'duplicate' }],
+  [
+    /^ {2}Skipping send_device_update\((\d+)\)\.\.\. Duplicate Data Detected/,
+    { state: 'skipped', reason: 'duplicate' },
+  ],
 ];
 
 // What the exchange with a unit says, and what the record's failure is unless more follows.
@@ -27,7 +30,8 @@ const steps = [
 
 const waiting = { state: 'waiting', reason: '' };
 const ended = ({ state }) => ['ok', 'fail', 'self', 'skipped'].includes(state);
-const settle = (record) => (ended(record) || record.state === 'waiting' ? record : { ...record, state: 'fail' });
+const settle = (record) =>
+  ended(record) || record.state === 'waiting' ? record : { ...record, state: 'fail' };
 
 // Reads a site log, be it still growing. Records come in their order, so a line that names any other one is a unit's own
 // text. Returns {total, records}, total null for what is no site log.

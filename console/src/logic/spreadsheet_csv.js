@@ -27,7 +27,8 @@ function separatorOf(text) {
 // Reads the quoted text whose opening quote stands at `from`. Returns [text, place behind the closing quote].
 function takeQuoted(text, from) {
   let end = from + 1;
-  while (end < text.length && (text[end] !== quote || text[end + 1] === quote)) end += text[end] === quote ? 2 : 1;
+  while (end < text.length && (text[end] !== quote || text[end + 1] === quote))
+    end += text[end] === quote ? 2 : 1;
   return [text.slice(from + 1, end).replaceAll('""', quote), Math.min(end + 1, text.length)];
 }
 

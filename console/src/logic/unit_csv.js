@@ -75,7 +75,6 @@ export function readAsUnit(text, keys) {
 // Returns why the unit cannot be given a value, or null when it can.
 export function whyNotWritable(value) {
   if (byteLength(value) > longestText) return 'too-long';
-  // eslint-disable-next-line no-control-regex
   if (/[\u0000-\u001f\u007f]/.test(value)) return 'control';
   if (value.includes('&')) return 'ampersand';
   if (value.startsWith(quote) || (value.includes(quote) && value.includes(','))) return 'quote';

@@ -37,10 +37,15 @@ const kinds = {
     return { note: totals, text: body.slice(totals.length + 1), csv: 'discover.csv' };
   },
   imported: async (unit, site) => {
-    if (await unit.ask('CHECK_IMPORT_CSV_STATUS') !== 'true') return { note: words.noImport };
+    if ((await unit.ask('CHECK_IMPORT_CSV_STATUS')) !== 'true') return { note: words.noImport };
     const text = await unit.ask('GET_CSV_IMPORT');
     const { slots, records } = readAsUnit(text, site?.keys ?? []);
-    const refused = site ? text.split('\r\n')[0].split(',').filter((field, at) => slots[at] === null && field !== '') : [];
+    const refused = site
+      ? text
+          .split('\r\n')[0]
+          .split(',')
+          .filter((field, at) => slots[at] === null && field !== '')
+      : [];
     return { note: words.asRead(records.length, refused), text, csv: 'import.csv' };
   },
   trial: async (unit) => {
@@ -56,37 +61,69 @@ function Result({ result: { columns, rows, note, text, csv } }) {
       {rows && rows.length === 0 && <p>{words.nothing}</p>}
       {rows?.length > 0 && (
         <table>
-          <thead><tr>{columns.map((title) => <th key={title} scope="col">{title}</th>)}</tr></thead>
-          <tbody>{rows.map((row, at) => <tr key={at}>{row.map((cell, column) => <td key={column}>{cell}</td>)}</tr>)}</tbody>
+          <thead>
+            <tr>
+              {columns.map((title) => (
+                <th key={title} scope="col">
+                  {title}
+                </th>
+              ))}
+            </tr>
+          </thead>
+          <tbody>
+            {rows.map((row, at) => (
+              <tr key={at}>
+                {row.map((cell, column) => (
+                  <td key={column}>{cell}</td>
+                ))}
+              </tr>
+            ))}
+          </tbody>
         </table>
       )}
       {text && <pre tabIndex={0}>{text}</pre>}
-      {text && <DownloadButton name={csv} content={() => text}>{words.download}</DownloadButton>}
+      {text && (
+        <DownloadButton name={csv} content={() => text}>
+          {words.download}
+        </DownloadButton>
+      )}
     </div>
   );
 }
 
 export function ListingsPage({ state: { site, activity } }) {
   const [shown, setShown] = useState(null);
-  const ask = (kind) => attempt(async () => {
-    setShown(null);
-    const result = await queue.run(kind === 'trial' ? 'ask' : 'listing', (unit) => kinds[kind](unit, site));
-    setShown({ kind, result });
-  });
+  const ask = (kind) =>
+    attempt(async () => {
+      setShown(null);
+      const result = await queue.run(kind === 'trial' ? 'ask' : 'listing', (unit) => kinds[kind](unit, site));
+      setShown({ kind, result });
+    });
   return (
     <section aria-labelledby="listings-heading">
-      <div class="bar"><h2 id="listings-heading">{words.heading}</h2></div>
+      <div class="bar">
+        <h2 id="listings-heading">{words.heading}</h2>
+      </div>
       <p class="hint">{words.hint}</p>
       <div class="listing">
         <ul class="commands">
           {Object.entries(words.kinds).map(([kind, [title, hint]]) => (
             <li key={kind}>
-              <button type="button" disabled={activity !== null} onClick={() => ask(kind)}>{title}</button>
+              <button type="button" disabled={activity !== null} onClick={() => ask(kind)}>
+                {title}
+              </button>
               <span class="hint">{hint}</span>
             </li>
           ))}
         </ul>
-        <div role="status">{shown && <><h3>{words.kinds[shown.kind][0]}</h3><Result result={shown.result} /></>}</div>
+        <div role="status">
+          {shown && (
+            <>
+              <h3>{words.kinds[shown.kind][0]}</h3>
+              <Result result={shown.result} />
+            </>
+          )}
+        </div>
       </div>
     </section>
   );

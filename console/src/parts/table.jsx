@@ -6,8 +6,9 @@ export const rowHeight = 28; // pixels, as in console.css
 const spare = 6; // rows above and below those in sight
 
 // Which of `count` rows are in sight of a scrolling element.
-function useRowsInSight(count) {
-  const box = useRef(null);
+function useRowsInSight(count, boxRef) {
+  const ownBox = useRef(null);
+  const box = boxRef ?? ownBox;
   const [top, setTop] = useState(0);
   const [height, setHeight] = useState(600);
   useLayoutEffect(() => {
@@ -29,29 +30,53 @@ function SortableHead({ column, sort, onSort }) {
   return (
     <th scope="col" aria-sort={aria}>
       <button type="button" class="sort" onClick={() => onSort({ key: column.key, direction })}>
-        {column.title}<span aria-hidden="true">{{ up: ' ▲', down: ' ▼' }[sorted] ?? ''}</span>
+        {column.title}
+        <span aria-hidden="true">{{ up: ' ▲', down: ' ▼' }[sorted] ?? ''}</span>
       </button>
     </th>
   );
 }
 
 const Gap = ({ rows, columns }) =>
-  (rows > 0 ? <tr aria-hidden="true"><td colSpan={columns} class="gap" style={{ height: `${rows * rowHeight}px` }} /></tr> : null);
+  rows > 0 ? (
+    <tr aria-hidden="true">
+      <td colSpan={columns} class="gap" style={{ height: `${rows * rowHeight}px` }} />
+    </tr>
+  ) : null;
 
-// The columns are {key, title, width in characters}; `renderRow(row, index)` returns a <tr> of `rowHeight`.
-export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, role = 'table', ...rest }) {
-  const { box, onScroll, first, last } = useRowsInSight(rows.length);
-  if (boxRef) boxRef.current = box.current;
-  const setBox = (element) => {
-    box.current = element;
-    if (boxRef) boxRef.current = element;
-  };
-  const width = columns.reduce((sum, column) => sum + column.width, 0);
+function Head({ columns, sort, onSort }) {
   return (
-    <div class="table" ref={setBox} onScroll={onScroll} role="region" aria-label={label} tabIndex={role === 'grid' ? undefined : 0}>
-      <table role={role} aria-label={label} aria-rowcount={rows.length + 1} style={{ minWidth: `${width}ch` }} {...rest}>
-        <colgroup>{columns.map((column) => <col key={column.key} style={{ width: `${column.width}ch` }} />)}</colgroup>
-        <thead><tr aria-rowindex={1}>{columns.map((column) => <SortableHead key={column.key} {...{ column, sort, onSort }} />)}</tr></thead>
+    <thead>
+      <tr aria-rowindex={1}>
+        {columns.map((column) => (
+          <SortableHead key={column.key} {...{ column, sort, onSort }} />
+        ))}
+      </tr>
+    </thead>
+  );
+}
+
+// The columns are {key, title, width in characters}; `renderRow(row, index)` returns a <tr> of `rowHeight`. A grid is to
+// take the focus itself, `boxRef` is given the element that scrolls.
+export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, role = 'table', ...rest }) {
+  const { box, onScroll, first, last } = useRowsInSight(rows.length, boxRef);
+  const width = columns.reduce((sum, column) => sum + column.width, 0);
+  const focus = role === 'grid' ? {} : { tabIndex: 0 };
+  return (
+    <div class="table" ref={box} onScroll={onScroll} role="region" aria-label={label} {...focus}>
+      <table
+        role={role}
+        aria-label={label}
+        aria-rowcount={rows.length + 1}
+        style={{ minWidth: `${width}ch` }}
+        {...rest}
+      >
+        <colgroup>
+          {columns.map((column) => (
+            <col key={column.key} style={{ width: `${column.width}ch` }} />
+          ))}
+        </colgroup>
+        <Head {...{ columns, sort, onSort }} />
         <tbody>
           <Gap rows={first} columns={columns.length} />
           {rows.slice(first, last).map((row, at) => renderRow(row, first + at))}
@@ -66,5 +91,5 @@ export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, r
 export function fittingWidth(title, texts) {
   const lengths = texts.map((text) => text.length).sort((one, other) => one - other);
   const long = lengths[Math.floor(lengths.length * 0.98)] ?? 0;
-  return Math.max(6, Math.min(34, Math.max(title.length + 3, long) + 2));
+  return Math.max(6, Math.min(34, Math.max(title.length * 1.15 + 3, long) + 2));
 }

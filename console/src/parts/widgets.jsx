@@ -8,7 +8,14 @@ export function Dialog({ title, children, onCancel }) {
   const dialog = useRef(null);
   useEffect(() => dialog.current.showModal(), []);
   return (
-    <dialog ref={dialog} aria-labelledby="dialog-title" onCancel={(event) => { event.preventDefault(); onCancel(); }}>
+    <dialog
+      ref={dialog}
+      aria-labelledby="dialog-title"
+      onCancel={(event) => {
+        event.preventDefault();
+        onCancel();
+      }}
+    >
       <h2 id="dialog-title">{title}</h2>
       {children}
     </dialog>
@@ -18,13 +25,16 @@ export function Dialog({ title, children, onCancel }) {
 // What opens below its title; Escape closes it, and so does the focus that leaves it.
 export function Menu({ title, children, form = false }) {
   const details = useRef(null);
-  const close = () => { details.current.open = false; };
+  const close = () => {
+    details.current.open = false;
+  };
   const onKeyDown = (event) => {
     if (event.key !== 'Escape') return;
     close();
     details.current.querySelector('summary').focus();
   };
-  const onFocusOut = ({ relatedTarget }) => relatedTarget && !details.current.contains(relatedTarget) && close();
+  const onFocusOut = ({ relatedTarget }) =>
+    relatedTarget && !details.current.contains(relatedTarget) && close();
   return (
     <details class="choice" ref={details} onKeyDown={onKeyDown} onFocusOut={onFocusOut}>
       <summary>{title}</summary>
@@ -32,6 +42,28 @@ export function Menu({ title, children, form = false }) {
     </details>
   );
 }
+
+// A labelled choice among options of [value, title].
+export function Choice({ label, value, options, onChange }) {
+  return (
+    <label>
+      {label}{' '}
+      <select value={value} onChange={(event) => onChange(event.target.value)}>
+        {options.map(([option, title]) => (
+          <option key={option} value={option}>
+            {title}
+          </option>
+        ))}
+      </select>
+    </label>
+  );
+}
+
+export const Check = ({ label, checked, onChange, hint }) => (
+  <label class="check" title={hint}>
+    <input type="checkbox" checked={checked} onChange={() => onChange(!checked)} /> {label}
+  </label>
+);
 
 // Takes one file, dropped or chosen.
 export function DropZone({ label, hint, accept, onFile, disabled }) {
@@ -52,7 +84,12 @@ export function DropZone({ label, hint, accept, onFile, disabled }) {
     setOver(true);
   };
   return (
-    <label class={over ? 'drop over' : 'drop'} onDragOver={drag} onDragLeave={() => setOver(false)} onDrop={drop}>
+    <label
+      class={over ? 'drop over' : 'drop'}
+      onDragOver={drag}
+      onDragLeave={() => setOver(false)}
+      onDrop={drop}
+    >
       <input type="file" accept={accept} onChange={choose} disabled={disabled} />
       <span class="drop-label">{label}</span>
       {hint && <span class="hint">{hint}</span>}
@@ -69,11 +106,18 @@ export function DownloadButton({ name, content, type = 'text/csv', children }) {
     link.click();
     setTimeout(() => URL.revokeObjectURL(link.href), 1000);
   };
-  return <button type="button" onClick={save}>{children}</button>;
+  return (
+    <button type="button" onClick={save}>
+      {children}
+    </button>
+  );
 }
 
-export const Notice = ({ level, children }) =>
-  <p class={`notice ${level}`} role={level === 'error' ? 'alert' : 'status'}>{children}</p>;
+export const Notice = ({ level, children }) => (
+  <p class={`notice ${level}`} role={level === 'error' ? 'alert' : 'status'}>
+    {children}
+  </p>
+);
 
 export const ErrorNotice = ({ text }) => (text ? <Notice level="error">{text}</Notice> : null);
 
@@ -87,7 +131,11 @@ export function useClock(milliseconds) {
   return now;
 }
 
-export const CancelButton = ({ onClick }) => <button type="button" onClick={onClick}>{texts.cancel}</button>;
+export const CancelButton = ({ onClick }) => (
+  <button type="button" onClick={onClick}>
+    {texts.cancel}
+  </button>
+);
 
 // For file names: 2026-11-24-0930.
 export function stamp(date = new Date()) {

@@ -47,6 +47,7 @@ export async function openConsole() {
   page.on('pageerror', (failure) => {
     throw failure;
   });
+  page.on('dialog', (dialog) => dialog.accept()); // leaving while a request runs
   await page.goto(address);
   return page;
 }

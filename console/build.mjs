@@ -2,7 +2,7 @@
 //
 //   node console/build.mjs [FOLDER]      default build/console
 
-import { cpSync, mkdirSync, readFileSync, readdirSync, rmSync } from 'node:fs';
+import { cpSync, mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { gzipSync } from 'node:zlib';
 import { fileURLToPath } from 'node:url';
 import { build } from 'esbuild';
@@ -23,10 +23,15 @@ await build({
   jsx: 'automatic',
   jsxImportSource: 'preact',
   charset: 'utf8',
-  legalComments: 'eof',
+  legalComments: 'none',
   logLevel: 'warning',
 });
 for (const name of ['index.html', 'console.css']) cpSync(source + name, `${folder}/${name}`);
+const licences = ['preact', '@noble/hashes'].map((name) => {
+  const text = readFileSync(new URL(`node_modules/${name}/LICENSE`, import.meta.url), 'utf8');
+  return `${name}\n\n${text}`;
+});
+writeFileSync(`${folder}/licences.txt`, licences.join('\n\n'));
 
 const names = readdirSync(folder);
 const gzipped = names.reduce(

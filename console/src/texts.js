@@ -134,7 +134,7 @@ export const texts = {
     problemsTable: 'Problems',
     problemColumns: ['', 'Row', 'Column', 'What'],
     more: (count) => `and ${count} more`,
-    levels: { stop: 'Stops', warn: 'Left out', held: 'Held back', fixed: 'Put right' },
+    levels: { stop: 'Stops', out: 'Left out', check: 'Check', held: 'Held back', fixed: 'Put right' },
     problems: {
       bom: 'A byte order mark at the start would spoil the first column’s name.',
       'utf-16': 'The file is UTF-16; it is sent as UTF-8.',
@@ -181,6 +181,10 @@ export const texts = {
       const text = code.startsWith('held-') ? held[code.slice(5)] : problems[code];
       return detail ? `${text} ${detail}` : text;
     },
+    changes: (count) => `Cell by cell (${count})`,
+    changesTable: 'Cells that change, are held back or left out',
+    changeColumns: ['Row', 'Unit', 'Setting', 'Now', 'Then', 'What'],
+    fates: { change: 'is sent', held: 'held back', fault: 'left out', row: 'row left out' },
     sentCsv: 'CSV that is sent',
     undoCsv: 'Undo CSV (old values)',
     lost: (count) => `${times(count, 'change has', 'changes have')} no old value to go back to.`,
@@ -301,7 +305,7 @@ export const texts = {
 
   listings: {
     heading: 'What the unit answers',
-    hint: 'Each button is one request, and each request stops the video link for as long as it takes.',
+    hint: 'Each button asks the unit, and each request stops the video link for as long as it takes.',
     kinds: {
       encoders: ['Encoders', 'This unit and every encoder that answers now.'],
       decoders: ['Decoders', 'Every decoder that answers now.'],

@@ -104,8 +104,8 @@ test('every problem is told at once', () => {
     ['\ufeffUNIT.SERIAL;UNIT.MODEL;UNIT.ID\nS1;TX610;A\n', 'fixed bom', 'fixed separator'],
     [
       serial('UNIT.ID,NO.SUCH,UNIT.REBOOT', 'S1,TX610,A,1,TRUE'),
-      'warn column-unknown NO.SUCH 1',
-      'warn column-excluded UNIT.REBOOT 1',
+      'out column-unknown NO.SUCH 1',
+      'out column-excluded UNIT.REBOOT 1',
     ],
     [serial('unit.id', 'S1,TX610,A'), 'fixed column-spelling unit.id 1'],
     [serial('UNIT.ID,UNIT.ID', 'S1,TX610,A,B'), 'stop column-twice UNIT.ID 1'],
@@ -113,26 +113,26 @@ test('every problem is told at once', () => {
       'UNIT.ID\nA\n',
       'stop no-serial-column UNIT.SERIAL 1',
       'stop nothing-to-send',
-      'warn serial-blank UNIT.SERIAL 2',
+      'out serial-blank UNIT.SERIAL 2',
     ],
     [
       serial('UNIT.ID', 'S1,TX610,A\n,,\n,TX610,B\nS9,TX610,C'),
-      'warn serial-blank UNIT.SERIAL 4',
-      'warn unit-unknown UNIT.SERIAL 5',
+      'out serial-blank UNIT.SERIAL 4',
+      'check unit-unknown UNIT.SERIAL 5',
       'fixed row-blank  3',
     ],
     [serial('UNIT.ID', 's1,TX610,A'), 'fixed serial-spelling UNIT.SERIAL 2'],
-    [serial('UNIT.ID', 'S1,RX610,A'), 'warn model-differs UNIT.MODEL 2'],
-    [serial('UNIT.ID,STREAM.BIT_RATE', `S1,TX610,${long},50`), 'warn cell-too-long UNIT.ID 2'],
-    [serial('UNIT.ID,STREAM.BIT_RATE', 'S1,TX610,A&REBOOT=TRUE,50'), 'warn cell-ampersand UNIT.ID 2'],
+    [serial('UNIT.ID', 'S1,RX610,A'), 'check model-differs UNIT.MODEL 2'],
+    [serial('UNIT.ID,STREAM.BIT_RATE', `S1,TX610,${long},50`), 'out cell-too-long UNIT.ID 2'],
+    [serial('UNIT.ID,STREAM.BIT_RATE', 'S1,TX610,A&REBOOT=TRUE,50'), 'out cell-ampersand UNIT.ID 2'],
     [
       serial('UNIT.ID,STREAM.BIT_RATE', 'S1,TX610,"A""B, C",50'),
-      'warn cell-quote UNIT.ID 2',
+      'out cell-quote UNIT.ID 2',
       'fixed quoting UNIT.ID 2',
     ],
-    [serial('IP.STATIC_ADDRESS,UNIT.ID', 'S1,TX610,10.0.0.256,A'), 'warn cell-address IP.STATIC_ADDRESS 2'],
+    [serial('IP.STATIC_ADDRESS,UNIT.ID', 'S1,TX610,10.0.0.256,A'), 'out cell-address IP.STATIC_ADDRESS 2'],
     [serial('UNIT.ID', 'S1,TX610,"A"\nS2,RX610,"B"'), 'fixed quoting UNIT.ID 2,3'],
-    [serial('UNIT.ID', 'S1,TX610,A,more'), 'warn too-many-cells  2'],
+    [serial('UNIT.ID', 'S1,TX610,A,more'), 'out too-many-cells  2'],
     [
       serial('UNIT.ID,VW.NAME,IP.ADDRESS', 'S1,TX610,A,Wall,10.9.9.9'),
       'held held-decoder VW.NAME 2',
@@ -141,25 +141,25 @@ test('every problem is told at once', () => {
     [
       serial('UNIT.ID', 'S1,TX610,A\nS2,RX610,a'),
       'stop nothing-to-send',
-      'warn twice-id UNIT.ID 2',
-      'warn twice-id UNIT.ID 3',
+      'out twice-id UNIT.ID 2',
+      'out twice-id UNIT.ID 3',
     ],
-    [serial('UNIT.ID', 'S1,TX610,A\nS1,TX610,B\nS3,KestT-PL,C'), 'warn twice-serial UNIT.SERIAL 2,3'],
-    [serial('UNIT.ID', 'S1,TX610,DEC-2'), 'warn id-taken UNIT.ID 2'],
+    [serial('UNIT.ID', 'S1,TX610,A\nS1,TX610,B\nS3,KestT-PL,C'), 'out twice-serial UNIT.SERIAL 2,3'],
+    [serial('UNIT.ID', 'S1,TX610,DEC-2'), 'check id-taken UNIT.ID 2'],
     [
       serial('IP.STATIC_ADDRESS', 'S1,TX610,10.0.0.9\nS2,RX610,10.0.0.9\nS3,KestT-PL,10.0.0.8'),
-      'warn address-taken IP.STATIC_ADDRESS 2,3',
+      'out address-taken IP.STATIC_ADDRESS 2,3',
     ],
     [
       serial('IP.STATIC_ADDRESS', 'S1,TX610,10.0.0.3'),
       'stop nothing-to-send',
-      'warn address-taken IP.STATIC_ADDRESS 2',
+      'out address-taken IP.STATIC_ADDRESS 2',
     ],
     [serial('IP.STATIC_ADDRESS', 'S1,TX610,10.0.0.2\nS2,RX610,10.0.0.1')], // two units may change places
   ];
   for (const [text, ...problems] of table) assert.deepEqual(told(check(text)), problems, text);
   assert.deepEqual(told(check(serial('UNIT.ID', 'S1,TX610,A\nS2,RX610,B'), { ownSerial: 's1' })), [
-    'warn row-self  2',
+    'out row-self  2',
   ]);
 });
 
@@ -188,7 +188,7 @@ test('a message that would not fit is not sent', () => {
   const most = 2047 - fixed;
   assert.ok(most > 0 && most < 63, `${most}`);
   assert.equal(lengthOf(most).sending.length, 1);
-  assert.deepEqual(told(lengthOf(most + 1)), ['stop nothing-to-send', 'warn message-too-long  2']);
+  assert.deepEqual(told(lengthOf(most + 1)), ['stop nothing-to-send', 'out message-too-long  2']);
 });
 
 test('a site tells conflicts, hidden units and what changed', () => {

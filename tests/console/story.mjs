@@ -137,6 +137,10 @@ await chapter(page, 'cells are edited with the keyboard, filled and undone', asy
   await type('KU000004', 'STREAM.BIT_RATE', '175');
   await type('KU000004', 'VW.NAME', 'not for encoders');
   await page.getByText('14 settings for 12 units.').waitFor();
+  await page.getByText('Cell by cell (15)').click();
+  const changes = await page.locator('.cells tbody').innerText();
+  assert.match(changes, /4\tUNIT-003\tVW\.NAME\tRoom 3\tHall, north\tis sent/);
+  assert.match(changes, /5\tUNIT-004\tVW\.NAME\t\tnot for encoders\theld back: Only decoders take it\./);
   assert.deepEqual(await look(page, 'configure'), []);
   const csv = await download(page, 'CSV that is sent');
   assert.match(
@@ -173,20 +177,24 @@ await chapter(page, 'the update shows what becomes of each unit', async () => {
   assert.match(undo, /\r\nKU000003,RX610,UNIT-003,,Room 3,\r\n/);
 });
 
-await chapter(page, 'only the failed are tried again, and a page that is left finds the run again', async () => {
-  await button('Retry only the failed').click();
-  await page.getByText('2 settings for 2 units.').waitFor();
-  assert.match(
-    await download(page, 'CSV that is sent'),
-    /^UNIT\.SERIAL,UNIT\.MODEL,UNIT\.ID,\r\nSILENT,RX610,SITE-\d+,\r\nREFUSER,RX620,SITE-\d+,\r\n$/,
-  );
-  await button('Update 2 units…').click();
-  await button('Update now').click();
-  await until(async () => (await states()).some(([, , , , , state]) => /sent/.test(state)));
-  await page.reload();
-  await page.getByText('The page was left while the update ran.').waitFor();
-  await page.getByText('0 OK, 2 failed').waitFor();
-});
+await chapter(
+  page,
+  'only the failed are tried again, and a page that is left finds the run again',
+  async () => {
+    await button('Retry only the failed').click();
+    await page.getByText('2 settings for 2 units.').waitFor();
+    assert.match(
+      await download(page, 'CSV that is sent'),
+      /^UNIT\.SERIAL,UNIT\.MODEL,UNIT\.ID,\r\nSILENT,RX610,SITE-\d+,\r\nREFUSER,RX620,SITE-\d+,\r\n$/,
+    );
+    await button('Update 2 units…').click();
+    await button('Update now').click();
+    await until(async () => (await states()).some(([, , , , , state]) => /sent/.test(state)));
+    await page.reload();
+    await page.getByText('The page was left while the update ran.').waitFor();
+    await page.getByText('0 OK, 2 failed').waitFor();
+  },
+);
 
 await chapter(page, 'another discovery shows the new values', async () => {
   await goTo('Units');

@@ -1,7 +1,7 @@
 // A unit for the console's browser tests, in the box only: web server, fleet and browser.
 
 import { spawn } from 'node:child_process';
-import { readFileSync } from 'node:fs';
+import { readFileSync, readdirSync } from 'node:fs';
 import { accessibilityProblems, openPage } from '../clients/browser.mjs';
 
 export const address = 'http://127.0.0.1:8080/';
@@ -72,15 +72,20 @@ export async function download(page, button) {
   return content(await file.path());
 }
 
-// Looks at the page in light and dark: no accessibility problem, and a picture of either for the documentation when
-// HANDLER_SCREENSHOTS names a folder. Returns the problems.
+// Where pictures of the pages go, for the documentation: those that are there are renewed, all are made in an empty folder.
+const folder = process.env.HANDLER_SCREENSHOTS;
+const wanted = folder ? readdirSync(folder) : [];
+
+// Looks at the page in dark and light, and takes its picture. Returns the accessibility problems.
 export async function look(page, name) {
   const problems = [];
   for (const colorScheme of ['dark', 'light']) {
     await page.emulateMedia({ colorScheme, reducedMotion: 'reduce' });
     problems.push(...(await accessibilityProblems(page)));
-    const folder = process.env.HANDLER_SCREENSHOTS;
-    if (folder) await page.screenshot({ path: `${folder}/${name}-${colorScheme}.png` });
+    const picture = `${name}-${colorScheme}.png`;
+    if (folder && (wanted.length === 0 || wanted.includes(picture))) {
+      await page.screenshot({ path: `${folder}/${picture}` });
+    }
   }
   return problems;
 }

@@ -5,8 +5,8 @@
 // the notes of the reader. The header is row 1. Of a fault nothing is sent: a faulty cell is left out, and so is a row
 // that would go nowhere or to the wrong unit.
 //
-// Problems are {level, code, column, rows, detail}. Levels: `stop` nothing can be sent; `warn` something is left out or
-// needs a second look; `held` the unit takes no such setting; `fixed` put right in what is sent.
+// Problems are {level, code, column, rows, detail}. Levels: `stop` nothing can be sent; `out` something is left out;
+// `check` it is sent, and may be wrong; `held` the unit takes no such setting; `fixed` put right in what is sent.
 
 import {
   acceptedKey,
@@ -38,7 +38,7 @@ class Problems {
   }
 
   list() {
-    const rank = ['stop', 'warn', 'held', 'fixed'];
+    const rank = ['stop', 'out', 'check', 'held', 'fixed'];
     return [...this.#byText.values()].sort(
       (one, other) => rank.indexOf(one.level) - rank.indexOf(other.level),
     );
@@ -53,11 +53,11 @@ function readHeader(columns, keys, problems) {
     const place = { column: name || `#${at + 1}`, row: 1 };
     if (key === null) {
       if (name !== '' || at < columns.length - 1)
-        problems.add('warn', name === '' ? 'column-blank' : 'column-unknown', place);
+        problems.add('out', name === '' ? 'column-blank' : 'column-unknown', place);
       return null;
     }
     if (isExcluded(key)) {
-      problems.add('warn', 'column-excluded', place);
+      problems.add('out', 'column-excluded', place);
       return null;
     }
     if (key !== field) problems.add('fixed', 'column-spelling', { ...place, detail: key });
@@ -89,7 +89,7 @@ function valuesOf(draftRow, header, problems) {
     if (key && lone) problems.add('fixed', 'quoting', { column: key, row: draftRow.number });
   });
   if (draftRow.cells.slice(header.length).some((cell) => cell !== '')) {
-    problems.add('warn', 'too-many-cells', { row: draftRow.number });
+    problems.add('out', 'too-many-cells', { row: draftRow.number });
   }
   return values;
 }
@@ -99,8 +99,8 @@ function valuesOf(draftRow, header, problems) {
 function findUnit(row, unitsBySerial, problems) {
   const { values, number } = row;
   const found = unitsBySerial.get(values[serialKey].toLowerCase()) ?? [];
-  if (found.length === 0) return problems.add('warn', 'unit-unknown', { column: serialKey, row: number });
-  if (found.length > 1) problems.add('warn', 'unit-twice', { column: serialKey, row: number });
+  if (found.length === 0) return problems.add('check', 'unit-unknown', { column: serialKey, row: number });
+  if (found.length > 1) problems.add('check', 'unit-twice', { column: serialKey, row: number });
   [row.unit] = found;
   const model = row.unit.values[modelKey] ?? '';
   if (values[serialKey] !== row.unit.values[serialKey]) {
@@ -111,7 +111,7 @@ function findUnit(row, unitsBySerial, problems) {
     values[modelKey] = model;
     problems.add('fixed', 'model-filled', { column: modelKey, row: number });
   } else if (model && !same(values[modelKey], model)) {
-    problems.add('warn', 'model-differs', { column: modelKey, row: number, detail: model });
+    problems.add('check', 'model-differs', { column: modelKey, row: number, detail: model });
   }
 }
 
@@ -134,7 +134,7 @@ function decideCells(row, keys, problems) {
     const cell = decideCell(key, row.values[key] ?? '', row);
     row.cells[key] = cell;
     const place = { column: key, row: row.number };
-    if (cell.state === 'fault') problems.add('warn', `cell-${cell.reason}`, place);
+    if (cell.state === 'fault') problems.add('out', `cell-${cell.reason}`, place);
     if (cell.state === 'held') problems.add('held', `held-${cell.reason}`, place);
   }
 }
@@ -142,7 +142,7 @@ function decideCells(row, keys, problems) {
 function leaveOut(row, code, problems, place = {}) {
   row.state = 'left-out';
   row.reason = code;
-  problems.add('warn', code, { row: row.number, ...place });
+  problems.add('out', code, { row: row.number, ...place });
 }
 
 // Reads one row of the draft up to the decision about each of its cells.
@@ -230,7 +230,7 @@ function warnOfTakenIds(rows, site, problems) {
   for (const row of sending) {
     const cell = row.cells['UNIT.ID'];
     if (cell?.state !== 'change' || !ids.has(cell.value.toLowerCase())) continue;
-    problems.add('warn', 'id-taken', { column: 'UNIT.ID', row: row.number, detail: cell.value });
+    problems.add('check', 'id-taken', { column: 'UNIT.ID', row: row.number, detail: cell.value });
   }
 }
 
@@ -281,7 +281,7 @@ function noteReading(draft, problems) {
     'utf-16': 'fixed',
     separator: 'fixed',
     guard: 'fixed',
-    encoding: 'warn',
+    encoding: 'check',
     binary: 'stop',
   };
   for (const note of draft.notes ?? []) problems.add(levels[note], note);

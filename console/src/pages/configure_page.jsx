@@ -8,7 +8,7 @@ import { fittingWidth } from '../parts/table.jsx';
 import { Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
 import { recall, set } from '../store.js';
 import { texts } from '../texts.js';
-import { PreflightPanel } from './preflight_panel.jsx';
+import { PreflightPanel, nameOf } from './preflight_panel.jsx';
 import { RunView } from './run_view.jsx';
 
 const words = texts.configure;
@@ -72,8 +72,6 @@ const rowFilters = {
     Object.values(row.cells).some(({ state }) => state === 'fault' || state === 'held'),
 };
 
-const nameOf = ({ unit, values }) => unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
-
 const Legend = () => (
   <p class="legend">
     {words.legend.map(([state, title]) => (
@@ -94,7 +92,8 @@ const CellDetail = ({ row, name, cell }) => (
         <strong>
           {nameOf(row)} · {name}
         </strong>{' '}
-        {words.cell[cell.state]({ ...cell, key: name })}
+        {words.cell[cell.state]({ ...cell, key: name })}{' '}
+        {row.state === 'left-out' && words.problems[row.reason]}
       </>
     )}
   </p>

@@ -1,11 +1,16 @@
 // What a draft would do: its problems, its files, and the way to the run.
 
-import { useState } from 'preact/hooks';
+import { useMemo, useState } from 'preact/hooks';
 import { runUpdate } from '../actions.js';
+import { Table } from '../parts/table.jsx';
 import { CancelButton, Check, Dialog, DownloadButton, stamp } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
+// By which people know the unit of a row.
+export const nameOf = ({ unit, values }) =>
+  unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
+
 const mostProblems = 100; // that are listed
 
 // 2, 3, 4, 7 become "2–4, 7".
@@ -35,7 +40,7 @@ function ProblemTable({ problems, goTo }) {
         </thead>
         <tbody>
           {problems.slice(0, mostProblems).map((problem, at) => (
-            <tr key={at} class={problem.level}>
+            <tr key={at}>
               <td>
                 <span class={`level ${problem.level}`}>{words.levels[problem.level]}</span>
               </td>
@@ -57,8 +62,51 @@ function ProblemTable({ problems, goTo }) {
   );
 }
 
+const changeWidths = [6, 20, 26, 30, 30, 44];
+const changeColumns = words.changeColumns.map((title, key) => ({ key, title, width: changeWidths[key] }));
+
+function whatBecomesOf(row, cell) {
+  if (cell.state === 'held') return `${words.fates.held}: ${words.held[cell.reason]}`;
+  if (cell.state === 'fault') return `${words.fates.fault}: ${words.problems[`cell-${cell.reason}`]}`;
+  return row.state === 'send' ? words.fates.change : `${words.fates.row}: ${words.problems[row.reason]}`;
+}
+
+// The texts of all cells that are not blank or the same.
+function changesOf(plan) {
+  const told = ['change', 'held', 'fault'];
+  return plan.rows.flatMap((row) =>
+    Object.entries(row.cells)
+      .filter(([, { state }]) => told.includes(state))
+      .map(([key, cell]) => ({
+        id: `${row.number} ${key}`,
+        state: row.state === 'left-out' ? 'fault' : cell.state,
+        texts: [String(row.number), nameOf(row), key, cell.old ?? '?', cell.value, whatBecomesOf(row, cell)],
+      })),
+  );
+}
+
+function Changes({ plan }) {
+  const changes = useMemo(() => changesOf(plan), [plan]);
+  const renderRow = ({ id, state, texts: cells }, at) => (
+    <tr key={id} aria-rowindex={at + 2}>
+      {cells.map((text, column) => (
+        <td key={column} class={column === 4 ? state : ''} title={text}>
+          {text}
+        </td>
+      ))}
+    </tr>
+  );
+  if (changes.length === 0) return null;
+  return (
+    <details class="cells">
+      <summary>{words.changes(changes.length)}</summary>
+      <Table label={words.changesTable} columns={changeColumns} rows={changes} renderRow={renderRow} />
+    </details>
+  );
+}
+
 function Confirmation({ plan, onCancel }) {
-  const leftOut = plan.problems.filter(({ level }) => level === 'warn').length;
+  const leftOut = plan.problems.filter(({ level }) => level === 'out' || level === 'check').length;
   const [seen, setSeen] = useState(leftOut === 0);
   const go = () => {
     onCancel();
@@ -90,6 +138,7 @@ export function PreflightPanel({ plan, goTo, busy }) {
         <strong>{words.summary(plan)}</strong>
       </p>
       <ProblemTable problems={plan.problems} goTo={goTo} />
+      <Changes plan={plan} />
       <div class="bar">
         <button
           type="button"

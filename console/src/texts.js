@@ -169,6 +169,7 @@ export const texts = {
       'address-taken': 'Two units would have the same static address:',
       'id-taken': 'Another unit has this id; it is sent all the same:',
       'cell-too-long': 'More than 63 bytes; the unit would drop it.',
+      'cell-unreadable': 'Letters that could not be read.',
       'cell-control': 'A line end or control character cannot be sent.',
       'cell-ampersand': 'An “&” would end the value and begin another setting.',
       'cell-quote': 'A quote at the start, or beside a comma, cannot be sent.',

@@ -67,6 +67,7 @@ test('what is written for the unit is read back', () => {
     ['a"b,c', 'quote'],
     ['a&b', 'ampersand'],
     ['a\nb', 'control'],
+    ['a\ufffd', 'unreadable'],
     ['ü'.repeat(32), 'too-long'],
   ];
   for (const [value, why] of unfit) assert.equal(whyNotWritable(value), why, value);

@@ -28,9 +28,9 @@ export async function until(test) {
 
 export const content = (path) => readFileSync(path, 'utf8');
 
-// Starts the web server. Returns the procedure that ends it.
+// Starts the web server that HANDLER_WEB_SERVER names. Returns the procedure that ends it.
 export async function startServer() {
-  const end = start('box/web-server', 'lighttpd');
+  const end = start('box/web-server', process.env.HANDLER_WEB_SERVER ?? 'lighttpd');
   await until(() =>
     fetch(address).then(
       () => true,

@@ -76,6 +76,7 @@ export function readAsUnit(text, keys) {
 export function whyNotWritable(value) {
   if (byteLength(value) > longestText) return 'too-long';
   if (/[\u0000-\u001f\u007f]/.test(value)) return 'control';
+  if (value.includes('\ufffd')) return 'unreadable'; // stands for bytes that are no UTF-8
   if (value.includes('&')) return 'ampersand';
   if (value.startsWith(quote) || (value.includes(quote) && value.includes(','))) return 'quote';
   return null;

@@ -189,13 +189,19 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
   );
 }
 
+// This unit's own serial, as far as it is known: by its address, or because it skipped itself in an earlier update.
+function ownSerial(site) {
+  const own = site.units.find((unit) => unit.values['IP.ADDRESS'] === location.hostname);
+  return own?.values['UNIT.SERIAL'] ?? recall('own-serial') ?? '';
+}
+
 // The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
 function Draft({ draft, site, outdated, canUndo, busy }) {
   const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
   const plan = useMemo(
-    () => preflight(draft, site, { onlyChanges, ownSerial: recall('own-serial') ?? '' }),
+    () => preflight(draft, site, { onlyChanges, ownSerial: ownSerial(site) }),
     [draft, site, onlyChanges],
   );
   const goTo = ({ rows: [first], column }) => {

@@ -155,6 +155,7 @@ export const texts = {
       'row-self': 'This is the unit you are talking to; it does not update itself.',
       'serial-blank': 'No serial: the row would reach no unit.',
       'serial-unfit': 'A serial that cannot be sent.',
+      'serial-all': 'Every unit would take the settings of this row.',
       'serial-spelling': 'The serial is sent in the unit’s spelling:',
       'unit-unknown': 'No unit with this serial was discovered; its settings are sent all the same.',
       'unit-twice': 'Two units were discovered with this serial; both will take the settings.',

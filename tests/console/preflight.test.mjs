@@ -121,6 +121,11 @@ test('every problem is told at once', () => {
       'check unit-unknown UNIT.SERIAL 5',
       'fixed row-blank  3',
     ],
+    [
+      serial('UNIT.ID', 'S1,TX610,A\nALL,TX610,B'),
+      'out serial-all UNIT.SERIAL 3',
+      'check unit-unknown UNIT.SERIAL 3',
+    ],
     [serial('UNIT.ID', 's1,TX610,A'), 'fixed serial-spelling UNIT.SERIAL 2'],
     [serial('UNIT.ID', 'S1,RX610,A'), 'check model-differs UNIT.MODEL 2'],
     [serial('UNIT.ID,STREAM.BIT_RATE', `S1,TX610,${long},50`), 'out cell-too-long UNIT.ID 2'],

@@ -1,11 +1,13 @@
 #include "support/program.hpp"
 
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 namespace {
@@ -88,6 +90,14 @@ std::string shell_output(const std::string& command) {
   }
   pclose(pipe);
   return output;
+}
+
+void start_fleet(const std::string& options) {
+  const std::string command =
+      "fleet " + options +
+      " > /tmp/fleet.out & for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; "
+      "sleep 0.1; done; exit 1";
+  ASSERT_EQ(std::system(command.c_str()), 0);
 }
 
 std::string refusal(const std::string& message) {

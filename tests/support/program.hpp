@@ -34,6 +34,9 @@ int wait_for(pid_t process);
 // Runs a shell command, such as curl or fleet, and returns what it writes to standard output.
 std::string shell_output(const std::string& command);
 
+// Starts simulated units and waits until they can answer. What they print goes to /tmp/fleet.out.
+void start_fleet(const std::string& options);
+
 // The whole answer to a request that is refused, and the message for one that comes while another runs.
 std::string refusal(const std::string& message);
 inline const std::string busy_message =

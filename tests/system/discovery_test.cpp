@@ -14,14 +14,6 @@
 
 namespace {
 
-void start_fleet(const std::string& options) {
-  ASSERT_EQ(std::system(("fleet " + options +
-                         " > /tmp/fleet.out & for i in $(seq 300); do "
-                         "grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1")
-                            .c_str()),
-            0);
-}
-
 void start_mixed_fleet() {
   write_file("/etc/keys.txt", "IP.ADDRESS\nUNIT.ID\nUNIT.MODEL\nQUERY.ALL\nVW.NAME\n");
   write_file("/tmp/units.csv",

@@ -160,6 +160,7 @@ function readRow(draftRow, context) {
   decideCells(row, keys, problems);
   if (values[serialKey] === '') leaveOut(row, 'serial-blank', problems, { column: serialKey });
   else if (whyNotWritable(values[serialKey])) leaveOut(row, 'serial-unfit', problems, { column: serialKey });
+  else if (same(values[serialKey], 'ALL')) leaveOut(row, 'serial-all', problems, { column: serialKey });
   else if (ownSerial && same(values[serialKey], ownSerial)) leaveOut(row, 'row-self', problems);
   return row;
 }

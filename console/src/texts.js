@@ -9,8 +9,6 @@ export const texts = {
   pages: { units: 'Units', configure: 'Configure', unit: 'This unit', listings: 'Listings' },
   close: 'Close',
   cancel: 'Cancel',
-  loading: 'Reading the last discovery…',
-  leaveWarning: 'A request is running.',
 
   idle: 'Idle',
   activity: ({ job, command, tries }) =>

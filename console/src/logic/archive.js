@@ -22,7 +22,7 @@ const textAt = (block, from, length) =>
 
 // Returns the name of the archive's first member, null when the block is no tar header. Its checksum counts the field of
 // the checksum itself as blanks.
-export function readTarHeader(block) {
+function readTarHeader(block) {
   if (block.length < tarBlock) return null;
   const stored = parseInt(textAt(block, 148, 8).trim(), 8);
   const sum = block

@@ -1,7 +1,7 @@
 // One request at a time. The unit refuses whatever comes while another request runs, and each request that it admits
 // stops its video link, so the console's own requests wait for each other, keep a distance, and are few.
 
-export const distance = 200; // milliseconds between the end of a request and the next one
+const distance = 200; // milliseconds between the end of a request and the next one
 const retryDelays = [300, 500, 1000, 2000, 3000, 5000, 5000, 5000, 5000, 5000]; // of a busy unit
 
 // Asked before an upload: a unit that is busy would refuse the upload only after the whole of it has been sent.

@@ -52,6 +52,15 @@ function CellInput({ text, label, onDone }) {
   );
 }
 
+// Brings the active cell into sight; one that is not in the page yet is met by its row.
+function useScrollTo(active, box) {
+  useLayoutEffect(() => {
+    const cell = document.getElementById(activeId);
+    if (cell) cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
+    else box.current.scrollTop = Math.max(0, (active.row - 3) * rowHeight);
+  }, [active]);
+}
+
 // The keys of the grid, those of a cell's input aside.
 function useKeys({ columns, rows, active, activate, edit, undo, canEdit, start }) {
   const { row, column } = active;
@@ -114,12 +123,7 @@ export function EditGrid(grid) {
   const { label, columns, rows, active, activate, edit, canEdit, classOf, sayMark, titleOf } = grid;
   const [typed, setTyped] = useState(null); // the text to start an input with; null when nothing is edited
   const box = useRef(null);
-  useLayoutEffect(() => {
-    const cell = document.getElementById(activeId);
-    if (cell) cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
-    else box.current.scrollTop = Math.max(0, (active.row - 3) * rowHeight);
-  }, [active]);
-
+  useScrollTo(active, box);
   const start = (text) => canEdit(active.column) && setTyped(text);
   const finish = (text, down, right) => {
     const { row, column } = active;

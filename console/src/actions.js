@@ -1,0 +1,264 @@
+// What the console does with the unit, step by step, for the pages to call.
+
+import { failureOf } from './logic/answer.js';
+import { isStatus } from './logic/class_rules.js';
+import { RequestFailure, RequestQueue } from './logic/request_queue.js';
+import { compareSites, inOrder, memoryOf, readSite } from './logic/site.js';
+import { applyResults, readSiteLog } from './logic/site_log.js';
+import { readSpreadsheet } from './logic/spreadsheet_csv.js';
+import { get, recall, remember, set } from './store.js';
+import { texts } from './texts.js';
+import { readStatic, sendCommand, sleep } from './transport.js';
+
+const siteFile = '/site.csv';
+const siteLogFile = '/site.log';
+const logInterval = 1000;
+const backInterval = 2000;
+const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
+
+export const queue = new RequestQueue(sendCommand, sleep, (activity) => set({ activity }));
+
+export function explain(failure) {
+  if (failure instanceof RequestFailure) return texts.failures[failure.kind];
+  return failure instanceof TypeError ? texts.failures.unreachable : failure.message;
+}
+
+// Runs an action; what goes wrong becomes a notice. Returns whether it went well.
+export async function attempt(action) {
+  set({ notice: null });
+  try {
+    await action();
+    return true;
+  } catch (failure) {
+    set({ notice: { level: 'error', text: explain(failure) } });
+    return false;
+  }
+}
+
+// Shows a discovery's file, compared with the discovery before it, be it in an earlier session.
+function showSite(file) {
+  const site = { ...readSite(file.text), bytes: file.bytes, modified: file.modified };
+  let memory = recall('site');
+  if (memory?.modified !== site.modified) {
+    memory = { modified: site.modified, now: memoryOf(site), then: memory?.now ?? null };
+    remember('site', memory);
+  }
+  set({ site, outdated: false, comparison: memory.then ? compareSites(memory.then, memory.now) : null });
+}
+
+export async function loadSite() {
+  const file = await readStatic(siteFile);
+  if (file) showSite(file);
+}
+
+// A discovery that could not reach the network leaves the file of the last one.
+export async function discover() {
+  const before = await readStatic(siteFile);
+  set({ discovery: { since: Date.now() } });
+  try {
+    await queue.ask('discover', 'DISCOVER_DEVICES_API');
+    const file = await readStatic(siteFile);
+    if (!file || (file.modified !== '' && file.modified === before?.modified))
+      throw new Error(texts.units.noNewList);
+    showSite(file);
+  } finally {
+    set({ discovery: null });
+  }
+}
+
+// Drafts
+
+export async function openDraft(file, source = 'file') {
+  const { rows, notes } = readSpreadsheet(new Uint8Array(await file.arrayBuffer()));
+  const [header = [], ...lines] = rows;
+  const draft = {
+    name: file.name,
+    source,
+    columns: header.map((cell) => cell.text),
+    rows: lines.map((cells, at) => ({
+      number: at + 2,
+      cells: cells.map((cell) => cell.text),
+      quoted: cells.map((cell) => cell.quoted),
+    })),
+    notes,
+  };
+  set({ draft, earlierDrafts: [], run: null });
+}
+
+// Every unit with its settings; of what units only report, no more than tells them apart.
+export function draftFromSite() {
+  const { site } = get();
+  const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
+  const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
+  const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
+  const units = [...site.units].sort((one, other) =>
+    inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? ''),
+  );
+  const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
+  set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
+}
+
+export const draftFromText = (text, name, source) => openDraft(new File([text], name), source);
+
+// Puts texts into cells: [row index, column index, text]. Several make one step to undo.
+export function editCells(edits) {
+  const { draft, earlierDrafts } = get();
+  const rows = [...draft.rows];
+  for (const [row, column, text] of edits) {
+    const cells = rows[row] === draft.rows[row] ? [...rows[row].cells] : rows[row].cells;
+    while (cells.length <= column) cells.push('');
+    cells[column] = text;
+    rows[row] = { ...rows[row], cells, quoted: undefined };
+  }
+  set({ draft: { ...draft, rows }, earlierDrafts: [...earlierDrafts.slice(-99), draft] });
+}
+
+export function undoEdit() {
+  const { earlierDrafts } = get();
+  if (earlierDrafts.length > 0)
+    set({ draft: earlierDrafts.at(-1), earlierDrafts: earlierDrafts.slice(0, -1) });
+}
+
+// Mass update
+
+// By which a site log is known again as long as nothing writes to it.
+const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
+
+// Follows the site log of a run from its first line on, until `over()`. The log that was there `before` does not count.
+async function followSiteLog(before, over, show) {
+  let text = '';
+  let length = 0;
+  for (let last = false; !last;) {
+    last = over();
+    const piece = await readStatic(siteLogFile, length).catch(() => null);
+    if (piece && piece.text !== '' && (length > 0 || ageOf(piece) !== before)) {
+      text = piece.whole ? piece.text : text + piece.text;
+      length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
+      show(text);
+    }
+    if (!last) await sleep(logInterval);
+  }
+}
+
+// A run goes on when the connection to it is lost. Returns when its log tells of all records or of nothing more.
+async function silence(logSoFar) {
+  const running = ({ state }) => ['waiting', 'sent', 'saved', 'rebooting'].includes(state);
+  let length = 0;
+  for (let quiet = 0; quiet < longestSilence; ++quiet) {
+    await sleep(1000);
+    const log = logSoFar();
+    if (log.length > length) quiet = 0;
+    length = log.length;
+    if (log !== '' && !readSiteLog(log).records.some(running)) return;
+  }
+}
+
+// Two consoles may upload at the same time; what is run is what this one has shown.
+async function sendPlan(unit, plan) {
+  const file = new File([plan.text], 'import.csv', { type: 'text/csv' });
+  const failure = failureOf(await unit.upload('CSV_IMPORT', file));
+  if (failure) throw new Error(failure);
+  if ((await unit.ask('GET_CSV_IMPORT')) !== plan.text) throw new Error(texts.configure.notTheSameCsv);
+}
+
+function rememberOwnSerial({ plan, records }) {
+  const at = records.findIndex(({ state }) => state === 'self');
+  if (at >= 0) remember('own-serial', plan.sending[at].values['UNIT.SERIAL']);
+}
+
+// A run as it is shown, from what its log and its answer have told so far.
+class ShownRun {
+  log = '';
+  lines = [];
+
+  constructor(plan) {
+    this.waiting = plan.sending.map(() => ({ state: 'waiting', reason: '' }));
+    set({ run: { plan, records: this.waiting, over: false, failure: '', since: Date.now() } });
+  }
+
+  tell(news, over = false, failure = '') {
+    Object.assign(this, news);
+    const { records, total } = readSiteLog(this.log);
+    const known = total === this.waiting.length ? records : this.waiting;
+    set({ run: { ...get().run, records: applyResults(known, this.lines, over), over, failure } });
+  }
+
+  end(failure) {
+    this.tell({}, true, failure);
+    rememberOwnSerial(get().run);
+    remember('run', null);
+    set({ outdated: true });
+  }
+}
+
+// Uploads the CSV of a plan and has it sent, showing how far each unit has come.
+export async function runUpdate(plan) {
+  const shown = new ShownRun(plan);
+  const work = async (unit) => {
+    await sendPlan(unit, plan);
+    const before = ageOf(await readStatic(siteLogFile));
+    remember('run', { sending: plan.sending, undo: plan.undo, before });
+    let over = false;
+    const following = followSiteLog(
+      before,
+      () => over,
+      (log) => shown.tell({ log }),
+    );
+    try {
+      await unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => shown.tell({ lines }) });
+    } catch (failure) {
+      if (shown.log !== '') await silence(() => shown.log);
+      throw failure;
+    } finally {
+      over = true;
+      await following;
+    }
+  };
+  await queue.run('update', work).then(
+    () => shown.end(''),
+    (failure) => shown.end(explain(failure)),
+  );
+}
+
+// Shows a run that was under way when the page was left: it went on, and its log tells the rest.
+export async function resumeRun() {
+  const plan = recall('run');
+  if (!plan) return;
+  const shown = new ShownRun(plan);
+  let over = false;
+  const following = followSiteLog(
+    plan.before,
+    () => over,
+    (log) => shown.tell({ log }),
+  );
+  await silence(() => shown.log);
+  over = true;
+  await following;
+  shown.end(texts.configure.resumed);
+}
+
+// Uploads to this unit
+
+// Sends a file with an upload command. Returns the lines of the answer; throws what the unit reports as failed, with
+// the reason that it left in its upload log.
+export function uploadFile(job, command, file, options) {
+  return queue.run(job, async (unit) => {
+    const body = await unit.upload(command, file, options);
+    const failure = failureOf(body);
+    if (!failure) return body;
+    const log = await readStatic('/upload_file.txt').catch(() => null);
+    const reason = log?.text.split('\n').slice(2).join(' ').trim();
+    throw new Error([failure, reason].filter(Boolean).join(': '));
+  });
+}
+
+// Waits for a unit that restarts: whenever its pages have been gone and are back, `ask()` is called once. `show` is told
+// `there` or `gone`; `signal` ends it.
+export async function waitUntilBack(signal, show, ask) {
+  for (let gone = false; !signal.aborted; await sleep(backInterval)) {
+    const there = await readStatic('/index.html').then(Boolean, () => false);
+    if (there && gone) await ask();
+    else if (there === gone) show(there ? 'there' : 'gone');
+    gone = !there;
+  }
+}

@@ -1,0 +1,55 @@
+// The way to the unit: commands to its handler, and the static files that commands leave in /www.
+
+import { linesSoFar, readAnswer } from './logic/answer.js';
+import { RequestFailure } from './logic/request_queue.js';
+
+const handler = '/cgi-bin/handler.cgi';
+
+function requestFor(command, file) {
+  const request = new XMLHttpRequest();
+  request.open(file ? 'POST' : 'GET', file ? handler : `${handler}?CMD=${command}`);
+  request.overrideMimeType('text/plain; charset=utf-8');
+  request.setRequestHeader('Cache-Control', 'no-cache');
+  return request;
+}
+
+// The command comes first: it makes the unit ready for a firmware file before that arrives.
+function formOf(command, file) {
+  const form = new FormData();
+  form.append('CMD', command);
+  form.append('file', file, file.name ?? 'file');
+  return form;
+}
+
+// Sends one command. Options: `file` to upload, `onSent(bytes)` while it leaves, `onLines(lines)` with the answer's lines
+// so far, `signal` to cancel. Returns {kind, body} as readAnswer does.
+export function sendCommand(command, { file, onSent, onLines, signal } = {}) {
+  return new Promise((resolve, reject) => {
+    const request = requestFor(command, file);
+    const finish = () => resolve(readAnswer(command, request.status, request.responseText));
+    request.onload = finish;
+    request.onerror = () => resolve({ kind: 'broken', body: '' });
+    request.onabort = () => reject(new RequestFailure('cancelled', command));
+    if (onSent) request.upload.onprogress = ({ loaded }) => onSent(loaded);
+    if (onLines) request.onprogress = () => onLines(linesSoFar(command, request.responseText));
+    signal?.addEventListener('abort', () => request.abort());
+    request.send(file ? formOf(command, file) : null);
+  });
+}
+
+// Returns {bytes, text, modified} of a static file, null when there is none. `from` asks for what lies behind so many
+// bytes; `whole` tells whether the server sent it all the same. Throws when the unit cannot be reached.
+export async function readStatic(path, from = 0) {
+  const headers = from > 0 ? { Range: `bytes=${from}-` } : {};
+  const answer = await fetch(path, { cache: 'no-store', headers });
+  if (answer.status === 416) return { bytes: new Uint8Array(), text: '', whole: false };
+  if (!answer.ok) return null;
+  const bytes = new Uint8Array(await answer.arrayBuffer());
+  const modified = answer.headers.get('Last-Modified') ?? '';
+  return { bytes, text: new TextDecoder().decode(bytes), modified, whole: answer.status === 200 };
+}
+
+export const sleep = (milliseconds) =>
+  new Promise((resolve) => {
+    setTimeout(resolve, milliseconds);
+  });

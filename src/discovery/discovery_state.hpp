@@ -61,7 +61,8 @@ struct kvp_record {
 };
 
 // The device records, device_count of them, and the one that kvp_set_value fills. Null outside a compilation
-// or import. Written by kvp_alloc, kvp_free, kvp_parse_reply and read_import_csv.
+// or import. Written by kvp_alloc, kvp_free, kvp_parse_reply, load_import_csv and, as to marks, the checks before a
+// mass update.
 extern zeroed_pointer<kvp_record> kvp_table;
 extern int current_record;
 
@@ -73,6 +74,7 @@ struct vdt_record {
   std::uint32_t flags = 0;  // marks of the checks before a mass update, see massupdate/checks.hpp
 };
 
-// The valid device table, parallel to kvp_table. Written by vdt_alloc, vdt_free and kvp_set_value.
+// The valid device table, parallel to kvp_table. Written by vdt_alloc, vdt_free, kvp_set_value and, as to
+// flags, the checks before a mass update.
 extern zeroed_pointer<vdt_record> vdt;
 extern int vdt_count;

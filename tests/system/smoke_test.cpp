@@ -104,7 +104,7 @@ TEST(Smoke, RefusesWhileAnotherRequestRuns) {
 
 TEST(Smoke, AnUploadArrivesByteForByte) {
   std::string content = "\r\n--\r\n--a\r\r\n-";
-  for (int i = 0; i < 300'000; ++i) content += static_cast<char>(i * i % 251);
+  for (unsigned i = 0; i < 300'000; ++i) content += static_cast<char>(i * i % 251);
   const std::string head = "--bound\r\nContent-Disposition: form-data; name=";
   const std::string body = head + "CMD\r\n\r\nUPDATE_SPLASH\r\n" + head +
                            "\"file\"; filename=\"a;b.jpg\"\r\n\r\n" + content + "\r\n--bound--\r\n";

@@ -9,11 +9,14 @@
 
 #include "cgi/cgi.hpp"
 
+#include <sys/stat.h>
+
 #include <cstdio>
 
 namespace {
 
 constexpr const char* kept_request = "/tmp/request.cgic";
+constexpr mode_t for_its_owner_alone = 077;
 
 // Each row is a text in bold and one behind it, as text: what a client sends must not become part of the
 // page.
@@ -66,6 +69,7 @@ void write_cookies() {
 }
 
 int answer() {
+  umask(for_its_owner_alone);  // a request holds cookies and files
   const bool kept = cgiWriteEnvironment(kept_request) == cgiEnvironmentSuccess;
   cgiHeaderContentType("text/html");
   std::fputs("<!DOCTYPE html>\n<html><head><title>Echo</title></head><body>\n", cgiOut);

@@ -71,9 +71,9 @@ std::size_t check_values(const char* name) {
 void check_upload(const char* name) {
   int size = -1;
   const bool is_upload = cgiFormFileSize(name, &size) == cgiFormSuccess;
-  constexpr std::size_t enough = 1024;
-  check_limits(cgiFormFileName, name, enough);
-  check_limits(cgiFormFileContentType, name, enough);
+  const cgiFormEntry* entry = cgiFindFirstEntry(name);
+  check_limits(cgiFormFileName, name, std::strlen(entry->fileName.get()) + 1);
+  check_limits(cgiFormFileContentType, name, std::strlen(entry->contentType.get()) + 1);
   cgiFilePtr file = nullptr;
   require((cgiFormFileOpen(name, &file) == cgiFormSuccess) == is_upload, "every upload can be opened");
   std::array<char, 100> chunk;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <span>
 
@@ -11,10 +12,11 @@
 
 namespace {
 
-// Writes a text into a buffer of `max` bytes and remembers whether all of it fitted.
+// Writes a text into a buffer of `size` bytes and remembers whether all of it fitted.
 class limited_text {
  public:
-  limited_text(char* buffer, int max) : next_(buffer), room_(max > 0 ? max - 1 : 0), writable_(max > 0) {}
+  limited_text(char* buffer, std::size_t size)
+      : next_(buffer), room_(size > 0 ? size - 1 : 0), writable_(size > 0) {}
 
   // Returns false when the byte did not fit.
   bool add(char byte) {
@@ -31,7 +33,7 @@ class limited_text {
 
  private:
   char* next_;
-  int room_;
+  std::size_t room_;
   bool writable_;
   bool empty_ = true;
 };
@@ -59,7 +61,7 @@ bool copy_value(const char* value, line_ends kept, limited_text& copy) {
 }
 
 cgiFormResultType copy_first(const char* name, line_ends kept, char* result, int max) {
-  limited_text copy{result, max};
+  limited_text copy{result, static_cast<std::size_t>(std::max(max, 0))};
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
   const bool whole = entry == nullptr || copy_value(entry->value.get(), kept, copy);
   copy.terminate();
@@ -77,7 +79,7 @@ char* new_value(const cgiFormEntry& entry) {
   const std::size_t space = space_needed(entry);
   auto* value = new (std::nothrow) char[space];
   if (value == nullptr) return nullptr;
-  limited_text copy{value, static_cast<int>(space)};
+  limited_text copy{value, space};
   static_cast<void>(copy_value(entry.value.get(), line_ends::keep, copy));
   copy.terminate();
   return value;
@@ -128,8 +130,9 @@ cgiFormResultType cgiFormStringNoNewlines(const char* name, char* result, int ma
 }
 
 cgiFormResultType cgiFormStringSpaceNeeded(const char* name, int* length) {
+  constexpr std::size_t most = std::numeric_limits<int>::max();
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
-  *length = entry != nullptr ? static_cast<int>(space_needed(*entry)) : 1;
+  *length = entry != nullptr ? static_cast<int>(std::min(space_needed(*entry), most)) : 1;
   return entry != nullptr ? cgiFormSuccess : cgiFormNotFound;
 }
 

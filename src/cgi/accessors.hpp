@@ -15,7 +15,8 @@ cgiFormResultType cgiFormString(const char* name, char* result, int max);
 // The same without any carriage return and line feed.
 cgiFormResultType cgiFormStringNoNewlines(const char* name, char* result, int max);
 
-// Stores the size of a buffer that certainly holds the value: its length as it was sent and 1.
+// Stores the size of a buffer that certainly holds the value: its decoded length up to its first zero byte and
+// 1, but no more than an int can hold.
 // Returns cgiFormSuccess, or cgiFormNotFound with 1.
 cgiFormResultType cgiFormStringSpaceNeeded(const char* name, int* length);
 

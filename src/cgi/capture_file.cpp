@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "base/files.hpp"
@@ -62,20 +62,33 @@ bool write_request(std::FILE* capture) {
   return true;
 }
 
+// A number that is cut leaves the old one.
 bool read_number(std::FILE* capture, std::int32_t& number) {
-  return std::fread(&number, sizeof number, 1, capture) == 1;
+  std::int32_t whole = 0;
+  if (std::fread(&whole, sizeof whole, 1, capture) != 1) return false;
+  number = whole;
+  return true;
+}
+
+// Reads a text into an array that is empty. Also false without memory.
+bool read_bytes(std::FILE* capture, growing_array<char>& text) {
+  std::int32_t length = 0;
+  if (!read_number(capture, length) || length < 0) return false;
+  for (; length > 0; --length) {
+    const int byte = getc_unlocked(capture);
+    if (byte == EOF || !text.append(static_cast<char>(byte))) return false;
+  }
+  return true;
+}
+
+std::string_view view_of(const growing_array<char>& text) {
+  return {text.items().data(), text.items().size()};
 }
 
 // Null when the text is not there whole, and without memory.
 cgiText read_text(std::FILE* capture) {
-  std::int32_t length = 0;
-  if (!read_number(capture, length) || length < 0) return nullptr;
   growing_array<char> text;
-  for (; length > 0; --length) {
-    const int byte = getc_unlocked(capture);
-    if (byte == EOF || !text.append(static_cast<char>(byte))) return nullptr;
-  }
-  return cgiCopyText({text.items().data(), text.items().size()});
+  return read_bytes(capture, text) ? cgiCopyText(view_of(text)) : nullptr;
 }
 
 bool read_variables(std::FILE* capture) {
@@ -153,9 +166,9 @@ cgiEnvironmentResultType cgiWriteEnvironment(const char* path) {
 cgiEnvironmentResultType cgiReadEnvironment(const char* path) {
   cgiFreeResources();
   const unique_file capture = open_for_reading(path);
-  const cgiText magic = capture ? read_text(capture.get()) : nullptr;
-  if (!magic) return cgiEnvironmentIO;
-  if (magic.get() != cgiCaptureMagic) return cgiEnvironmentWrongVersion;
+  growing_array<char> magic;
+  if (!capture || !read_bytes(capture.get(), magic)) return cgiEnvironmentIO;
+  if (view_of(magic) != cgiCaptureMagic) return cgiEnvironmentWrongVersion;
   const bool has_variables = read_variables(capture.get());
   const cgiEnvironmentResultType result = has_variables ? read_entries(capture.get()) : cgiEnvironmentIO;
   if (result != cgiEnvironmentSuccess) {

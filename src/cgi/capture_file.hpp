@@ -17,14 +17,15 @@ inline constexpr std::string_view cgiCaptureMagic = "CGIC2.0";
 
 enum cgiEnvironmentResultType {
   cgiEnvironmentIO,            // 0: the file or a temporary file could not be opened, read or written
-  cgiEnvironmentMemory,        // 1: memory ran out, or an entry in the file is incomplete
+  cgiEnvironmentMemory,        // 1: memory ran out, or an entry in the file ends in front of its content
   cgiEnvironmentSuccess,       // 2: done
   cgiEnvironmentWrongVersion,  // 3: the file does not begin with the magic text
 };
 
 // Saves the request to a file, in the place of what it held; an upload whose temporary file is gone is saved
-// as a field without content. Returns cgiEnvironmentSuccess, or cgiEnvironmentIO when something could not be
-// written; no file is left then.
+// as a field without content. A symbolic link at the path is not followed: that is a file that cannot be
+// opened. Returns cgiEnvironmentSuccess, or cgiEnvironmentIO when something could not be written; no file of
+// ours is left then.
 [[nodiscard]] cgiEnvironmentResultType cgiWriteEnvironment(const char* path);
 
 // Loads a request. The one that was there is released first, whatever follows. The loaded entries are as
@@ -32,6 +33,6 @@ enum cgiEnvironmentResultType {
 // shorter than its valueLength. A file that ends in front of an entry or in its name holds the entries before
 // it; no length that it announces costs memory before the bytes are there.
 // Returns cgiEnvironmentSuccess; cgiEnvironmentWrongVersion; cgiEnvironmentMemory when an entry ends early or
-// has no memory; or cgiEnvironmentIO. After a failure the list is empty, and some variables may have their
-// new texts.
+// has no memory, but for the content of an upload: when that ends early it is cgiEnvironmentIO, as any other
+// failure to read or write. After a failure the list is empty, and some variables may have their new texts.
 [[nodiscard]] cgiEnvironmentResultType cgiReadEnvironment(const char* path);

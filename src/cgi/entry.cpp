@@ -54,8 +54,6 @@ void capture_environment() {
   std::fprintf(stderr, "Request Method: %s\n", cgiRequestMethod);
   capture_content_type();
   cgiContentLength = leading_number(variable("CONTENT_LENGTH"));
-  cgiIn = stdin;
-  cgiOut = stdout;
 }
 
 // The announced length is only a promise: a length for which there is no memory, and a body that ends before
@@ -120,6 +118,8 @@ void trace_request() {
 int cgiServeRequest(const cgiHooks& hooks) {
   open_missing_standard_descriptors();
   catch_ending_signals();
+  cgiIn = stdin;
+  cgiOut = stdout;
   hooks.onCalled();
   capture_environment();
   if (decode_form_data() != cgiParseSuccess) return refuse_form_data();

@@ -39,7 +39,7 @@ enum cgiFormResultType {
   cgiFormTruncated,      // 1: the text was cut to fit the caller's buffer
   cgiFormBadType,        // 2: the value is not a number
   cgiFormEmpty,          // 3: the value is empty, or nothing of it was kept
-  cgiFormNotFound,       // 4: no field of that name
+  cgiFormNotFound,       // 4: no field of that name; for the multi-choice readers also: nothing matched
   cgiFormConstrained,    // 5: the number was clamped to the given range
   cgiFormNoSuchChoice,   // 6: the value equals none of the given choices
   cgiFormMemory,         // 7: memory ran out

@@ -40,7 +40,7 @@ extern const char* cgiMultipartBoundary;
 // CONTENT_LENGTH as a number, 0 when it is none; for a GET request the length of the query string.
 extern std::int32_t cgiContentLength;
 
-// The request body and the answer: standard input and standard output.
+// The request body and the answer: standard input and standard output, before any hook runs.
 extern std::FILE* cgiIn;
 extern std::FILE* cgiOut;
 

@@ -215,6 +215,11 @@ TEST(FormTexts, NoLimitIsEverExceeded) {
       {"cgiFormFileName", [](char* out, int max) { return cgiFormFileName("u", out, max); }},
       {"cgiFormFileContentType", [](char* out, int max) { return cgiFormFileContentType("u", out, max); }},
       {"cgiCookieString", [](char* out, int max) { return cgiCookieString("c", out, max); }},
+      {"cgiFormString without the field", [](char* out, int max) { return cgiFormString("no", out, max); }},
+      {"cgiFormFileName without the field",
+       [](char* out, int max) { return cgiFormFileName("no", out, max); }},
+      {"cgiCookieString without the cookie",
+       [](char* out, int max) { return cgiCookieString("no", out, max); }},
   };
   constexpr int rounds = 300;
   constexpr int size = 40;

@@ -112,6 +112,9 @@ TEST(CaptureFile, FailuresLeaveAnEmptyList) {
   for (const row& row : {
            row{"another version", text("CGIC2.1") + whole.substr(11), {cgiEnvironmentWrongVersion, {}}},
            {"a longer magic text", text("CGIC2.00") + whole.substr(11), {cgiEnvironmentWrongVersion, {}}},
+           {"a magic text with a zero byte in it",
+            text(std::string("CGIC2.0\0junk", 12)) + whole.substr(11),
+            {cgiEnvironmentWrongVersion, {}}},
            {"a magic text of the wrong length",
             number(6) + whole.substr(4),
             {cgiEnvironmentWrongVersion, {}}},
@@ -166,7 +169,10 @@ TEST(CaptureFile, ALaterLoadFollowsAFailedOne) {
   const std::string cut = capture_head(1).substr(0, 60);
   EXPECT_EQ(load(cut).result, cgiEnvironmentIO);
   EXPECT_STREQ(cgiServerName, "v1");
-  EXPECT_EQ(load(cut).result, cgiEnvironmentIO);
+  const std::string head = capture_head(-1);
+  cgiContentLength = 7;
+  EXPECT_EQ(load(head.substr(0, head.size() - 1)).result, cgiEnvironmentIO);
+  EXPECT_EQ(cgiContentLength, 7);
   EXPECT_EQ(load(capture_head(1) + entry("a", "1")).fields, (std::vector<field>{{"a", "1"}}));
 }
 

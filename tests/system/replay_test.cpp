@@ -49,6 +49,7 @@ TEST_F(Replay, ALiveUploadGivesTheSameAnswerAgain) {
             "bytes</p>\n"
             "<p><b>cookie</b> a</p>\n<p><b>cookie</b> b</p>\n<p><b>kept as</b> /tmp/request.cgic</p>\n"
             "</body></html>\n");
+  EXPECT_EQ(shell_output("stat -c %a /tmp/request.cgic"), "600\n");
 
   for (const char* trace : {"/xoem/default.jpg", "/share/default.jpg", "/www/upload_file.txt"}) {
     std::filesystem::remove(trace);
@@ -79,17 +80,23 @@ TEST_F(Replay, QueryAndUrlEncodedBodyGiveTheSameAnswerAgain) {
   }
 }
 
-TEST(ReplayTool, TellsWhatWentWrong) {
+TEST(ReplayTool, PrintsWhatItFindsOrWhatWentWrong) {
   struct row {
     std::string arguments, output;
   };
   write_file("/tmp/other", std::string("\7\0\0\0CGIC1.0", 11));
   write_file("/tmp/short", std::string("\7\0\0\0CGIC2.0", 11));
+  // No variable, and an entry with a content but without a name of the file.
+  const std::string entry("\1\0\0\0u\0\0\0\0\0\0\0\0\0\0\0\0\2\0\0\0\1\0\0\0xy", 27);
+  write_file("/tmp/nameless", std::string("\7\0\0\0CGIC2.0", 11) + std::string(84, '\0') + entry);
   for (const row& row : {
            row{"", "cgi-replay: usage: cgi-replay FILE [PROGRAM [ARGUMENT...]]\n2\n"},
            {"/tmp/none", "cgi-replay: /tmp/none cannot be read to its end\n1\n"},
            {"/tmp/other", "cgi-replay: /tmp/other is no capture file of this version\n1\n"},
            {"/tmp/short", "cgi-replay: /tmp/short cannot be read to its end\n1\n"},
+           {"/tmp/nameless",
+            "CONTENT_LENGTH=0\n\nu: upload of 2 bytes, file name \"\", content type \"\"\n0\n"},
+           {"/tmp/nameless ls /proc/self/fd", "0\n1\n2\n3\n0\n"},  // 3 is the folder itself
        }) {
     EXPECT_EQ(shell_output(CGI_REPLAY " " + row.arguments + " 2>&1; echo $?"), row.output);
   }

@@ -65,7 +65,8 @@ std::optional<std::string> part_headers(const cgiFormEntry& entry) {
   const auto file_name = header_text(entry.fileName.get());
   const auto type = header_text(entry.contentType.get());
   if (!name || !file_name || !type) return std::nullopt;
-  std::string disposition = "form-data;name=" + *name;
+  std::string disposition = "form-data";
+  if (!name->empty()) disposition += ";name=" + *name;
   if (!file_name->empty()) disposition += ";filename=" + *file_name;
   if (disposition.size() > longest_value || type->size() > longest_value) return std::nullopt;
   const std::string type_line = type->empty() ? "" : "Content-Type: " + *type + "\r\n";

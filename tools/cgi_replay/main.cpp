@@ -8,6 +8,7 @@
 // 127 when the program cannot be started, and else with 0 or as the program does. handler.cgi runs only on a
 // unit or in the box.
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -15,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/files.hpp"
 #include "base/handles.hpp"
 #include "cgi/capture_file.hpp"
 #include "cgi/form_entry.hpp"
@@ -52,7 +54,7 @@ std::string shown(std::string_view text) {
 
 void print_entry(const cgiFormEntry& entry) {
   const std::string name = shown(entry.name.get());
-  if (entry.fileName[0] == '\0') {
+  if (entry.fileName[0] == '\0' && entry.tfileName[0] == '\0') {
     std::printf("%s=%s\n", name.c_str(), shown(entry.value.get()).c_str());
     return;
   }
@@ -93,7 +95,11 @@ int run(char** program) {
   set_live_environment(body.get(), boundary);
   cgiFreeResources();
   std::rewind(body.get());
-  dup2(fileno(body.get()), STDIN_FILENO);
+  const int descriptor = fileno(body.get());
+  // The program gets the body as its standard input, and no other way.
+  if (fcntl(descriptor, F_SETFD, FD_CLOEXEC) < 0 || dup2(descriptor, STDIN_FILENO) < 0) {
+    return fail("the body cannot become the standard input");
+  }
   execvp(program[0], program);
   std::perror(program[0]);
   return not_started;
@@ -113,6 +119,7 @@ std::string failure_text(cgiEnvironmentResultType result) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  open_missing_standard_descriptors();
   if (argc < 2) return fail("usage: cgi-replay FILE [PROGRAM [ARGUMENT...]]", called_wrongly);
   const cgiEnvironmentResultType result = cgiReadEnvironment(argv[1]);
   if (result != cgiEnvironmentSuccess) return fail(std::string{argv[1]} + " " + failure_text(result));

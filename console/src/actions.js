@@ -242,14 +242,15 @@ export async function resumeRun() {
 // Sends a file with an upload command. Returns the lines of the answer; throws what the unit reports as failed, with
 // the reason that it left in its upload log.
 export function uploadFile(job, command, file, options) {
-  return queue.run(job, async (unit) => {
+  const work = async (unit) => {
     const body = await unit.upload(command, file, options);
     const failure = failureOf(body);
     if (!failure) return body;
     const log = await readStatic('/upload_file.txt').catch(() => null);
     const reason = log?.text.split('\n').slice(2).join(' ').trim();
     throw new Error([failure, reason].filter(Boolean).join(': '));
-  });
+  };
+  return queue.run(job, work, options.signal);
 }
 
 // Waits for a unit that restarts: whenever its pages have been gone and are back, `ask()` is called once. `show` is told

@@ -29,6 +29,7 @@ export const texts = {
     broken:
       'The unit’s answer is broken or did not come. What the request did is not known; see the unit’s own logs.',
     cancelled: 'Cancelled. The unit has been asked once more, so that its video link runs again.',
+    withdrawn: 'Cancelled before anything was sent.',
     unreachable: 'The unit cannot be reached.',
   },
 
@@ -245,9 +246,13 @@ export const texts = {
     size: (bytes) => `${bytes.toLocaleString('en')} bytes`,
     sha: 'SHA-256',
     upload: 'Upload',
+    queued: (job) =>
+      job === 'update' ? 'Waiting for the update to end…' : 'Waiting until the unit is free…',
     sending: (sent, all) => `${Math.floor((100 * sent) / all)} % sent`,
     stalled: (seconds) =>
       `Nothing has moved for ${seconds} s. The connection may be gone; the upload can be cancelled.`,
+    noAnswer: (seconds) =>
+      `All was sent ${seconds} s ago, and no answer has come. The connection may be gone; cancelling ends the wait, not what the unit does.`,
     working: 'All sent; the unit is working on it…',
     anyway: 'Upload it all the same',
     firmware: {

@@ -22,15 +22,24 @@ function formOf(command, file) {
 }
 
 // Sends one command. Options: `file` to upload, `onSent(bytes)` while it leaves, `onLines(lines)` with the answer's lines
-// so far, `signal` to cancel. Returns {kind, body} as readAnswer does.
-export function sendCommand(command, { file, onSent, onLines, signal } = {}) {
+// so far, `signal` to cancel, `limit` in milliseconds. Returns {kind, body} as readAnswer does.
+export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 } = {}) {
   return new Promise((resolve, reject) => {
+    if (signal?.aborted) {
+      reject(new RequestFailure('cancelled', command));
+      return;
+    }
     const request = requestFor(command, file);
     const finish = () => resolve(readAnswer(command, request.status, request.responseText));
     request.onload = finish;
+    request.timeout = limit;
     request.onerror = () => resolve({ kind: 'broken', body: '' });
+    request.ontimeout = request.onerror;
     request.onabort = () => reject(new RequestFailure('cancelled', command));
-    if (onSent) request.upload.onprogress = ({ loaded }) => onSent(loaded);
+    if (onSent) {
+      request.upload.onloadstart = () => onSent(0);
+      request.upload.onprogress = ({ loaded }) => onSent(loaded);
+    }
     if (onLines) request.onprogress = () => onLines(linesSoFar(command, request.responseText));
     signal?.addEventListener('abort', () => request.abort());
     request.send(file ? formOf(command, file) : null);

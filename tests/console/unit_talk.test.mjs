@@ -86,6 +86,45 @@ test('a busy unit is asked again, any other failure ends the request', async () 
   assert.deepEqual(requests, [small, small, 'U with file', small]); // the last one restarts the link
 });
 
+test('a cancelled upload is not sent, whatever it waits for', async () => {
+  const cancelAt = [[], ['busy'], ['busy', 'done', 'busy']];
+  for (const kinds of cancelAt) {
+    const events = [];
+    const abort = new AbortController();
+    const send = async (command, { file }) => {
+      events.push(file ? 'file' : 'small');
+      return { kind: kinds.shift() ?? 'done', body: '' };
+    };
+    const sleep = async (milliseconds) => {
+      if (milliseconds > 200 && kinds.length === 0) abort.abort();
+    };
+    const queue = new RequestQueue(send, sleep);
+    if (kinds.length === 0) abort.abort();
+    const job = queue.run('', (unit) => unit.upload('U', {}, { signal: abort.signal }), abort.signal);
+    await assert.rejects(job, { kind: 'withdrawn' });
+    assert.ok(events.filter((event) => event === 'file').length < 2, events.join());
+    assert.equal(await queue.ask('', 'NEXT'), '');
+  }
+  const { events, queue } = scripted([]);
+  const abort = new AbortController();
+  let release;
+  queue.run(
+    'long',
+    () =>
+      new Promise((resolve) => {
+        release = resolve;
+      }),
+  );
+  const waiting = queue.run('', (unit) => unit.ask('A'), abort.signal);
+  const last = queue.ask('', 'B');
+  abort.abort();
+  await assert.rejects(waiting, { kind: 'withdrawn' }); // while the long job still runs
+  assert.deepEqual(events, []);
+  release();
+  await last;
+  assert.deepEqual(events, ['B', 200]);
+});
+
 // The log of an exchange as far as these steps.
 const inside = (...steps) => steps.map((step) => ` Inside handle_device_update_reply() ${step} `);
 const calling = (row) => [

@@ -103,6 +103,7 @@ export const draftFromText = (text, name, source) => openDraft(new File([text], 
 // Puts texts into cells: [row index, column index, text]. Several make one step to undo.
 export function editCells(edits) {
   const { draft, earlierDrafts } = get();
+  if (!draft) return;
   const rows = [...draft.rows];
   for (const [row, column, text] of edits) {
     const cells = rows[row] === draft.rows[row] ? [...rows[row].cells] : rows[row].cells;

@@ -112,11 +112,16 @@ function useColumns({ columns, rows, source }) {
   );
 }
 
-function Editor({ draft, plan, rowFilter, active, activate }) {
-  const shown = useMemo(
+// The rows that passed the filter when it was chosen stay, whatever becomes of them: none vanishes while it is edited.
+function useShownRows({ draft, plan, site, onlyChanges, rowFilter }) {
+  return useMemo(
     () => draft.rows.map((_, at) => at).filter((at) => rowFilters[rowFilter](plan.rows[at])),
-    [draft, plan, rowFilter],
+    [site, onlyChanges, rowFilter, draft.rows.length],
   );
+}
+
+function Editor({ draft, plan, shown, active: chosen, activate }) {
+  const active = { ...chosen, row: Math.max(0, Math.min(chosen.row, shown.length - 1)) };
   const columns = useColumns(draft);
   const canEdit = (column) => draft.source !== 'site' || draft.columns[column] !== 'UNIT.SERIAL';
   const rowAt = (at) => plan.rows[shown[at]];
@@ -204,6 +209,7 @@ function Draft({ draft, site, outdated, canUndo, busy }) {
     () => preflight(draft, site, { onlyChanges, ownSerial: ownSerial(site) }),
     [draft, site, onlyChanges],
   );
+  const shown = useShownRows({ draft, plan, site, onlyChanges, rowFilter });
   const goTo = ({ rows: [first], column }) => {
     const row = draft.rows.findIndex(({ number }) => number === first);
     setRowFilter('all');
@@ -217,7 +223,7 @@ function Draft({ draft, site, outdated, canUndo, busy }) {
     <>
       {outdated && <Outdated busy={busy} />}
       <DraftTools {...{ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
-      <Editor {...{ draft, plan, rowFilter, active, activate }} />
+      <Editor {...{ draft, plan, shown, active, activate }} />
       <PreflightPanel {...{ plan, goTo, busy }} />
     </>
   );

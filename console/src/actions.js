@@ -6,6 +6,7 @@ import { RequestFailure, RequestQueue } from './logic/request_queue.js';
 import { compareSites, inOrder, memoryOf, readSite } from './logic/site.js';
 import { applyResults, readSiteLog } from './logic/site_log.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
+import { ownLines, readDiscovery } from './logic/unit_csv.js';
 import { get, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
@@ -68,12 +69,13 @@ export async function discover() {
 
 // Drafts
 
-export async function openDraft(file, source = 'file') {
-  const { rows, notes } = readSpreadsheet(new Uint8Array(await file.arrayBuffer()));
+export async function openDraft(file) {
+  const own = ownLines(new TextDecoder().decode(get().site.bytes));
+  const { rows, notes } = readSpreadsheet(new Uint8Array(await file.arrayBuffer()), own);
   const [header = [], ...lines] = rows;
   const draft = {
     name: file.name,
-    source,
+    source: 'file',
     columns: header.map((cell) => cell.text),
     rows: lines.map((cells, at) => ({
       number: at + 2,
@@ -98,7 +100,13 @@ export function draftFromSite() {
   set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
 }
 
-export const draftFromText = (text, name, source) => openDraft(new File([text], name), source);
+// From a CSV that this console has written for the unit.
+export function draftFromText(text, name, source) {
+  const { keys, rows } = readDiscovery(text);
+  const lines = rows.map((cells, at) => ({ number: at + 2, cells: cells.slice(0, -1) }));
+  const draft = { name, source, columns: keys.slice(0, -1), rows: lines, notes: [] };
+  set({ draft, earlierDrafts: [], run: null });
+}
 
 // Puts texts into cells: [row index, column index, text]. Several make one step to undo.
 export function editCells(edits) {

@@ -140,6 +140,8 @@ export const texts = {
       encoding: 'The file is not UTF-8; it was read as Windows-1252. Check letters with accents.',
       binary: 'The file is not a text.',
       separator: 'Cells are not separated by commas; the unit knows nothing else.',
+      'quote-open': 'A quote opens here and is never closed; all that follows was taken for one cell.',
+      'quote-lines': 'A quoted text goes on over line ends; rows may be hidden in it.',
       guard: 'Apostrophes that kept a spreadsheet from taking cells for formulas are gone.',
       'column-blank': 'The column has no name; its cells are dropped.',
       'column-unknown': 'No setting of this unit has this name; the column is dropped.',

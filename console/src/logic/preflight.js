@@ -321,8 +321,13 @@ function noteReading(draft, problems) {
     guard: 'fixed',
     encoding: 'check',
     binary: 'stop',
+    'quote-open': 'stop',
+    'quote-lines': 'check',
   };
-  for (const note of draft.notes ?? []) problems.add(levels[note], note);
+  for (const note of draft.notes ?? []) {
+    const [code, row = null] = [note].flat();
+    problems.add(levels[code], code, { row });
+  }
 }
 
 // Returns {problems, header, rows, sending, unchanged, settings, text, undo, lost}: the key of each column, each row with

@@ -4,7 +4,7 @@ import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { RequestFailure, RequestQueue } from './logic/request_queue.js';
 import { compareSites, inOrder, memoryOf, readSite } from './logic/site.js';
-import { applyResults, readSiteLog } from './logic/site_log.js';
+import { applyResults, isEnded, readSiteLog } from './logic/site_log.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
 import { ownLines, readDiscovery } from './logic/unit_csv.js';
 import { get, recall, remember, set } from './store.js';
@@ -16,6 +16,7 @@ const siteLogFile = '/site.log';
 const logInterval = 1000;
 const backInterval = 2000;
 const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
+const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 
 export const queue = new RequestQueue(sendCommand, sleep, (activity) => set({ activity }));
 
@@ -149,17 +150,18 @@ async function followSiteLog(before, over, show) {
   }
 }
 
-// A run goes on when the connection to it is lost. Returns when its log tells of all records or of nothing more.
+// A run goes on when the connection to it is lost. Waits until its log tells of all records, or of nothing more.
+// Returns whether it has ended.
 async function silence(logSoFar) {
-  const running = ({ state }) => ['waiting', 'sent', 'saved', 'rebooting'].includes(state);
   let length = 0;
-  for (let quiet = 0; quiet < longestSilence; ++quiet) {
+  for (let quiet = 0; quiet < (length > 0 ? longestSilence : longestStart); ++quiet) {
     await sleep(1000);
     const log = logSoFar();
     if (log.length > length) quiet = 0;
     length = log.length;
-    if (log !== '' && !readSiteLog(log).records.some(running)) return;
+    if (log !== '' && readSiteLog(log).records.every(isEnded)) return true;
   }
+  return false;
 }
 
 // Two consoles may upload at the same time; what is run is what this one has shown.
@@ -170,9 +172,18 @@ async function sendPlan(unit, plan) {
   if ((await unit.ask('GET_CSV_IMPORT')) !== plan.text) throw new Error(texts.configure.notTheSameCsv);
 }
 
-function rememberOwnSerial({ plan, records }) {
-  const at = records.findIndex(({ state }) => state === 'self');
-  if (at >= 0) remember('own-serial', plan.sending[at].values['UNIT.SERIAL']);
+// What is shown of a row in a run, and is sent again when that is wanted; small, for the browser to remember.
+function runRow({ number, values, unit, settings }) {
+  // An id that changes stands behind the one by which people know the unit.
+  const ids = [unit?.values['UNIT.ID'], values['UNIT.ID']].filter(Boolean);
+  return {
+    number,
+    serial: values['UNIT.SERIAL'],
+    model: values['UNIT.MODEL'] ?? '',
+    id: [...new Set(ids)].join(' → '),
+    address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
+    settings: settings.map(({ key, value }) => [key, value]),
+  };
 }
 
 // A run as it is shown, from what its log and its answer have told so far.
@@ -180,33 +191,50 @@ class ShownRun {
   log = '';
   lines = [];
 
-  constructor(plan) {
-    this.waiting = plan.sending.map(() => ({ state: 'waiting', reason: '' }));
-    set({ run: { plan, records: this.waiting, over: false, failure: '', since: Date.now() } });
+  constructor({ rows, undo }) {
+    this.serials = rows.map(({ serial }) => serial);
+    this.waiting = rows.map(() => ({ state: 'waiting', reason: '' }));
+    const progress = { records: this.waiting, over: false, failure: '', since: Date.now() };
+    set({ run: { rows, undo, kept: true, ...progress } });
+  }
+
+  // A browser without room for all of it keeps the run without the old values, or not at all.
+  remember(before) {
+    const { rows, undo } = get().run;
+    const kept = remember('run', { rows, undo, before }) || remember('run', { rows, undo: '', before });
+    set({ run: { ...get().run, kept } });
   }
 
   tell(news, over = false, failure = '') {
     Object.assign(this, news);
-    const { records, total } = readSiteLog(this.log);
+    const { records, total } = readSiteLog(this.log, this.serials);
     const known = total === this.waiting.length ? records : this.waiting;
     set({ run: { ...get().run, records: applyResults(known, this.lines, over), over, failure } });
   }
 
-  end(failure) {
+  // A run whose end is not known may be found again.
+  end(failure, ended = true) {
     this.tell({}, true, failure);
-    rememberOwnSerial(get().run);
-    remember('run', null);
-    set({ outdated: true });
+    if (ended) remember('run', null);
+    set({ run: { ...get().run, ended } });
+    const own = get().run.records.findIndex(({ state }) => state === 'self');
+    set({ outdated: true, ...(own >= 0 ? { ownSerial: this.serials[own] } : {}) });
   }
+}
+
+export function closeRun() {
+  remember('run', null);
+  set({ run: null });
 }
 
 // Uploads the CSV of a plan and has it sent, showing how far each unit has come.
 export async function runUpdate(plan) {
-  const shown = new ShownRun(plan);
+  const shown = new ShownRun({ rows: plan.sending.map(runRow), undo: plan.undo });
+  let ended = true;
   const work = async (unit) => {
     await sendPlan(unit, plan);
     const before = ageOf(await readStatic(siteLogFile));
-    remember('run', { sending: plan.sending, undo: plan.undo, before });
+    shown.remember(before);
     let over = false;
     const following = followSiteLog(
       before,
@@ -216,7 +244,7 @@ export async function runUpdate(plan) {
     try {
       await unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => shown.tell({ lines }) });
     } catch (failure) {
-      if (shown.log !== '') await silence(() => shown.log);
+      if (failure.kind === 'broken') ended = await silence(() => shown.log);
       throw failure;
     } finally {
       over = true;
@@ -225,25 +253,25 @@ export async function runUpdate(plan) {
   };
   await queue.run('update', work).then(
     () => shown.end(''),
-    (failure) => shown.end(explain(failure)),
+    (failure) => shown.end(explain(failure), ended),
   );
 }
 
 // Shows a run that was under way when the page was left: it went on, and its log tells the rest.
 export async function resumeRun() {
-  const plan = recall('run');
-  if (!plan) return;
-  const shown = new ShownRun(plan);
+  const run = recall('run');
+  if (!run?.rows) return;
+  const shown = new ShownRun(run);
   let over = false;
   const following = followSiteLog(
-    plan.before,
+    run.before,
     () => over,
     (log) => shown.tell({ log }),
   );
-  await silence(() => shown.log);
+  const ended = await silence(() => shown.log);
   over = true;
   await following;
-  shown.end(texts.configure.resumed);
+  shown.end(texts.configure.resumed, ended || shown.log === '');
 }
 
 // Uploads to this unit

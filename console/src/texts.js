@@ -209,12 +209,17 @@ export const texts = {
     resumed: 'The page was left while the update ran. What is shown is what the unit’s site log tells.',
     running: 'The update runs',
     ended: 'The update has ended',
+    lostSight: 'Nothing more is heard of the update',
+    notKept:
+      'This browser has no room to remember the update: a page that is left does not find it again. It goes on all the same.',
     preparing: 'Uploading, then the unit discovers once more before it sends…',
     progress: (done, all) => `${done} of ${all}`,
     remaining: (seconds) =>
       `about ${seconds < 90 ? `${Math.ceil(seconds)} s` : `${Math.ceil(seconds / 60)} min`} left`,
-    tally: ({ ok, fail, skipped }) =>
-      [`${ok} OK`, `${fail} failed`, skipped > 0 && `${skipped} skipped`].filter(Boolean).join(', '),
+    tally: ({ ok, fail, skipped, unsent }) =>
+      [`${ok} OK`, `${fail} failed`, skipped > 0 && `${skipped} skipped`, unsent > 0 && `${unsent} not sent`]
+        .filter(Boolean)
+        .join(', '),
     runTable: 'Units of the update',
     runColumns: ['Row', 'Serial', 'Id', 'Address', 'Settings', 'State', 'Reason'],
     states: {
@@ -226,6 +231,7 @@ export const texts = {
       fail: 'FAIL',
       self: 'this unit',
       skipped: 'skipped',
+      unsent: 'not sent',
     },
     reasons: {
       'not-sent': 'nothing was sent to it',
@@ -236,6 +242,8 @@ export const texts = {
       'save-refused': 'took the settings, refused to save them',
       'reboot-not-sent': 'saved, could not be told to restart',
       'no-reboot': 'saved, did not confirm the restart',
+      'not-reached': 'the update ended before its turn, as far as is known',
+      unclear: 'the site log does not tell clearly what became of it',
       duplicate: 'shares an identity with another row',
     },
     report: 'Report',

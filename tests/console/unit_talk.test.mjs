@@ -158,7 +158,7 @@ test('the site log tells how far each unit is', () => {
   ];
   const table = [
     // steps, state while it runs, state and reason when the run is over
-    [null, 'waiting', 'waiting', ''],
+    [null, 'waiting', 'unsent', 'not-reached'],
     [[], 'sent', 'fail', 'not-sent'],
     [['0'], 'sent', 'fail', 'no-answer'],
     [['0', 'No UPDATE Reply -1/0x0b'], 'fail', 'fail', 'no-answer'],
@@ -203,6 +203,14 @@ test('records follow each other, and no unit’s text passes for a line', () => 
     { state: 'skipped', reason: 'duplicate' },
     { state: 'sent', reason: 'not-sent' },
   ]);
+});
+
+test('an OK of the log stands only behind the message to that unit', () => {
+  const stateOf = (serial) => {
+    const log = logOf(head(1), calling(0), inside('0', 'Got Reply C'));
+    return readSiteLog(log, [serial]).records[0].state;
+  };
+  assert.deepEqual([stateOf('S1'), stateOf('S2'), stateOf('S')], ['ok', 'fail', 'fail']);
 });
 
 test('result lines have the last word', () => {

@@ -6,7 +6,7 @@ import { preflight } from '../logic/preflight.js';
 import { EditGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
 import { Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
-import { recall, set } from '../store.js';
+import { set } from '../store.js';
 import { texts } from '../texts.js';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
 import { RunView } from './run_view.jsx';
@@ -194,19 +194,19 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
   );
 }
 
-// This unit's own serial, as far as it is known: by its address, or because it skipped itself in an earlier update.
-function ownSerial(site) {
+// This unit's own serial, as far as it is known: by its address, or because it has skipped itself.
+function serialHere(site, ownSerial) {
   const own = site.units.find((unit) => unit.values['IP.ADDRESS'] === location.hostname);
-  return own?.values['UNIT.SERIAL'] ?? recall('own-serial') ?? '';
+  return own?.values['UNIT.SERIAL'] ?? ownSerial;
 }
 
 // The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
-function Draft({ draft, site, outdated, canUndo, busy }) {
+function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
   const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
   const plan = useMemo(
-    () => preflight(draft, site, { onlyChanges, ownSerial: ownSerial(site) }),
+    () => preflight(draft, site, { onlyChanges, ownSerial: serialHere(site, ownSerial) }),
     [draft, site, onlyChanges],
   );
   const shown = useShownRows({ draft, plan, site, onlyChanges, rowFilter });
@@ -229,7 +229,7 @@ function Draft({ draft, site, outdated, canUndo, busy }) {
   );
 }
 
-export function ConfigurePage({ state: { site, outdated, draft, earlierDrafts, run, activity } }) {
+export function ConfigurePage({ state: { site, ownSerial, outdated, draft, earlierDrafts, run, activity } }) {
   return (
     <section aria-labelledby="configure-heading">
       <div class="bar">
@@ -240,7 +240,7 @@ export function ConfigurePage({ state: { site, outdated, draft, earlierDrafts, r
       ) : draft && site ? (
         <Draft
           key={draft.source + draft.name}
-          {...{ draft, site, outdated }}
+          {...{ draft, site, ownSerial, outdated }}
           canUndo={earlierDrafts.length > 0}
           busy={activity !== null}
         />

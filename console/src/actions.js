@@ -11,18 +11,21 @@ import { get, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
 
+export const firmwareCommand = 'UPDATE_FIRMWARE';
 const siteFile = '/site.csv';
 const siteLogFile = '/site.log';
 const logInterval = 1000;
 const backInterval = 2000;
+const askInterval = 30_000;
 const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
 const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 
 export const queue = new RequestQueue(sendCommand, sleep, (activity) => set({ activity }));
 
 export function explain(failure) {
-  if (failure instanceof RequestFailure) return texts.failures[failure.kind];
-  return failure instanceof TypeError ? texts.failures.unreachable : failure.message;
+  if (!(failure instanceof RequestFailure)) return failure.message;
+  const { kind, command } = failure;
+  return texts.failures[kind === 'cancelled' && command === firmwareCommand ? 'cancelledFirmware' : kind];
 }
 
 // Runs an action; what goes wrong becomes a notice. Returns whether it went well.
@@ -55,9 +58,9 @@ export async function loadSite() {
 
 // A discovery that could not reach the network leaves the file of the last one.
 export async function discover() {
-  const before = await readStatic(siteFile);
   set({ discovery: { since: Date.now() } });
   try {
+    const before = await readStatic(siteFile);
     await queue.ask('discover', 'DISCOVER_DEVICES_API');
     const file = await readStatic(siteFile);
     if (!file || (file.modified !== '' && file.modified === before?.modified))
@@ -69,6 +72,9 @@ export async function discover() {
 }
 
 // Drafts
+
+// Whether a draft may be replaced: at once when nothing in it was edited, else when a person says so.
+const mayReplaceDraft = () => get().earlierDrafts.length === 0 || confirm(texts.configure.discard);
 
 export async function openDraft(file) {
   const own = ownLines(new TextDecoder().decode(get().site.bytes));
@@ -89,7 +95,9 @@ export async function openDraft(file) {
 }
 
 // Every unit with its settings; of what units only report, no more than tells them apart.
+// Returns whether the draft is there.
 export function draftFromSite() {
+  if (!mayReplaceDraft()) return false;
   const { site } = get();
   const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
   const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
@@ -99,10 +107,16 @@ export function draftFromSite() {
   );
   const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
   set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
+  return true;
+}
+
+export function dropDraft() {
+  if (mayReplaceDraft()) set({ draft: null, earlierDrafts: [] });
 }
 
 // From a CSV that this console has written for the unit.
 export function draftFromText(text, name, source) {
+  if (!mayReplaceDraft()) return;
   const { keys, rows } = readDiscovery(text);
   const lines = rows.map((cells, at) => ({ number: at + 2, cells: cells.slice(0, -1) }));
   const draft = { name, source, columns: keys.slice(0, -1), rows: lines, notes: [] };
@@ -280,7 +294,10 @@ export async function resumeRun() {
 // the reason that it left in its upload log.
 export function uploadFile(job, command, file, options) {
   const work = async (unit) => {
-    const body = await unit.upload(command, file, options);
+    const body = await unit.upload(command, file, options).catch((broken) => {
+      if (broken.kind === 'started' && command === firmwareCommand) return '';
+      throw broken;
+    });
     const failure = failureOf(body);
     if (!failure) return body;
     const log = await readStatic('/upload_file.txt').catch(() => null);
@@ -290,13 +307,22 @@ export function uploadFile(job, command, file, options) {
   return queue.run(job, work, options.signal);
 }
 
-// Waits for a unit that restarts: whenever its pages have been gone and are back, `ask()` is called once. `show` is told
-// `there` or `gone`; `signal` ends it.
+// Waits for a unit that restarts: when its pages have been gone and are back, `ask()` is called, and now and then again;
+// a request that is refused meanwhile stops nothing. `show` is told `gone` or `again`; `signal` ends it.
 export async function waitUntilBack(signal, show, ask) {
-  for (let gone = false; !signal.aborted; await sleep(backInterval)) {
+  let seen = '';
+  let askedAt = 0;
+  for (; !signal.aborted; await sleep(backInterval)) {
     const there = await readStatic('/index.html').then(Boolean, () => false);
-    if (there && gone) await ask();
-    else if (there === gone) show(there ? 'there' : 'gone');
-    gone = !there;
+    const now = there ? seen && 'again' : 'gone';
+    if (now !== seen) {
+      show(now);
+      askedAt = 0;
+    }
+    seen = now;
+    if (seen === 'again' && Date.now() - askedAt >= askInterval) {
+      askedAt = Date.now();
+      await ask();
+    }
   }
 }

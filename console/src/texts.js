@@ -29,6 +29,10 @@ export const texts = {
     broken:
       'The unit’s answer is broken or did not come. What the request did is not known; see the unit’s own logs.',
     cancelled: 'Cancelled. The unit has been asked once more, so that its video link runs again.',
+    cancelledFirmware:
+      'Cancelled. A file that was not sent whole is not installed. The unit may have stopped its video for it: if there is no picture, restart the unit.',
+    started:
+      'The answer did not come, and a firmware update runs since then; do not remove the unit’s power.',
     withdrawn: 'Cancelled before anything was sent.',
     unreachable: 'The unit cannot be reached.',
   },
@@ -89,6 +93,7 @@ export const texts = {
     table: 'Settings to send',
     fromSite: 'The discovered units',
     other: 'Start over',
+    discard: 'The draft has edits that would be lost. Replace it?',
     undoEdit: 'Undo edit',
     show: 'Rows',
     rowFilters: { all: 'All rows', sending: 'Rows that are sent', problems: 'Rows with problems' },
@@ -220,6 +225,7 @@ export const texts = {
       [`${ok} OK`, `${fail} failed`, skipped > 0 && `${skipped} skipped`, unsent > 0 && `${unsent} not sent`]
         .filter(Boolean)
         .join(', '),
+    runFilters: { all: 'All units', notOk: 'Not OK' },
     runTable: 'Units of the update',
     runColumns: ['Row', 'Serial', 'Id', 'Address', 'Settings', 'State', 'Reason'],
     states: {
@@ -289,6 +295,7 @@ export const texts = {
       started: 'The unit installs the firmware. Do not remove its power.',
       there: 'The unit still serves its pages; it has not restarted yet.',
       gone: 'The unit restarts…',
+      again: 'The unit’s pages are back; it takes no request yet.',
       back: 'The unit is back.',
       stillUpdating: 'Still installing.',
       askNow: 'Ask the unit now',
@@ -301,7 +308,7 @@ export const texts = {
       notJpeg: 'Not a JPEG file; the unit would install it and perhaps show nothing.',
       notImage: 'Not a picture that can be shown.',
       good: (width, height) => `JPEG, ${width} × ${height} pixels.`,
-      done: 'The splash image is installed.',
+      done: 'The unit has taken the splash image.',
     },
     edid: {
       title: 'EDID',
@@ -319,7 +326,7 @@ export const texts = {
       timing: ({ width, height, hertz, interlaced }) =>
         `Preferred timing: ${width} × ${height}${interlaced ? ' interlaced' : ''} at ${hertz} Hz`,
       noTiming: 'No preferred timing.',
-      done: 'The EDID is installed.',
+      done: 'The unit has taken the EDID.',
     },
   },
 

@@ -3,7 +3,7 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { chapter, content, download, look, openConsole, start, startServer, until } from './unit.mjs';
+import { asked, chapter, content, download, look, openConsole, start, startServer, until } from './unit.mjs';
 
 // Two units share an id, one never answers to settings, one refuses them.
 writeFileSync(
@@ -123,6 +123,7 @@ await chapter(page, 'a spreadsheet’s file is checked before anything is sent',
 
 await chapter(page, 'cells are edited with the keyboard, filled and undone', async () => {
   await button('Start over').click();
+  assert.match(asked.at(-1), /edits that would be lost/);
   await button('Edit the discovered units').click();
   await (await cell('KU000002', 'UNIT.ID')).click();
   await page.keyboard.type('LEFT');
@@ -184,6 +185,8 @@ await chapter(page, 'the update shows what becomes of each unit', async () => {
     /SILENT,UNIT-900 → SITE-010,10\.77\.9\.1,1,FAIL,"did not answer/,
   );
   assert.deepEqual(await look(page, 'report'), []);
+  await page.getByLabel('Rows').selectOption('Not OK');
+  assert.equal((await states()).length, 3);
   const undo = await download(page, 'Undo CSV (old values)');
   assert.match(undo, /\r\nKU000003,RX610,UNIT-003,,Room 3,\r\n/);
 });

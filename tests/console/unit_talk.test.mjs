@@ -95,6 +95,10 @@ test('a busy unit is asked again, any other failure ends the request', async () 
   );
   const requests = events.filter((event) => typeof event === 'string');
   assert.deepEqual(requests, [small, small, 'U with file', small]); // the last one restarts the link
+  await assert.rejects(
+    scripted(['done', 'broken', 'updating']).queue.run('', (unit) => unit.upload('U', {})),
+    { kind: 'started' },
+  );
 });
 
 test('a cancelled upload is not sent, whatever it waits for', async () => {

@@ -10,7 +10,8 @@ const smallQuestion = 'CHECK_IMPORT_CSV_STATUS';
 const smallLimit = 15_000; // milliseconds, within which any unit that is there answers it
 
 // Thrown for a request that came to nothing. Kinds: `busy`, `updating`, `broken`, `unreachable`, `cancelled`, and
-// `withdrawn` for what was cancelled before anything was sent.
+// `withdrawn` for what was cancelled before anything was sent, `started` for an upload whose answer did
+// not come and since which a firmware update runs.
 export class RequestFailure extends Error {
   constructor(kind, command) {
     super(`${command}: ${kind}`);
@@ -74,8 +75,11 @@ export class RequestQueue {
       return await this.#request(job, command, options);
     } catch (failure) {
       // A body that was cut short leaves the link stopped; the end of any other request restarts it.
-      if (failure.kind !== 'updating') await this.#askSmall(job).catch(() => {});
-      throw failure;
+      const after = failure.kind !== 'updating' && (await this.#askSmall(job).catch((later) => later));
+      // Before the upload no update ran.
+      throw ['broken', 'cancelled'].includes(failure.kind) && after?.kind === 'updating'
+        ? new RequestFailure('started', command)
+        : failure;
     }
   }
 

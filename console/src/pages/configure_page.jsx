@@ -1,12 +1,11 @@
 // Mass configuration: a draft is opened and edited here; what it would do is preflight_panel.jsx, its run run_view.jsx.
 
 import { useMemo, useState } from 'preact/hooks';
-import { attempt, discover, draftFromSite, editCells, openDraft, undoEdit } from '../actions.js';
+import { attempt, discover, draftFromSite, dropDraft, editCells, openDraft, undoEdit } from '../actions.js';
 import { preflight } from '../logic/preflight.js';
 import { EditGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
 import { Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
-import { set } from '../store.js';
 import { texts } from '../texts.js';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
 import { RunView } from './run_view.jsx';
@@ -172,7 +171,7 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
   return (
     <div class="bar tools">
       <strong>{draft.name || words.fromSite}</strong>
-      <button type="button" onClick={() => set({ draft: null })}>
+      <button type="button" onClick={dropDraft}>
         {words.other}
       </button>
       <button type="button" disabled={!canUndo} onClick={undoEdit}>

@@ -1,11 +1,12 @@
 // A mass update that runs or has run: what became of each unit, the report, and what can follow.
 
+import { useState } from 'preact/hooks';
 import { closeRun, draftFromText } from '../actions.js';
 import { isEnded } from '../logic/site_log.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { writeForUnit } from '../logic/unit_csv.js';
 import { Table } from '../parts/table.jsx';
-import { DownloadButton, ErrorNotice, Notice, stamp, useClock } from '../parts/widgets.jsx';
+import { Choice, DownloadButton, ErrorNotice, Notice, stamp, useClock } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
@@ -125,35 +126,50 @@ function Outcome({ run, tally }) {
   );
 }
 
+function RunRow({ row, record, index }) {
+  return (
+    <tr aria-rowindex={index} class={`run ${record.state}`}>
+      {cellsOf(row, record).map((text, column) => (
+        <td key={column} title={text}>
+          {column === 5 && (
+            <span aria-hidden="true" class="symbol">
+              {symbols[record.state]}
+            </span>
+          )}
+          {text}
+        </td>
+      ))}
+    </tr>
+  );
+}
+
 export function RunView({ run }) {
+  const [filter, setFilter] = useState('all');
   const tally = tallyOf(run.records);
+  const pairs = run.rows.map((row, at) => ({ row, record: run.records[at] }));
+  const shown = pairs.filter(({ record }) => filter === 'all' || (isEnded(record) && record.state !== 'ok'));
   return (
     <>
       <h3 id="run-heading">{run.over ? (run.ended ? words.ended : words.lostSight) : words.running}</h3>
       {run.over ? <Outcome {...{ run, tally }} /> : <Progress {...{ run, tally }} />}
       {!run.over && !run.kept && <Notice level="warn">{words.notKept}</Notice>}
       <ErrorNotice text={run.failure} />
-      <p id="tally" role="status">
-        <strong>{words.tally(tally)}</strong>
-      </p>
+      <div class="bar tools">
+        <p id="tally" role="status">
+          <strong>{words.tally(tally)}</strong>
+        </p>
+        <Choice
+          label={words.show}
+          value={filter}
+          options={Object.entries(words.runFilters)}
+          onChange={setFilter}
+        />
+      </div>
       <Table
         label={words.runTable}
         columns={columns}
-        rows={run.rows}
-        renderRow={(row, at) => (
-          <tr key={row.number} aria-rowindex={at + 2} class={`run ${run.records[at].state}`}>
-            {cellsOf(row, run.records[at]).map((text, column) => (
-              <td key={column} title={text}>
-                {column === 5 && (
-                  <span aria-hidden="true" class="symbol">
-                    {symbols[run.records[at].state]}
-                  </span>
-                )}
-                {text}
-              </td>
-            ))}
-          </tr>
-        )}
+        rows={shown}
+        renderRow={(pair, at) => <RunRow key={pair.row.number} index={at + 2} {...pair} />}
       />
     </>
   );

@@ -137,7 +137,7 @@ export const texts = {
     noProblems: 'No problem found.',
     problemsTable: 'Problems',
     problemColumns: ['', 'Row', 'Column', 'What'],
-    more: (count) => `and ${count} more`,
+    moreRows: (count) => `… (${count} rows)`,
     levels: { stop: 'Stops', out: 'Left out', check: 'Check', held: 'Held back', fixed: 'Put right' },
     problems: {
       bom: 'A byte order mark at the start would spoil the first column’s name.',

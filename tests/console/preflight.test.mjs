@@ -5,7 +5,7 @@ import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 import * as catalogue from '../../console/src/logic/catalogue.js';
 import { fateOfSetting, kindOfModel } from '../../console/src/logic/class_rules.js';
-import { preflight } from '../../console/src/logic/preflight.js';
+import { gatherProblems, preflight } from '../../console/src/logic/preflight.js';
 import { compareSites, memoryOf, readSite } from '../../console/src/logic/site.js';
 import { readSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
 
@@ -191,6 +191,19 @@ test('every problem is told at once', () => {
   assert.deepEqual(told(check(serial('UNIT.ID', 'S1,TX610,A\nS2,RX610,B'), { ownSerial: 's1' })), [
     'out row-self  2',
   ]);
+});
+
+test('very many problems are told by kind, none is left away', () => {
+  const lines = ['S1,TX610,A', 'S2,RX610,a', 'S3,KestT-PL,B', 'S3,KestT-PL,C'];
+  const { problems } = check(`UNIT.SERIAL,UNIT.MODEL,UNIT.ID\n${lines.join('\n')}\n`);
+  const kinds = (most) =>
+    gatherProblems(problems, most).map(({ code, rows, detail }) => [code, rows.join(), detail]);
+  assert.deepEqual(kinds(3), [
+    ['nothing-to-send', '', ''],
+    ['twice-id', '2,3', 'A, a'],
+    ['twice-serial', '4,5', 'S3'],
+  ]);
+  assert.equal(kinds(9).length, 4);
 });
 
 test('a faulty cell stays behind, the rest of its row is sent', () => {

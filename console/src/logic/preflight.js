@@ -46,6 +46,18 @@ class Problems {
   }
 }
 
+// Problems for a list of at most `most` of them: where there are more, those of one kind and column become one.
+export function gatherProblems(problems, most) {
+  if (problems.length <= most) return problems;
+  const textOf = ({ level, code, column }) => JSON.stringify([level, code, column]);
+  return [...groupBy(problems, textOf).values()].map((group) => {
+    const details = group.map(({ detail }) => detail);
+    const detail = details.slice(0, 3).join(', ') + (details.length > 3 ? '…' : '');
+    const rows = group.flatMap((problem) => problem.rows).sort((one, other) => one - other);
+    return { ...group[0], rows, detail: details[0] ? detail : '' };
+  });
+}
+
 // Finds the key of each column; of a column that is not sent there is none.
 function readHeader(columns, keys, problems) {
   const found = columns.map((field, at) => {

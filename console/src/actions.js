@@ -4,23 +4,28 @@ import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { RequestFailure, RequestQueue } from './logic/request_queue.js';
 import { compareSites, inOrder, memoryOf, readSite } from './logic/site.js';
-import { applyResults, readSiteLog } from './logic/site_log.js';
+import { applyResults, isEnded, readSiteLog } from './logic/site_log.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
+import { ownLines, readDiscovery } from './logic/unit_csv.js';
 import { get, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
 
+export const firmwareCommand = 'UPDATE_FIRMWARE';
 const siteFile = '/site.csv';
 const siteLogFile = '/site.log';
 const logInterval = 1000;
 const backInterval = 2000;
+const askInterval = 30_000;
 const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
+const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 
 export const queue = new RequestQueue(sendCommand, sleep, (activity) => set({ activity }));
 
 export function explain(failure) {
-  if (failure instanceof RequestFailure) return texts.failures[failure.kind];
-  return failure instanceof TypeError ? texts.failures.unreachable : failure.message;
+  if (!(failure instanceof RequestFailure)) return failure.message;
+  const { kind, command } = failure;
+  return texts.failures[kind === 'cancelled' && command === firmwareCommand ? 'cancelledFirmware' : kind];
 }
 
 // Runs an action; what goes wrong becomes a notice. Returns whether it went well.
@@ -53,9 +58,9 @@ export async function loadSite() {
 
 // A discovery that could not reach the network leaves the file of the last one.
 export async function discover() {
-  const before = await readStatic(siteFile);
   set({ discovery: { since: Date.now() } });
   try {
+    const before = await readStatic(siteFile);
     await queue.ask('discover', 'DISCOVER_DEVICES_API');
     const file = await readStatic(siteFile);
     if (!file || (file.modified !== '' && file.modified === before?.modified))
@@ -68,12 +73,16 @@ export async function discover() {
 
 // Drafts
 
-export async function openDraft(file, source = 'file') {
-  const { rows, notes } = readSpreadsheet(new Uint8Array(await file.arrayBuffer()));
+// Whether a draft may be replaced: at once when nothing in it was edited, else when a person says so.
+const mayReplaceDraft = () => get().earlierDrafts.length === 0 || confirm(texts.configure.discard);
+
+export async function openDraft(file) {
+  const own = ownLines(new TextDecoder().decode(get().site.bytes));
+  const { rows, notes } = readSpreadsheet(new Uint8Array(await file.arrayBuffer()), own);
   const [header = [], ...lines] = rows;
   const draft = {
     name: file.name,
-    source,
+    source: 'file',
     columns: header.map((cell) => cell.text),
     rows: lines.map((cells, at) => ({
       number: at + 2,
@@ -86,7 +95,9 @@ export async function openDraft(file, source = 'file') {
 }
 
 // Every unit with its settings; of what units only report, no more than tells them apart.
+// Returns whether the draft is there.
 export function draftFromSite() {
+  if (!mayReplaceDraft()) return false;
   const { site } = get();
   const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
   const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
@@ -96,13 +107,26 @@ export function draftFromSite() {
   );
   const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
   set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
+  return true;
 }
 
-export const draftFromText = (text, name, source) => openDraft(new File([text], name), source);
+export function dropDraft() {
+  if (mayReplaceDraft()) set({ draft: null, earlierDrafts: [] });
+}
+
+// From a CSV that this console has written for the unit.
+export function draftFromText(text, name, source) {
+  if (!mayReplaceDraft()) return;
+  const { keys, rows } = readDiscovery(text);
+  const lines = rows.map((cells, at) => ({ number: at + 2, cells: cells.slice(0, -1) }));
+  const draft = { name, source, columns: keys.slice(0, -1), rows: lines, notes: [] };
+  set({ draft, earlierDrafts: [], run: null });
+}
 
 // Puts texts into cells: [row index, column index, text]. Several make one step to undo.
 export function editCells(edits) {
   const { draft, earlierDrafts } = get();
+  if (!draft) return;
   const rows = [...draft.rows];
   for (const [row, column, text] of edits) {
     const cells = rows[row] === draft.rows[row] ? [...rows[row].cells] : rows[row].cells;
@@ -140,17 +164,18 @@ async function followSiteLog(before, over, show) {
   }
 }
 
-// A run goes on when the connection to it is lost. Returns when its log tells of all records or of nothing more.
+// A run goes on when the connection to it is lost. Waits until its log tells of all records, or of nothing more.
+// Returns whether it has ended.
 async function silence(logSoFar) {
-  const running = ({ state }) => ['waiting', 'sent', 'saved', 'rebooting'].includes(state);
   let length = 0;
-  for (let quiet = 0; quiet < longestSilence; ++quiet) {
+  for (let quiet = 0; quiet < (length > 0 ? longestSilence : longestStart); ++quiet) {
     await sleep(1000);
     const log = logSoFar();
     if (log.length > length) quiet = 0;
     length = log.length;
-    if (log !== '' && !readSiteLog(log).records.some(running)) return;
+    if (log !== '' && readSiteLog(log).records.every(isEnded)) return true;
   }
+  return false;
 }
 
 // Two consoles may upload at the same time; what is run is what this one has shown.
@@ -161,9 +186,18 @@ async function sendPlan(unit, plan) {
   if ((await unit.ask('GET_CSV_IMPORT')) !== plan.text) throw new Error(texts.configure.notTheSameCsv);
 }
 
-function rememberOwnSerial({ plan, records }) {
-  const at = records.findIndex(({ state }) => state === 'self');
-  if (at >= 0) remember('own-serial', plan.sending[at].values['UNIT.SERIAL']);
+// What is shown of a row in a run, and is sent again when that is wanted; small, for the browser to remember.
+function runRow({ number, values, unit, settings }) {
+  // An id that changes stands behind the one by which people know the unit.
+  const ids = [unit?.values['UNIT.ID'], values['UNIT.ID']].filter(Boolean);
+  return {
+    number,
+    serial: values['UNIT.SERIAL'],
+    model: values['UNIT.MODEL'] ?? '',
+    id: [...new Set(ids)].join(' → '),
+    address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
+    settings: settings.map(({ key, value }) => [key, value]),
+  };
 }
 
 // A run as it is shown, from what its log and its answer have told so far.
@@ -171,33 +205,50 @@ class ShownRun {
   log = '';
   lines = [];
 
-  constructor(plan) {
-    this.waiting = plan.sending.map(() => ({ state: 'waiting', reason: '' }));
-    set({ run: { plan, records: this.waiting, over: false, failure: '', since: Date.now() } });
+  constructor({ rows, undo }) {
+    this.serials = rows.map(({ serial }) => serial);
+    this.waiting = rows.map(() => ({ state: 'waiting', reason: '' }));
+    const progress = { records: this.waiting, over: false, failure: '', since: Date.now() };
+    set({ run: { rows, undo, kept: true, ...progress } });
+  }
+
+  // A browser without room for all of it keeps the run without the old values, or not at all.
+  remember(before) {
+    const { rows, undo } = get().run;
+    const kept = remember('run', { rows, undo, before }) || remember('run', { rows, undo: '', before });
+    set({ run: { ...get().run, kept } });
   }
 
   tell(news, over = false, failure = '') {
     Object.assign(this, news);
-    const { records, total } = readSiteLog(this.log);
+    const { records, total } = readSiteLog(this.log, this.serials);
     const known = total === this.waiting.length ? records : this.waiting;
     set({ run: { ...get().run, records: applyResults(known, this.lines, over), over, failure } });
   }
 
-  end(failure) {
+  // A run whose end is not known may be found again.
+  end(failure, ended = true) {
     this.tell({}, true, failure);
-    rememberOwnSerial(get().run);
-    remember('run', null);
-    set({ outdated: true });
+    if (ended) remember('run', null);
+    set({ run: { ...get().run, ended } });
+    const own = get().run.records.findIndex(({ state }) => state === 'self');
+    set({ outdated: true, ...(own >= 0 ? { ownSerial: this.serials[own] } : {}) });
   }
+}
+
+export function closeRun() {
+  remember('run', null);
+  set({ run: null });
 }
 
 // Uploads the CSV of a plan and has it sent, showing how far each unit has come.
 export async function runUpdate(plan) {
-  const shown = new ShownRun(plan);
+  const shown = new ShownRun({ rows: plan.sending.map(runRow), undo: plan.undo });
+  let ended = true;
   const work = async (unit) => {
     await sendPlan(unit, plan);
     const before = ageOf(await readStatic(siteLogFile));
-    remember('run', { sending: plan.sending, undo: plan.undo, before });
+    shown.remember(before);
     let over = false;
     const following = followSiteLog(
       before,
@@ -207,7 +258,7 @@ export async function runUpdate(plan) {
     try {
       await unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => shown.tell({ lines }) });
     } catch (failure) {
-      if (shown.log !== '') await silence(() => shown.log);
+      if (failure.kind === 'broken') ended = await silence(() => shown.log);
       throw failure;
     } finally {
       over = true;
@@ -216,25 +267,25 @@ export async function runUpdate(plan) {
   };
   await queue.run('update', work).then(
     () => shown.end(''),
-    (failure) => shown.end(explain(failure)),
+    (failure) => shown.end(explain(failure), ended),
   );
 }
 
 // Shows a run that was under way when the page was left: it went on, and its log tells the rest.
 export async function resumeRun() {
-  const plan = recall('run');
-  if (!plan) return;
-  const shown = new ShownRun(plan);
+  const run = recall('run');
+  if (!run?.rows) return;
+  const shown = new ShownRun(run);
   let over = false;
   const following = followSiteLog(
-    plan.before,
+    run.before,
     () => over,
     (log) => shown.tell({ log }),
   );
-  await silence(() => shown.log);
+  const ended = await silence(() => shown.log);
   over = true;
   await following;
-  shown.end(texts.configure.resumed);
+  shown.end(texts.configure.resumed, ended || shown.log === '');
 }
 
 // Uploads to this unit
@@ -242,23 +293,36 @@ export async function resumeRun() {
 // Sends a file with an upload command. Returns the lines of the answer; throws what the unit reports as failed, with
 // the reason that it left in its upload log.
 export function uploadFile(job, command, file, options) {
-  return queue.run(job, async (unit) => {
-    const body = await unit.upload(command, file, options);
+  const work = async (unit) => {
+    const body = await unit.upload(command, file, options).catch((broken) => {
+      if (broken.kind === 'started' && command === firmwareCommand) return '';
+      throw broken;
+    });
     const failure = failureOf(body);
     if (!failure) return body;
     const log = await readStatic('/upload_file.txt').catch(() => null);
     const reason = log?.text.split('\n').slice(2).join(' ').trim();
     throw new Error([failure, reason].filter(Boolean).join(': '));
-  });
+  };
+  return queue.run(job, work, options.signal);
 }
 
-// Waits for a unit that restarts: whenever its pages have been gone and are back, `ask()` is called once. `show` is told
-// `there` or `gone`; `signal` ends it.
+// Waits for a unit that restarts: when its pages have been gone and are back, `ask()` is called, and now and then again;
+// a request that is refused meanwhile stops nothing. `show` is told `gone` or `again`; `signal` ends it.
 export async function waitUntilBack(signal, show, ask) {
-  for (let gone = false; !signal.aborted; await sleep(backInterval)) {
+  let seen = '';
+  let askedAt = 0;
+  for (; !signal.aborted; await sleep(backInterval)) {
     const there = await readStatic('/index.html').then(Boolean, () => false);
-    if (there && gone) await ask();
-    else if (there === gone) show(there ? 'there' : 'gone');
-    gone = !there;
+    const now = there ? seen && 'again' : 'gone';
+    if (now !== seen) {
+      show(now);
+      askedAt = 0;
+    }
+    seen = now;
+    if (seen === 'again' && Date.now() - askedAt >= askInterval) {
+      askedAt = Date.now();
+      await ask();
+    }
   }
 }

@@ -12,7 +12,7 @@ import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
 
 const pages = { units: UnitsPage, configure: ConfigurePage, unit: UnitPage, listings: ListingsPage };
-const pageOfAddress = () => (location.hash.slice(1) in pages ? location.hash.slice(1) : 'units');
+const pageOfAddress = () => (Object.hasOwn(pages, location.hash.slice(1)) ? location.hash.slice(1) : 'units');
 
 function Activity({ activity }) {
   return (
@@ -87,8 +87,10 @@ function Console() {
 }
 
 addEventListener('beforeunload', (event) => {
-  if (get().activity) event.preventDefault();
+  if (get().activity || get().earlierDrafts.length > 0) event.preventDefault();
 });
+// A file dropped beside its place would replace the page.
+for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
 render(<Console />, document.body);
 attempt(loadSite);
 attempt(resumeRun);

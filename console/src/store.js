@@ -7,11 +7,12 @@ let state = {
   discovery: null, //   {since} while a discovery runs
   site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}
   outdated: false, //   whether a mass update ran since
+  ownSerial: '', //     of this unit, once it has skipped itself in an update
   comparison: null, //  with the discovery before
   draft: null, //       of a mass update: {name, source, columns, rows, notes};
   //                    source is file, site, retry or undo
   earlierDrafts: [], // to undo edits
-  run: null, //         {plan, records, over, failure} of the mass update that runs or ran
+  run: null, //         {rows, undo, records, over, ended, failure, kept} of the mass update that runs or ran
   notice: null, //      {level, text}
 };
 const listeners = new Set();
@@ -33,12 +34,13 @@ export function useStore() {
   return current;
 }
 
-// A browser that keeps nothing, or has no room, only loses the memory.
+// A browser that keeps nothing, or has no room, only loses the memory. Returns whether it is kept.
 export function remember(name, value) {
   try {
     localStorage.setItem(`console.${name}`, JSON.stringify(value));
+    return true;
   } catch {
-    // nothing depends on it
+    return false;
   }
 }
 

@@ -29,6 +29,11 @@ export const texts = {
     broken:
       'The unit’s answer is broken or did not come. What the request did is not known; see the unit’s own logs.',
     cancelled: 'Cancelled. The unit has been asked once more, so that its video link runs again.',
+    cancelledFirmware:
+      'Cancelled. A file that was not sent whole is not installed. The unit may have stopped its video for it: if there is no picture, restart the unit.',
+    started:
+      'The answer did not come, and a firmware update runs since then; do not remove the unit’s power.',
+    withdrawn: 'Cancelled before anything was sent.',
     unreachable: 'The unit cannot be reached.',
   },
 
@@ -88,6 +93,7 @@ export const texts = {
     table: 'Settings to send',
     fromSite: 'The discovered units',
     other: 'Start over',
+    discard: 'The draft has edits that would be lost. Replace it?',
     undoEdit: 'Undo edit',
     show: 'Rows',
     rowFilters: { all: 'All rows', sending: 'Rows that are sent', problems: 'Rows with problems' },
@@ -131,7 +137,7 @@ export const texts = {
     noProblems: 'No problem found.',
     problemsTable: 'Problems',
     problemColumns: ['', 'Row', 'Column', 'What'],
-    more: (count) => `and ${count} more`,
+    moreRows: (count) => `… (${count} rows)`,
     levels: { stop: 'Stops', out: 'Left out', check: 'Check', held: 'Held back', fixed: 'Put right' },
     problems: {
       bom: 'A byte order mark at the start would spoil the first column’s name.',
@@ -139,6 +145,8 @@ export const texts = {
       encoding: 'The file is not UTF-8; it was read as Windows-1252. Check letters with accents.',
       binary: 'The file is not a text.',
       separator: 'Cells are not separated by commas; the unit knows nothing else.',
+      'quote-open': 'A quote opens here and is never closed; all that follows was taken for one cell.',
+      'quote-lines': 'A quoted text goes on over line ends; rows may be hidden in it.',
       guard: 'Apostrophes that kept a spreadsheet from taking cells for formulas are gone.',
       'column-blank': 'The column has no name; its cells are dropped.',
       'column-unknown': 'No setting of this unit has this name; the column is dropped.',
@@ -163,16 +171,21 @@ export const texts = {
         'The discovered unit has another model, so that settings of the wrong kind may be sent:',
       'message-too-long': 'The settings do not fit into one message of 2,047 bytes:',
       'twice-id': 'Two rows have the same id; the unit would send neither:',
-      'twice-address': 'Two rows have the same address; the unit would send neither:',
       'twice-serial': 'Two rows have the same serial; the unit would send neither:',
+      'address-shared':
+        'Several rows have the same address; it stays blank, else the unit would send none of them:',
       'address-taken': 'Two units would have the same static address:',
+      'id-edges': 'Blanks at the start or end of an id are sent, and make it another one.',
       'id-taken': 'Another unit has this id; it is sent all the same:',
       'cell-too-long': 'More than 63 bytes; the unit would drop it.',
       'cell-unreadable': 'Letters that could not be read.',
       'cell-control': 'A line end or control character cannot be sent.',
       'cell-ampersand': 'An “&” would end the value and begin another setting.',
       'cell-quote': 'A quote at the start, or beside a comma, cannot be sent.',
-      'cell-address': 'Not an IPv4 address.',
+      'cell-address': 'Not an IPv4 address (no leading zeros).',
+      'cell-host': 'Not an address that a unit can have.',
+      'cell-netmask': 'Not a netmask.',
+      'cell-blanks': 'Nothing but blanks.',
       'nothing-to-send': 'Nothing to send.',
       'not-readable': 'The unit would not read back what is meant. Please report this file.',
     },
@@ -201,12 +214,18 @@ export const texts = {
     resumed: 'The page was left while the update ran. What is shown is what the unit’s site log tells.',
     running: 'The update runs',
     ended: 'The update has ended',
+    lostSight: 'Nothing more is heard of the update',
+    notKept:
+      'This browser has no room to remember the update: a page that is left does not find it again. It goes on all the same.',
     preparing: 'Uploading, then the unit discovers once more before it sends…',
     progress: (done, all) => `${done} of ${all}`,
     remaining: (seconds) =>
       `about ${seconds < 90 ? `${Math.ceil(seconds)} s` : `${Math.ceil(seconds / 60)} min`} left`,
-    tally: ({ ok, fail, skipped }) =>
-      [`${ok} OK`, `${fail} failed`, skipped > 0 && `${skipped} skipped`].filter(Boolean).join(', '),
+    tally: ({ ok, fail, skipped, unsent }) =>
+      [`${ok} OK`, `${fail} failed`, skipped > 0 && `${skipped} skipped`, unsent > 0 && `${unsent} not sent`]
+        .filter(Boolean)
+        .join(', '),
+    runFilters: { all: 'All units', notOk: 'Not OK' },
     runTable: 'Units of the update',
     runColumns: ['Row', 'Serial', 'Id', 'Address', 'Settings', 'State', 'Reason'],
     states: {
@@ -218,6 +237,7 @@ export const texts = {
       fail: 'FAIL',
       self: 'this unit',
       skipped: 'skipped',
+      unsent: 'not sent',
     },
     reasons: {
       'not-sent': 'nothing was sent to it',
@@ -228,6 +248,8 @@ export const texts = {
       'save-refused': 'took the settings, refused to save them',
       'reboot-not-sent': 'saved, could not be told to restart',
       'no-reboot': 'saved, did not confirm the restart',
+      'not-reached': 'the update ended before its turn, as far as is known',
+      unclear: 'the site log does not tell clearly what became of it',
       duplicate: 'shares an identity with another row',
     },
     report: 'Report',
@@ -245,9 +267,13 @@ export const texts = {
     size: (bytes) => `${bytes.toLocaleString('en')} bytes`,
     sha: 'SHA-256',
     upload: 'Upload',
+    queued: (job) =>
+      job === 'update' ? 'Waiting for the update to end…' : 'Waiting until the unit is free…',
     sending: (sent, all) => `${Math.floor((100 * sent) / all)} % sent`,
     stalled: (seconds) =>
       `Nothing has moved for ${seconds} s. The connection may be gone; the upload can be cancelled.`,
+    noAnswer: (seconds) =>
+      `All was sent ${seconds} s ago, and no answer has come. The connection may be gone; cancelling ends the wait, not what the unit does.`,
     working: 'All sent; the unit is working on it…',
     anyway: 'Upload it all the same',
     firmware: {
@@ -269,6 +295,7 @@ export const texts = {
       started: 'The unit installs the firmware. Do not remove its power.',
       there: 'The unit still serves its pages; it has not restarted yet.',
       gone: 'The unit restarts…',
+      again: 'The unit’s pages are back; it takes no request yet.',
       back: 'The unit is back.',
       stillUpdating: 'Still installing.',
       askNow: 'Ask the unit now',
@@ -281,7 +308,7 @@ export const texts = {
       notJpeg: 'Not a JPEG file; the unit would install it and perhaps show nothing.',
       notImage: 'Not a picture that can be shown.',
       good: (width, height) => `JPEG, ${width} × ${height} pixels.`,
-      done: 'The splash image is installed.',
+      done: 'The unit has taken the splash image.',
     },
     edid: {
       title: 'EDID',
@@ -299,7 +326,7 @@ export const texts = {
       timing: ({ width, height, hertz, interlaced }) =>
         `Preferred timing: ${width} × ${height}${interlaced ? ' interlaced' : ''} at ${hertz} Hz`,
       noTiming: 'No preferred timing.',
-      done: 'The EDID is installed.',
+      done: 'The unit has taken the EDID.',
     },
   },
 

@@ -4,6 +4,7 @@ import { linesSoFar, readAnswer } from './logic/answer.js';
 import { RequestFailure } from './logic/request_queue.js';
 
 const handler = '/cgi-bin/handler.cgi';
+const fileLimit = 5000; // milliseconds, within which a unit that is there sends any static file
 
 function requestFor(command, file) {
   const request = new XMLHttpRequest();
@@ -22,15 +23,24 @@ function formOf(command, file) {
 }
 
 // Sends one command. Options: `file` to upload, `onSent(bytes)` while it leaves, `onLines(lines)` with the answer's lines
-// so far, `signal` to cancel. Returns {kind, body} as readAnswer does.
-export function sendCommand(command, { file, onSent, onLines, signal } = {}) {
+// so far, `signal` to cancel, `limit` in milliseconds. Returns {kind, body} as readAnswer does.
+export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 } = {}) {
   return new Promise((resolve, reject) => {
+    if (signal?.aborted) {
+      reject(new RequestFailure('cancelled', command));
+      return;
+    }
     const request = requestFor(command, file);
     const finish = () => resolve(readAnswer(command, request.status, request.responseText));
     request.onload = finish;
+    request.timeout = limit;
     request.onerror = () => resolve({ kind: 'broken', body: '' });
+    request.ontimeout = request.onerror;
     request.onabort = () => reject(new RequestFailure('cancelled', command));
-    if (onSent) request.upload.onprogress = ({ loaded }) => onSent(loaded);
+    if (onSent) {
+      request.upload.onloadstart = () => onSent(0);
+      request.upload.onprogress = ({ loaded }) => onSent(loaded);
+    }
     if (onLines) request.onprogress = () => onLines(linesSoFar(command, request.responseText));
     signal?.addEventListener('abort', () => request.abort());
     request.send(file ? formOf(command, file) : null);
@@ -38,13 +48,18 @@ export function sendCommand(command, { file, onSent, onLines, signal } = {}) {
 }
 
 // Returns {bytes, text, modified} of a static file, null when there is none. `from` asks for what lies behind so many
-// bytes; `whole` tells whether the server sent it all the same. Throws when the unit cannot be reached.
+// bytes; `whole` tells whether the server sent it all the same. Throws a
+// RequestFailure when the unit cannot be reached.
 export async function readStatic(path, from = 0) {
   const headers = from > 0 ? { Range: `bytes=${from}-` } : {};
-  const answer = await fetch(path, { cache: 'no-store', headers });
+  const signal = AbortSignal.timeout(fileLimit);
+  const unreachable = () => {
+    throw new RequestFailure('unreachable', path);
+  };
+  const answer = await fetch(path, { cache: 'no-store', headers, signal }).catch(unreachable);
   if (answer.status === 416) return { bytes: new Uint8Array(), text: '', whole: false };
   if (!answer.ok) return null;
-  const bytes = new Uint8Array(await answer.arrayBuffer());
+  const bytes = new Uint8Array(await answer.arrayBuffer().catch(unreachable));
   const modified = answer.headers.get('Last-Modified') ?? '';
   return { bytes, text: new TextDecoder().decode(bytes), modified, whole: answer.status === 200 };
 }

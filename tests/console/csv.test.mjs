@@ -3,7 +3,13 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { readSpreadsheet, writeSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
-import { readAsUnit, readDiscovery, whyNotWritable, writeForUnit } from '../../console/src/logic/unit_csv.js';
+import {
+  ownLines,
+  readAsUnit,
+  readDiscovery,
+  whyNotWritable,
+  writeForUnit,
+} from '../../console/src/logic/unit_csv.js';
 
 const keys = ['UNIT.SERIAL', 'UNIT.MODEL', 'VW.NAME', 'UNIT.ID'];
 
@@ -122,10 +128,10 @@ test('spreadsheets are read whatever they write', () => {
         ['a', 'b'],
         ['x\ny', ''],
       ],
-      [],
+      [['quote-lines', 2]],
     ],
     [bytes("a\n'=1+1\n'plain'\n"), [['a'], ['=1+1'], ["'plain'"]], ['guard']],
-    [bytes('a,"open'), [['a', 'open']], []],
+    [bytes('a\n"open,b\nc'), [['a'], ['open,b\nc']], [['quote-open', 2]]],
     [Uint8Array.of(0x61, 0x0a, 0xfc), [['a'], ['ü']], ['encoding']],
     [Uint8Array.of(0xff, 0xfe, 0x61, 0, 0x2c, 0, 0x62, 0), [['a', 'b']], ['utf-16']],
     [Uint8Array.of(0x61, 0, 1), [], ['binary']],
@@ -139,6 +145,21 @@ test('spreadsheets are read whatever they write', () => {
     );
     assert.deepEqual(read.notes, notes);
   }
+});
+
+test('lines of the unit itself are read by its own rules', () => {
+  const lines = ['A,B', '"q",b', '"5 inch,b', "'-x,b", 'x,"1,2"', ''];
+  const edited = '"7 inch,b';
+  const read = (text) => readSpreadsheet(new TextEncoder().encode(text), ownLines(lines.join('\r\n')));
+  const { rows, notes } = read([...lines.slice(0, -1), edited, ''].join('\r\n'));
+  const cells = rows.map((row) => row.map(({ text }) => text));
+  assert.deepEqual(cells.slice(1, 5), [
+    ['"q"', 'b'],
+    ['"5 inch', 'b'],
+    ["'-x", 'b'],
+    ['x', '1,2'],
+  ]);
+  assert.deepEqual(notes, [['quote-open', 6]]);
 });
 
 test('a spreadsheet takes no cell for a formula', () => {

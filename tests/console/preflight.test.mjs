@@ -5,16 +5,16 @@ import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 import * as catalogue from '../../console/src/logic/catalogue.js';
 import { fateOfSetting, kindOfModel } from '../../console/src/logic/class_rules.js';
-import { preflight } from '../../console/src/logic/preflight.js';
+import { gatherProblems, preflight } from '../../console/src/logic/preflight.js';
 import { compareSites, memoryOf, readSite } from '../../console/src/logic/site.js';
 import { readSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
 
 const site = readSite(
   [
-    'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,IP.STATIC_ADDRESS,STREAM.BIT_RATE,VW.NAME,AUDIO.DAC_MUTE,UNIT.FIRMWARE',
-    '10.0.0.1,ENC-1,TX610,S1,10.0.0.1,100,,,3.4',
-    '10.0.0.2,DEC-2,RX610,S2,10.0.0.2,,"Room 2, left",,3.4',
-    '10.0.0.3,WALL-3,KestT-PL,S3,10.0.0.3,200,,FALSE,3.4',
+    'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,IP.STATIC_ADDRESS,STREAM.BIT_RATE,VW.NAME,AUDIO.DAC_MUTE,UNIT.FIRMWARE,IP.STATIC_NETMASK',
+    '10.0.0.1,ENC-1,TX610,S1,10.0.0.1,100,,,3.4,',
+    '10.0.0.2,DEC-2,RX610,S2,10.0.0.2,,"Room 2, left",,3.4,',
+    '10.0.0.3,WALL-3,KestT-PL,S3,10.0.0.3,200,,FALSE,3.4,',
     '',
   ].join('\r\n'),
 );
@@ -52,6 +52,8 @@ test('the catalogue is the program’s', () => {
   };
   const program = { ...listsOf('key_catalogue'), ...listsOf('model_catalogue') };
   const camel = (name) => name.replace(/_(.)/g, (_, letter) => letter.toUpperCase());
+  const known = [...Object.keys(catalogue).filter((name) => name !== 'sentAs'), 'secondGenKeys'];
+  assert.deepEqual(Object.keys(program).map(camel).sort(), known.sort());
   for (const [name, words] of Object.entries(program)) {
     if (name !== 'second_gen_keys') assert.deepEqual(catalogue[camel(name)], words, name); // nobody asks for those
   }
@@ -136,6 +138,18 @@ test('every problem is told at once', () => {
       'fixed quoting UNIT.ID 2',
     ],
     [serial('IP.STATIC_ADDRESS,UNIT.ID', 'S1,TX610,10.0.0.256,A'), 'out cell-address IP.STATIC_ADDRESS 2'],
+    [
+      serial(
+        'IP.STATIC_ADDRESS,IP.STATIC_NETMASK,UNIT.ID',
+        'S1,TX610,010.0.0.7,1.2.3.4,  \nS2,RX610,0.0.0.0,255.254.0.0,"B "',
+      ),
+      'out cell-address IP.STATIC_ADDRESS 2',
+      'out cell-netmask IP.STATIC_NETMASK 2',
+      'out cell-blanks UNIT.ID 2',
+      'out cell-host IP.STATIC_ADDRESS 3',
+      'check id-edges UNIT.ID 3',
+      'fixed quoting UNIT.ID 3',
+    ],
     [serial('UNIT.ID', 'S1,TX610,"A"\nS2,RX610,"B"'), 'fixed quoting UNIT.ID 2,3'],
     [serial('UNIT.ID', 'S1,TX610,A,more'), 'out too-many-cells  2'],
     [
@@ -160,12 +174,36 @@ test('every problem is told at once', () => {
       'stop nothing-to-send',
       'out address-taken IP.STATIC_ADDRESS 2',
     ],
+    [
+      serial('IP.STATIC_ADDRESS', 'S1,TX610,10.0.0.2\nS2,RX610,10.0.0.3'), // the row left out leaves another one out
+      'stop nothing-to-send',
+      'out address-taken IP.STATIC_ADDRESS 3',
+      'out address-taken IP.STATIC_ADDRESS 2',
+    ],
+    [
+      serial('IP.ADDRESS,UNIT.ID', 'S1,TX610,10.0.0.1,A\nS2,RX610,10.0.0.1,B'),
+      'held held-status IP.ADDRESS 3',
+      'fixed address-shared IP.ADDRESS 2,3',
+    ],
     [serial('IP.STATIC_ADDRESS', 'S1,TX610,10.0.0.2\nS2,RX610,10.0.0.1')], // two units may change places
   ];
   for (const [text, ...problems] of table) assert.deepEqual(told(check(text)), problems, text);
   assert.deepEqual(told(check(serial('UNIT.ID', 'S1,TX610,A\nS2,RX610,B'), { ownSerial: 's1' })), [
     'out row-self  2',
   ]);
+});
+
+test('very many problems are told by kind, none is left away', () => {
+  const lines = ['S1,TX610,A', 'S2,RX610,a', 'S3,KestT-PL,B', 'S3,KestT-PL,C'];
+  const { problems } = check(`UNIT.SERIAL,UNIT.MODEL,UNIT.ID\n${lines.join('\n')}\n`);
+  const kinds = (most) =>
+    gatherProblems(problems, most).map(({ code, rows, detail }) => [code, rows.join(), detail]);
+  assert.deepEqual(kinds(3), [
+    ['nothing-to-send', '', ''],
+    ['twice-id', '2,3', 'A, a'],
+    ['twice-serial', '4,5', 'S3'],
+  ]);
+  assert.equal(kinds(9).length, 4);
 });
 
 test('a faulty cell stays behind, the rest of its row is sent', () => {

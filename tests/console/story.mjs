@@ -3,17 +3,7 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import {
-  address,
-  chapter,
-  content,
-  download,
-  look,
-  openConsole,
-  start,
-  startServer,
-  until,
-} from './unit.mjs';
+import { asked, chapter, content, download, look, openConsole, start, startServer, until } from './unit.mjs';
 
 // Two units share an id, one never answers to settings, one refuses them.
 writeFileSync(
@@ -40,18 +30,20 @@ async function discover() {
   return page.locator('.summary').innerText();
 }
 
-// Types into the cell of a row, found by its serial, and a column.
-async function type(serial, column, text) {
+// The cell of a row, found by its serial, and a column.
+async function cell(serial, column) {
   const grid = page.getByRole('grid');
   const columns = await grid.locator('thead th').allInnerTexts();
-  await grid
+  return grid
     .locator('tr', { hasText: serial })
     .locator('td')
-    .nth(columns.indexOf(column) - 1)
-    .click();
-  await grid.press('Enter');
-  await page.locator('input.cell').fill(text);
-  await page.locator('input.cell').press('Enter');
+    .nth(columns.indexOf(column) - 1);
+}
+
+async function type(serial, column, text) {
+  await (await cell(serial, column)).click();
+  await page.keyboard.type(text);
+  await page.keyboard.press('Enter');
 }
 
 const problems = () =>
@@ -117,11 +109,31 @@ await chapter(page, 'a spreadsheet’s file is checked before anything is sent',
     'Put right 2, 4–6 UNIT.MODEL The model is taken from the discovery; without it the unit would hold most settings back.',
   ]);
   assert.deepEqual(await look(page, 'preflight'), []);
+
+  await page.getByLabel('Rows').selectOption('Rows with problems');
+  await type('KU000005', 'UNIT.ID', 'HALL-5'); // no problem any more, and still there
+  await page.keyboard.type('HALL-9');
+  await page.keyboard.press('Enter');
+  await page.getByText('6 settings for 4 units.').waitFor();
+  assert.match(
+    await page.getByRole('grid').locator('tbody').innerText(),
+    /HALL-5.*KU000007\s+(changes:\s+)?HALL-9/s,
+  );
 });
 
 await chapter(page, 'cells are edited with the keyboard, filled and undone', async () => {
   await button('Start over').click();
+  assert.match(asked.at(-1), /edits that would be lost/);
   await button('Edit the discovered units').click();
+  await (await cell('KU000002', 'UNIT.ID')).click();
+  await page.keyboard.type('LEFT');
+  await (await cell('KU000004', 'UNIT.ID')).click(); // saves, and stays where it was clicked
+  await page.keyboard.type('RIGHT');
+  await page.keyboard.press('Enter');
+  assert.match(await (await cell('KU000002', 'UNIT.ID')).innerText(), /LEFT$/);
+  assert.match(await (await cell('KU000004', 'UNIT.ID')).innerText(), /RIGHT$/);
+  await page.keyboard.press('Control+z');
+  await page.keyboard.press('Control+z');
   await type('KU000003', 'VW.NAME', 'Hall, north');
   await page.getByText('1 setting for 1 unit; 11 rows change nothing and are left out.').waitFor();
   await page.keyboard.press('ArrowUp');
@@ -173,6 +185,8 @@ await chapter(page, 'the update shows what becomes of each unit', async () => {
     /SILENT,UNIT-900 → SITE-010,10\.77\.9\.1,1,FAIL,"did not answer/,
   );
   assert.deepEqual(await look(page, 'report'), []);
+  await page.getByLabel('Rows').selectOption('Not OK');
+  assert.equal((await states()).length, 3);
   const undo = await download(page, 'Undo CSV (old values)');
   assert.match(undo, /\r\nKU000003,RX610,UNIT-003,,Room 3,\r\n/);
 });

@@ -40,6 +40,8 @@ export async function startServer() {
   return end;
 }
 
+export const asked = []; // by the browser's own dialogs; all are accepted
+
 // Opens the console. A fault of its scripts ends the test, and so does a wait of minutes.
 export async function openConsole() {
   const page = await openPage({ viewport: { width: 1360, height: 800 } });
@@ -47,7 +49,10 @@ export async function openConsole() {
   page.on('pageerror', (failure) => {
     throw failure;
   });
-  page.on('dialog', (dialog) => dialog.accept()); // leaving while a request runs
+  page.on('dialog', (dialog) => {
+    asked.push(dialog.message());
+    return dialog.accept();
+  });
   await page.goto(address);
   return page;
 }

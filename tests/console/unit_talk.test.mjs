@@ -8,7 +8,7 @@ import { applyResults, readSiteLog } from '../../console/src/logic/site_log.js';
 
 const top = '<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: CMD value: X</p>\n';
 const refusal = (message) =>
-  `<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY>\n<Center>\n&HANDLER=ERROR ${message}\n</Center></BODY></HTML>`;
+  `<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 VLINK=#800080>\n<Center>\n&HANDLER=ERROR ${message}\n</Center></BODY></HTML>`;
 
 test('answers are told apart', () => {
   const table = [
@@ -16,12 +16,23 @@ test('answers are told apart', () => {
     [200, `${top}two\nlines\n</BODY></HTML>\n`, 'done', 'two\nlines\n'],
     [200, refusal('handler.cgi only supports one concurrent request, try again.'), 'busy', ''],
     [200, refusal('Firmware Update In Progress, try again later.'), 'updating', ''],
+    [
+      200,
+      `${top}${refusal('Firmware Update In Progress, try again later.')}\n</BODY></HTML>\n`,
+      'done',
+      null,
+    ],
+    [200, `${refusal('handler.cgi only supports one concurrent request, try again.')} `, 'broken', ''],
     [200, `${top}cut`, 'broken', ''],
     [200, `${top.replace('value: X', 'value: Y')}true</BODY></HTML>\n`, 'broken', ''],
     [500, '', 'broken', ''],
   ];
   for (const [status, text, kind, body] of table)
-    assert.deepEqual(readAnswer('X', status, text), { kind, body }, text);
+    assert.deepEqual(
+      readAnswer('X', status, text),
+      { kind, body: body ?? text.slice(top.length, -15) },
+      text,
+    );
   assert.deepEqual(linesSoFar('X', `${top}one\ntwo\nthr`), ['one', 'two']);
   assert.deepEqual(
     [
@@ -84,6 +95,49 @@ test('a busy unit is asked again, any other failure ends the request', async () 
   );
   const requests = events.filter((event) => typeof event === 'string');
   assert.deepEqual(requests, [small, small, 'U with file', small]); // the last one restarts the link
+  await assert.rejects(
+    scripted(['done', 'broken', 'updating']).queue.run('', (unit) => unit.upload('U', {})),
+    { kind: 'started' },
+  );
+});
+
+test('a cancelled upload is not sent, whatever it waits for', async () => {
+  const cancelAt = [[], ['busy'], ['busy', 'done', 'busy']];
+  for (const kinds of cancelAt) {
+    const events = [];
+    const abort = new AbortController();
+    const send = async (command, { file }) => {
+      events.push(file ? 'file' : 'small');
+      return { kind: kinds.shift() ?? 'done', body: '' };
+    };
+    const sleep = async (milliseconds) => {
+      if (milliseconds > 200 && kinds.length === 0) abort.abort();
+    };
+    const queue = new RequestQueue(send, sleep);
+    if (kinds.length === 0) abort.abort();
+    const job = queue.run('', (unit) => unit.upload('U', {}, { signal: abort.signal }), abort.signal);
+    await assert.rejects(job, { kind: 'withdrawn' });
+    assert.ok(events.filter((event) => event === 'file').length < 2, events.join());
+    assert.equal(await queue.ask('', 'NEXT'), '');
+  }
+  const { events, queue } = scripted([]);
+  const abort = new AbortController();
+  let release;
+  queue.run(
+    'long',
+    () =>
+      new Promise((resolve) => {
+        release = resolve;
+      }),
+  );
+  const waiting = queue.run('', (unit) => unit.ask('A'), abort.signal);
+  const last = queue.ask('', 'B');
+  abort.abort();
+  await assert.rejects(waiting, { kind: 'withdrawn' }); // while the long job still runs
+  assert.deepEqual(events, []);
+  release();
+  await last;
+  assert.deepEqual(events, ['B', 200]);
 });
 
 // The log of an exchange as far as these steps.
@@ -108,7 +162,7 @@ test('the site log tells how far each unit is', () => {
   ];
   const table = [
     // steps, state while it runs, state and reason when the run is over
-    [null, 'waiting', 'waiting', ''],
+    [null, 'waiting', 'unsent', 'not-reached'],
     [[], 'sent', 'fail', 'not-sent'],
     [['0'], 'sent', 'fail', 'no-answer'],
     [['0', 'No UPDATE Reply -1/0x0b'], 'fail', 'fail', 'no-answer'],
@@ -153,6 +207,14 @@ test('records follow each other, and no unit’s text passes for a line', () => 
     { state: 'skipped', reason: 'duplicate' },
     { state: 'sent', reason: 'not-sent' },
   ]);
+});
+
+test('an OK of the log stands only behind the message to that unit', () => {
+  const stateOf = (serial) => {
+    const log = logOf(head(1), calling(0), inside('0', 'Got Reply C'));
+    return readSiteLog(log, [serial]).records[0].state;
+  };
+  assert.deepEqual([stateOf('S1'), stateOf('S2'), stateOf('S')], ['ok', 'fail', 'fail']);
 });
 
 test('result lines have the last word', () => {

@@ -38,7 +38,7 @@ await chapter(page, 'a splash image is shown before it is sent', async () => {
   await card('splash').getByAltText('The chosen picture').waitFor();
   assert.deepEqual(await look(page, 'splash'), []);
   await card('splash').getByRole('button', { name: 'Upload' }).click();
-  await card('splash').getByText('The splash image is installed.').waitFor();
+  await card('splash').getByText('The unit has taken the splash image.').waitFor();
   assert.ok(readFileSync('/xoem/default.jpg').equals(jpeg));
 });
 
@@ -58,7 +58,7 @@ await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
   await card('edid').getByText('Preferred timing: 1920 × 1080 at 60 Hz').waitFor();
   await card('edid').getByLabel('Install as').selectOption('custom EDID 2');
   await card('edid').getByRole('button', { name: 'Upload' }).click();
-  await card('edid').getByText('The EDID is installed.').waitFor();
+  await card('edid').getByText('The unit has taken the EDID.').waitFor();
   assert.ok(readFileSync('/config/CUSTOM_2.cbin').equals(edid));
 
   await choose(

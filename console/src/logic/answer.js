@@ -1,9 +1,14 @@
 // Answers of the unit's handler: what kind of page came, and the lines of the command inside it.
 
-const refusals = [
-  ['only supports one concurrent request', 'busy'],
-  ['Firmware Update In Progress', 'updating'],
-];
+// A refusal is this page as a whole: a unit's own text may hold any part of it.
+const refusalPage = (message) =>
+  '<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD>' +
+  '<BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 VLINK=#800080>\n<Center>\n' +
+  `&HANDLER=ERROR ${message}\n</Center></BODY></HTML>`;
+const refusals = new Map([
+  [refusalPage('handler.cgi only supports one concurrent request, try again.'), 'busy'],
+  [refusalPage('Firmware Update In Progress, try again later.'), 'updating'],
+]);
 
 const frame = (command) =>
   `<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: CMD value: ${command}</p>\n`;
@@ -12,10 +17,8 @@ const end = '</BODY></HTML>\n';
 // Returns {kind, body}. Kinds: `done` the command ran to its end, `busy` another request was running, `updating` a
 // firmware update is running, `broken` anything else, an answer cut short included. The body holds the command's lines.
 export function readAnswer(command, status, text) {
-  if (text.includes('ERROR_RORRE')) {
-    const refusal = refusals.find(([message]) => text.includes(message));
-    return { kind: refusal ? refusal[1] : 'broken', body: '' };
-  }
+  const refusal = status === 200 && refusals.get(text);
+  if (refusal) return { kind: refusal, body: '' };
   const start = frame(command);
   if (status !== 200 || !text.startsWith(start) || !text.endsWith(end)) return { kind: 'broken', body: '' };
   return { kind: 'done', body: text.slice(start.length, -end.length) };

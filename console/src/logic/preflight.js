@@ -25,6 +25,7 @@ const serialKey = 'UNIT.SERIAL';
 const modelKey = 'UNIT.MODEL';
 const addressKey = 'IP.ADDRESS';
 const staticAddressKey = 'IP.STATIC_ADDRESS';
+const idKey = 'UNIT.ID';
 const alwaysSent = [serialKey, modelKey, addressKey];
 
 // Collects problems; those that differ in the row alone become one.
@@ -43,6 +44,18 @@ class Problems {
       (one, other) => rank.indexOf(one.level) - rank.indexOf(other.level),
     );
   }
+}
+
+// Problems for a list of at most `most` of them: where there are more, those of one kind and column become one.
+export function gatherProblems(problems, most) {
+  if (problems.length <= most) return problems;
+  const textOf = ({ level, code, column }) => JSON.stringify([level, code, column]);
+  return [...groupBy(problems, textOf).values()].map((group) => {
+    const details = group.map(({ detail }) => detail);
+    const detail = details.slice(0, 3).join(', ') + (details.length > 3 ? '…' : '');
+    const rows = group.flatMap((problem) => problem.rows).sort((one, other) => one - other);
+    return { ...group[0], rows, detail: details[0] ? detail : '' };
+  });
 }
 
 // Finds the key of each column; of a column that is not sent there is none.
@@ -70,12 +83,27 @@ function readHeader(columns, keys, problems) {
   return found;
 }
 
+// Four numbers without leading zeros, which would be read as octal.
 const isAddress = (value) =>
-  /^\d{1,3}(\.\d{1,3}){3}$/.test(value) && value.split('.').every((part) => part < 256);
+  /^(0|[1-9]\d{0,2})(\.(0|[1-9]\d{0,2})){3}$/.test(value) && value.split('.').every((part) => part < 256);
+const isNetmask = (value) =>
+  /^1+0*$/.test(
+    value
+      .split('.')
+      .map((part) => Number(part).toString(2).padStart(8, '0'))
+      .join(''),
+  );
+const isHost = (value) => {
+  const first = Number(value.split('.')[0]);
+  return first > 0 && first !== 127 && first < 224;
+};
 
 // Returns the fault of a value for a key, null when it can be sent.
 function faultOf(key, value) {
   if (key.startsWith('IP.STATIC_') && !isAddress(value)) return 'address';
+  if (key === staticAddressKey && !isHost(value)) return 'host';
+  if (key === 'IP.STATIC_NETMASK' && !isNetmask(value)) return 'netmask';
+  if (key === idKey && value.trim() === '') return 'blanks';
   return whyNotWritable(value);
 }
 
@@ -136,6 +164,8 @@ function decideCells(row, keys, problems) {
     const place = { column: key, row: row.number };
     if (cell.state === 'fault') problems.add('out', `cell-${cell.reason}`, place);
     if (cell.state === 'held') problems.add('held', `held-${cell.reason}`, place);
+    if (key === idKey && cell.state === 'change' && cell.value !== cell.value.trim())
+      problems.add('check', 'id-edges', place);
   }
 }
 
@@ -185,6 +215,7 @@ function chooseSettings(row, { onlyChanges, problems }) {
 }
 
 const sentValue = (row, key) => {
+  if (key === addressKey && row.sharesAddress) return '';
   if (alwaysSent.includes(key)) return whyNotWritable(row.values[key] ?? '') ? '' : (row.values[key] ?? '');
   return row.settings.find((setting) => setting.key === key)?.value ?? '';
 };
@@ -192,7 +223,7 @@ const sentValue = (row, key) => {
 // Rows that share an identity among those sent: the unit sends none of them.
 function skipSharedIdentities(rows, problems) {
   const shared = [];
-  for (const [key, mark] of identities) {
+  for (const [key, mark] of identities.filter(([identity]) => identity !== addressKey)) {
     groupBy(
       rows.filter((row) => row.state === 'send'),
       (row) => sentValue(row, key).toLowerCase(),
@@ -206,8 +237,27 @@ function skipSharedIdentities(rows, problems) {
   }
 }
 
-// Static addresses that two units would have in the end, which the unit itself does not look for.
+// The address of a row is no setting: where rows share one it stays blank, so that both are sent.
+function blankSharedAddresses(rows, problems) {
+  groupBy(
+    rows.filter((row) => row.state === 'send'),
+    (row) => sentValue(row, addressKey).toLowerCase(),
+  ).forEach((group, address) => {
+    if (address === '' || group.length < 2) return;
+    for (const row of group) {
+      row.sharesAddress = true;
+      problems.add('fixed', 'address-shared', { column: addressKey, row: row.number, detail: address });
+    }
+  });
+}
+
+// Static addresses that two units would have in the end, which the unit itself does not look for. A row that is left out
+// keeps its unit's address taken, for others to run into.
 function skipSharedAddresses(rows, site, problems) {
+  while (skipThoseThatCollide(rows, site, problems));
+}
+
+function skipThoseThatCollide(rows, site, problems) {
   const sending = rows.filter((row) => row.state === 'send' && sentValue(row, staticAddressKey));
   const moved = new Set(sending.map((row) => row.unit));
   const staying = site.units.filter((unit) => !moved.has(unit));
@@ -217,21 +267,20 @@ function skipSharedAddresses(rows, site, problems) {
     for (const row of group)
       leaveOut(row, 'address-taken', problems, { column: staticAddressKey, detail: address });
   });
+  return sending.some((row) => row.state !== 'send');
 }
 
 // Ids that a unit which is not in the plan has already.
 function warnOfTakenIds(rows, site, problems) {
   const sending = rows.filter((row) => row.state === 'send');
-  const planned = new Set(sending.filter((row) => sentValue(row, 'UNIT.ID')).map((row) => row.unit));
+  const planned = new Set(sending.filter((row) => sentValue(row, idKey)).map((row) => row.unit));
   const ids = new Set(
-    site.units
-      .filter((unit) => !planned.has(unit))
-      .map((unit) => (unit.values['UNIT.ID'] ?? '').toLowerCase()),
+    site.units.filter((unit) => !planned.has(unit)).map((unit) => (unit.values[idKey] ?? '').toLowerCase()),
   );
   for (const row of sending) {
-    const cell = row.cells['UNIT.ID'];
+    const cell = row.cells[idKey];
     if (cell?.state !== 'change' || !ids.has(cell.value.toLowerCase())) continue;
-    problems.add('check', 'id-taken', { column: 'UNIT.ID', row: row.number, detail: cell.value });
+    problems.add('check', 'id-taken', { column: idKey, row: row.number, detail: cell.value });
   }
 }
 
@@ -284,13 +333,18 @@ function noteReading(draft, problems) {
     guard: 'fixed',
     encoding: 'check',
     binary: 'stop',
+    'quote-open': 'stop',
+    'quote-lines': 'check',
   };
-  for (const note of draft.notes ?? []) problems.add(levels[note], note);
+  for (const note of draft.notes ?? []) {
+    const [code, row = null] = [note].flat();
+    problems.add(levels[code], code, { row });
+  }
 }
 
-// Returns {problems, header, rows, sending, unchanged, settings, text, undo, lost}: the key of each column, each row with its fate `state` (`send`,
-// `left-out`, `unchanged`, `blank`), the rows that are sent in their order, counts, and the two CSVs, empty where a
-// problem stops it all. `lost` counts changes that the second one cannot take back.
+// Returns {problems, header, rows, sending, unchanged, settings, text, undo, lost}: the key of each column, each row with
+// its fate `state` (`send`, `left-out`, `unchanged`, `blank`), the rows that are sent in their order, counts, and the two
+// CSVs, empty where a problem stops it all. `lost` counts changes that the second one cannot take back.
 export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = {}) {
   const problems = new Problems();
   noteReading(draft, problems);
@@ -303,6 +357,7 @@ export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = 
   skipSharedIdentities(rows, problems);
   skipSharedAddresses(rows, site, problems);
   warnOfTakenIds(rows, site, problems);
+  blankSharedAddresses(rows, problems);
 
   const sending = rows.filter((row) => row.state === 'send');
   const text = writeRows(sending, keys, sentValue);

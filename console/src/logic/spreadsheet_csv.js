@@ -24,22 +24,37 @@ function separatorOf(text) {
   return [',', ';', '\t'].reduce((best, separator) => (count(separator) > count(best) ? separator : best));
 }
 
-// Reads the quoted text whose opening quote stands at `from`. Returns [text, place behind the closing quote].
+// Reads the quoted text whose opening quote stands at `from`. Returns [text, place behind the closing quote, problem].
 function takeQuoted(text, from) {
   let end = from + 1;
   while (end < text.length && (text[end] !== quote || text[end + 1] === quote))
     end += text[end] === quote ? 2 : 1;
-  return [text.slice(from + 1, end).replaceAll('""', quote), Math.min(end + 1, text.length)];
+  const content = text.slice(from + 1, end).replaceAll('""', quote);
+  const problem = end >= text.length ? 'quote-open' : /[\r\n]/.test(content) && 'quote-lines';
+  return [content, Math.min(end + 1, text.length), problem];
 }
 
-function readRows(text, separator) {
+const endOfLine = (text, at) => at + (text.startsWith('\r\n', at) ? 2 : 1);
+
+// Lines of `own` are taken as they stand there.
+function readRows(text, separator, own, notes) {
   const rows = [];
   const plain = new RegExp(`[^${separator}\\r\\n]*`, 'y');
+  const wholeLine = /[^\r\n]*/y;
   let fields = [];
   for (let at = 0; at < text.length || fields.length > 0;) {
+    wholeLine.lastIndex = at;
+    const line = fields.length === 0 && own.size > 0 ? wholeLine.exec(text)[0] : '';
+    if (own.has(line)) {
+      rows.push(own.get(line).map((cell) => ({ text: cell, quoted: false, own: true })));
+      at = endOfLine(text, at + line.length);
+      continue;
+    }
     const quoted = text[at] === quote;
     let content = '';
-    if (quoted) [content, at] = takeQuoted(text, at);
+    let problem = '';
+    if (quoted) [content, at, problem] = takeQuoted(text, at);
+    if (problem) notes.push([problem, rows.length + 1]);
     plain.lastIndex = at;
     const tail = plain.exec(text)[0];
     at += tail.length;
@@ -48,7 +63,7 @@ function readRows(text, separator) {
       at += 1;
       continue;
     }
-    at += text.startsWith('\r\n', at) ? 2 : 1;
+    at = endOfLine(text, at);
     rows.push(fields);
     fields = [];
   }
@@ -58,15 +73,18 @@ function readRows(text, separator) {
 const guarded = /^'[=+\-@\t\r]/;
 
 // Reads a file's bytes. Returns {rows, notes}: rows of cells {text, quoted}, the header among them, and notes of
-// 'bom', 'utf-16', 'encoding', 'binary', 'separator' and 'guard' for what is not as the unit would have it.
-export function readSpreadsheet(bytes) {
+// 'bom', 'utf-16', 'encoding', 'binary', 'separator' and 'guard' for what is not as the unit would have it, and
+// ['quote-open', row] and ['quote-lines', row] for quotes that may have swallowed rows. `own` are lines of the unit with
+// their fields, as ownLines of unit_csv.js returns them: its rules of quotes differ.
+export function readSpreadsheet(bytes, own = new Map()) {
   const { text, notes } = decode(bytes);
   const declared = /^sep=([,;\t|])\r?\n/i.exec(text);
   const separator = declared ? declared[1] : separatorOf(text);
-  const rows = readRows(declared ? text.slice(declared[0].length) : text, separator);
+  const body = declared ? text.slice(declared[0].length) : text;
+  const rows = readRows(body, separator, separator === ',' ? own : new Map(), notes);
   if (separator !== ',') notes.push('separator');
   for (const cell of rows.flat()) {
-    if (!guarded.test(cell.text)) continue;
+    if (cell.own || !guarded.test(cell.text)) continue;
     cell.text = cell.text.slice(1);
     if (!notes.includes('guard')) notes.push('guard');
   }

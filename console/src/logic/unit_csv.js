@@ -32,6 +32,14 @@ export function readDiscovery(text) {
   return { keys: header ? header.split(',') : [], rows: lines.map(discoveryFields) };
 }
 
+// Returns the fields of each line that a spreadsheet would read in another way, by the line.
+export const ownLines = (text) =>
+  new Map(
+    linesOf(text)
+      .filter((line) => /["']/.test(line))
+      .map((line) => [line, discoveryFields(line)]),
+  );
+
 // Takes the field at the start of `rest`, which has a comma. Returns [value, what follows the field's comma].
 function takeField(rest) {
   const comma = rest.indexOf(',');

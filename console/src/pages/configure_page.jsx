@@ -1,12 +1,11 @@
 // Mass configuration: a draft is opened and edited here; what it would do is preflight_panel.jsx, its run run_view.jsx.
 
 import { useMemo, useState } from 'preact/hooks';
-import { attempt, discover, draftFromSite, editCells, openDraft, undoEdit } from '../actions.js';
+import { attempt, discover, draftFromSite, dropDraft, editCells, openDraft, undoEdit } from '../actions.js';
 import { preflight } from '../logic/preflight.js';
 import { EditGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
 import { Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
-import { recall, set } from '../store.js';
 import { texts } from '../texts.js';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
 import { RunView } from './run_view.jsx';
@@ -112,11 +111,16 @@ function useColumns({ columns, rows, source }) {
   );
 }
 
-function Editor({ draft, plan, rowFilter, active, activate }) {
-  const shown = useMemo(
+// The rows that passed the filter when it was chosen stay, whatever becomes of them: none vanishes while it is edited.
+function useShownRows({ draft, plan, site, onlyChanges, rowFilter }) {
+  return useMemo(
     () => draft.rows.map((_, at) => at).filter((at) => rowFilters[rowFilter](plan.rows[at])),
-    [draft, plan, rowFilter],
+    [site, onlyChanges, rowFilter, draft.rows.length],
   );
+}
+
+function Editor({ draft, plan, shown, active: chosen, activate }) {
+  const active = { ...chosen, row: Math.max(0, Math.min(chosen.row, shown.length - 1)) };
   const columns = useColumns(draft);
   const canEdit = (column) => draft.source !== 'site' || draft.columns[column] !== 'UNIT.SERIAL';
   const rowAt = (at) => plan.rows[shown[at]];
@@ -167,7 +171,7 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
   return (
     <div class="bar tools">
       <strong>{draft.name || words.fromSite}</strong>
-      <button type="button" onClick={() => set({ draft: null })}>
+      <button type="button" onClick={dropDraft}>
         {words.other}
       </button>
       <button type="button" disabled={!canUndo} onClick={undoEdit}>
@@ -189,21 +193,22 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
   );
 }
 
-// This unit's own serial, as far as it is known: by its address, or because it skipped itself in an earlier update.
-function ownSerial(site) {
+// This unit's own serial, as far as it is known: by its address, or because it has skipped itself.
+function serialHere(site, ownSerial) {
   const own = site.units.find((unit) => unit.values['IP.ADDRESS'] === location.hostname);
-  return own?.values['UNIT.SERIAL'] ?? recall('own-serial') ?? '';
+  return own?.values['UNIT.SERIAL'] ?? ownSerial;
 }
 
 // The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
-function Draft({ draft, site, outdated, canUndo, busy }) {
+function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
   const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
   const plan = useMemo(
-    () => preflight(draft, site, { onlyChanges, ownSerial: ownSerial(site) }),
+    () => preflight(draft, site, { onlyChanges, ownSerial: serialHere(site, ownSerial) }),
     [draft, site, onlyChanges],
   );
+  const shown = useShownRows({ draft, plan, site, onlyChanges, rowFilter });
   const goTo = ({ rows: [first], column }) => {
     const row = draft.rows.findIndex(({ number }) => number === first);
     setRowFilter('all');
@@ -217,13 +222,13 @@ function Draft({ draft, site, outdated, canUndo, busy }) {
     <>
       {outdated && <Outdated busy={busy} />}
       <DraftTools {...{ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
-      <Editor {...{ draft, plan, rowFilter, active, activate }} />
+      <Editor {...{ draft, plan, shown, active, activate }} />
       <PreflightPanel {...{ plan, goTo, busy }} />
     </>
   );
 }
 
-export function ConfigurePage({ state: { site, outdated, draft, earlierDrafts, run, activity } }) {
+export function ConfigurePage({ state: { site, ownSerial, outdated, draft, earlierDrafts, run, activity } }) {
   return (
     <section aria-labelledby="configure-heading">
       <div class="bar">
@@ -234,7 +239,7 @@ export function ConfigurePage({ state: { site, outdated, draft, earlierDrafts, r
       ) : draft && site ? (
         <Draft
           key={draft.source + draft.name}
-          {...{ draft, site, outdated }}
+          {...{ draft, site, ownSerial, outdated }}
           canUndo={earlierDrafts.length > 0}
           busy={activity !== null}
         />

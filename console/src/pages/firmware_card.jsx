@@ -1,7 +1,7 @@
 // Firmware: checked, confirmed, sent, and waited for until the unit is back.
 
-import { useEffect, useState } from 'preact/hooks';
-import { explain, queue, waitUntilBack } from '../actions.js';
+import { useEffect, useRef, useState } from 'preact/hooks';
+import { explain, firmwareCommand, queue, waitUntilBack } from '../actions.js';
 import { readArchive } from '../logic/archive.js';
 import { Card, FileFacts, UploadButton, useChosenFile, useUpload } from '../parts/upload.jsx';
 import { CancelButton, Check, Dialog, DropZone, ErrorNotice, Notice } from '../parts/widgets.jsx';
@@ -26,17 +26,20 @@ function FirmwareConfirmation({ chosen, onGo, onCancel }) {
   );
 }
 
-// Until the unit is back. Its pages tell when it restarts; its handler is asked once then, or when a person wants it.
+// Until the unit is back. Its pages tell when it restarts; its handler is asked then, or when a person wants it.
 function FirmwareWait({ onClose }) {
   const [seen, setSeen] = useState('there');
   const [said, setSaid] = useState('');
+  const end = useRef(new AbortController()).current;
   const ask = () =>
     queue.ask('firmware', 'CHECK_IMPORT_CSV_STATUS').then(
-      () => setSeen('back'),
+      () => {
+        end.abort();
+        setSeen('back');
+      },
       (failure) => setSaid(failure.kind === 'updating' ? words.stillUpdating : explain(failure)),
     );
   useEffect(() => {
-    const end = new AbortController();
     waitUntilBack(end.signal, setSeen, ask);
     return () => end.abort();
   }, []);
@@ -99,7 +102,7 @@ function FirmwareChoice({ chosen, choose, upload, onInstall }) {
 export function FirmwareCard() {
   const [chosen, choose, clear] = useChosenFile(async (file) => ({ archive: await readArchive(file) }));
   const [installing, setInstalling] = useState(false);
-  const upload = useUpload('firmware', 'UPDATE_FIRMWARE');
+  const upload = useUpload('firmware', firmwareCommand);
   const install = async () => {
     if (!(await upload.start(chosen.file))) return;
     clear();

@@ -33,8 +33,8 @@ const kinds = {
   },
   discovered: async (unit) => {
     const body = await unit.ask('GET_CSV_DISCOVER');
-    const [totals] = linesOf(body);
-    return { note: totals, text: body.slice(totals.length + 1), csv: 'discover.csv' };
+    const [totals = ''] = /^DISCOVERED CSV DATA: .*\n\n?/.exec(body) ?? [];
+    return { note: totals.trim(), text: body.slice(totals.length), csv: 'discover.csv' };
   },
   imported: async (unit, site) => {
     if ((await unit.ask('CHECK_IMPORT_CSV_STATUS')) !== 'true') return { note: words.noImport };

@@ -2,6 +2,7 @@
 
 import { useMemo, useState } from 'preact/hooks';
 import { runUpdate } from '../actions.js';
+import { gatherProblems } from '../logic/preflight.js';
 import { Table } from '../parts/table.jsx';
 import { CancelButton, Check, Dialog, DownloadButton, stamp } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
@@ -11,7 +12,8 @@ const words = texts.configure;
 export const nameOf = ({ unit, values }) =>
   unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
 
-const mostProblems = 100; // that are listed
+const mostProblems = 100; // that are listed one by one
+const mostRanges = 12; // of rows, in one line of the list
 
 // 2, 3, 4, 7 become "2–4, 7".
 function rowRanges(rows) {
@@ -21,7 +23,9 @@ function rowRanges(rows) {
     if (last && row === last[1] + 1) last[1] = row;
     else ranges.push([row, row]);
   }
-  return ranges.map(([from, to]) => (from === to ? `${from}` : `${from}–${to}`)).join(', ');
+  const shown = ranges.map(([from, to]) => (from === to ? `${from}` : `${from}–${to}`));
+  if (shown.length <= mostRanges) return shown.join(', ');
+  return `${shown.slice(0, mostRanges).join(', ')} ${words.moreRows(rows.length)}`;
 }
 
 function ProblemTable({ problems, goTo }) {
@@ -39,7 +43,7 @@ function ProblemTable({ problems, goTo }) {
           </tr>
         </thead>
         <tbody>
-          {problems.slice(0, mostProblems).map((problem, at) => (
+          {gatherProblems(problems, mostProblems).map((problem, at) => (
             <tr key={at}>
               <td>
                 <span class={`level ${problem.level}`}>{words.levels[problem.level]}</span>
@@ -57,7 +61,6 @@ function ProblemTable({ problems, goTo }) {
           ))}
         </tbody>
       </table>
-      {problems.length > mostProblems && <p>{words.more(problems.length - mostProblems)}</p>}
     </div>
   );
 }

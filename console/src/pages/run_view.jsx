@@ -1,11 +1,12 @@
 // A mass update that runs or has run: what became of each unit, the report, and what can follow.
 
-import { draftFromText } from '../actions.js';
+import { useState } from 'preact/hooks';
+import { closeRun, draftFromText } from '../actions.js';
+import { isEnded } from '../logic/site_log.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { writeForUnit } from '../logic/unit_csv.js';
 import { Table } from '../parts/table.jsx';
-import { DownloadButton, ErrorNotice, stamp, useClock } from '../parts/widgets.jsx';
-import { set } from '../store.js';
+import { Choice, DownloadButton, ErrorNotice, Notice, stamp, useClock } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
@@ -23,26 +24,19 @@ const symbols = {
   fail: '✕',
   self: '–',
   skipped: '–',
+  unsent: '–',
 };
-
-const isDone = ({ state }) => ['ok', 'fail', 'self', 'skipped'].includes(state);
-
-// An id that changes stands behind the one by which people know the unit.
-function idOf(row) {
-  const ids = [row.unit?.values['UNIT.ID'], row.values['UNIT.ID']].filter(Boolean);
-  return [...new Set(ids)].join(' → ');
-}
 
 // The texts of one row.
 function cellsOf(row, record) {
   return [
     String(row.number),
-    row.values['UNIT.SERIAL'],
-    idOf(row),
-    row.values['IP.ADDRESS'] || row.unit?.values['IP.ADDRESS'] || '',
+    row.serial,
+    row.id,
+    row.address,
     String(row.settings.length),
     words.states[record.state],
-    isDone(record) ? (words.reasons[record.reason] ?? '') : '',
+    isEnded(record) ? (words.reasons[record.reason] ?? '') : '',
   ];
 }
 
@@ -52,25 +46,27 @@ function tallyOf(records) {
     ok: count('ok'),
     fail: count('fail'),
     skipped: count('self', 'skipped'),
-    done: records.filter(isDone).length,
+    unsent: count('unsent'),
+    done: records.filter(isEnded).length,
   };
 }
 
-const reportOf = ({ plan, records }) =>
-  writeSpreadsheet([words.runColumns, ...plan.sending.map((row, at) => cellsOf(row, records[at]))]);
+const reportOf = ({ rows, records }) =>
+  writeSpreadsheet([words.runColumns, ...rows.map((row, at) => cellsOf(row, records[at]))]);
 
-// The failed rows with just what was sent to them.
-function retryOf({ plan, records }) {
-  const failed = plan.sending.filter((_, at) => records[at].state === 'fail');
-  const keys = [
-    ...new Set(['UNIT.SERIAL', 'UNIT.MODEL', ...failed.flatMap((row) => row.settings.map(({ key }) => key))]),
-  ];
-  const valueOf = (row, key) => row.settings.find((setting) => setting.key === key)?.value ?? '';
-  const identity = (row, key) =>
-    key === 'UNIT.SERIAL' || key === 'UNIT.MODEL' ? (row.values[key] ?? '') : null;
+// The rows that failed or were not reached, with just what is for them.
+function retryOf({ rows, records }) {
+  const values = rows
+    .filter((_, at) => ['fail', 'unsent'].includes(records[at].state))
+    .map(({ serial, model, settings }) => ({
+      'UNIT.SERIAL': serial,
+      'UNIT.MODEL': model,
+      ...Object.fromEntries(settings),
+    }));
+  const keys = [...new Set(values.flatMap(Object.keys))];
   return writeForUnit(
     keys,
-    failed.map((row) => keys.map((key) => identity(row, key) ?? valueOf(row, key))),
+    values.map((row) => keys.map((key) => row[key] ?? '')),
   );
 }
 
@@ -98,13 +94,13 @@ function Progress({ run, tally }) {
 }
 
 function Outcome({ run, tally }) {
-  const { plan } = run;
+  const { undo } = run;
   return (
     <div class="bar">
       <DownloadButton name={`report-${stamp()}.csv`} content={() => reportOf(run)}>
         {words.report}
       </DownloadButton>
-      {tally.fail > 0 && (
+      {tally.fail + tally.unsent > 0 && (
         <button
           type="button"
           class="main"
@@ -113,51 +109,67 @@ function Outcome({ run, tally }) {
           {words.retry}
         </button>
       )}
-      {plan.undo !== '' && (
-        <button type="button" onClick={() => draftFromText(plan.undo, words.undoName, 'undo')}>
+      {undo !== '' && (
+        <button type="button" onClick={() => draftFromText(undo, words.undoName, 'undo')}>
           {words.undo}
         </button>
       )}
-      {plan.undo !== '' && (
-        <DownloadButton name={`undo-${stamp()}.csv`} content={() => plan.undo}>
+      {undo !== '' && (
+        <DownloadButton name={`undo-${stamp()}.csv`} content={() => undo}>
           {words.undoCsv}
         </DownloadButton>
       )}
-      <button type="button" onClick={() => set({ run: null })}>
+      <button type="button" onClick={closeRun}>
         {words.back}
       </button>
     </div>
   );
 }
 
+function RunRow({ row, record, index }) {
+  return (
+    <tr aria-rowindex={index} class={`run ${record.state}`}>
+      {cellsOf(row, record).map((text, column) => (
+        <td key={column} title={text}>
+          {column === 5 && (
+            <span aria-hidden="true" class="symbol">
+              {symbols[record.state]}
+            </span>
+          )}
+          {text}
+        </td>
+      ))}
+    </tr>
+  );
+}
+
 export function RunView({ run }) {
+  const [filter, setFilter] = useState('all');
   const tally = tallyOf(run.records);
+  const pairs = run.rows.map((row, at) => ({ row, record: run.records[at] }));
+  const shown = pairs.filter(({ record }) => filter === 'all' || (isEnded(record) && record.state !== 'ok'));
   return (
     <>
-      <h3 id="run-heading">{run.over ? words.ended : words.running}</h3>
+      <h3 id="run-heading">{run.over ? (run.ended ? words.ended : words.lostSight) : words.running}</h3>
       {run.over ? <Outcome {...{ run, tally }} /> : <Progress {...{ run, tally }} />}
+      {!run.over && !run.kept && <Notice level="warn">{words.notKept}</Notice>}
       <ErrorNotice text={run.failure} />
-      <p id="tally" role="status">
-        <strong>{words.tally(tally)}</strong>
-      </p>
+      <div class="bar tools">
+        <p id="tally" role="status">
+          <strong>{words.tally(tally)}</strong>
+        </p>
+        <Choice
+          label={words.show}
+          value={filter}
+          options={Object.entries(words.runFilters)}
+          onChange={setFilter}
+        />
+      </div>
       <Table
         label={words.runTable}
         columns={columns}
-        rows={run.plan.sending}
-        renderRow={(row, at) => (
-          <tr key={row.number} aria-rowindex={at + 2} class={`run ${run.records[at].state}`}>
-            {cellsOf(row, run.records[at]).map((text, column) => (
-              <td key={column} title={text}>
-                {column === 5 && (
-                  <span aria-hidden="true" class="symbol">
-                    {symbols[run.records[at].state]}
-                  </span>
-                )}
-                {text}
-              </td>
-            ))}
-          </tr>
-        )}
+        rows={shown}
+        renderRow={(pair, at) => <RunRow key={pair.row.number} index={at + 2} {...pair} />}
       />
     </>
   );

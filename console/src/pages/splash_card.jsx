@@ -1,6 +1,6 @@
 // The splash image: shown before it is sent, and as the unit has it.
 
-import { useEffect, useState } from 'preact/hooks';
+import { useState } from 'preact/hooks';
 import { Card, FileFacts, UploadButton, useChosenFile, useUpload } from '../parts/upload.jsx';
 import { DropZone, ErrorNotice, Notice } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
@@ -23,7 +23,6 @@ async function examinePicture(file) {
 
 function CurrentSplash({ version }) {
   const [missing, setMissing] = useState(false);
-  useEffect(() => setMissing(false), [version]);
   if (missing) return null;
   return (
     <figure>
@@ -80,7 +79,7 @@ export function SplashCard() {
       <ErrorNotice text={error} />
       {!chosen && version > 0 && !error && <Notice level="good">{words.done}</Notice>}
       <UploadButton sending={sending} disabled={!picture || fault} onClick={upload} />
-      {!chosen && <CurrentSplash version={version} />}
+      {!chosen && <CurrentSplash key={version} version={version} />}
     </Card>
   );
 }

@@ -56,7 +56,7 @@ function Comparison({ comparison }) {
 }
 
 function Summary({ site, comparison }) {
-  const conflicts = site.units.filter((unit) => unit.marks.length > 0).length;
+  const conflicts = site.units.filter((unit) => unit.marks.some((mark) => mark !== 'fields')).length;
   const date =
     site.modified &&
     new Date(site.modified).toLocaleString('en-GB', { dateStyle: 'medium', timeStyle: 'short' });
@@ -182,8 +182,7 @@ const safeCopy = (site) =>
 
 function Tools({ site, choice, setChoice, shown, chooseColumns }) {
   const edit = () => {
-    draftFromSite();
-    location.hash = 'configure';
+    if (draftFromSite()) location.hash = 'configure';
   };
   return (
     <div class="bar tools">

@@ -1,7 +1,7 @@
 // A table of cells to edit with the keyboard as in a spreadsheet. The focus stays on the table; the active cell is named
 // by it.
 
-import { useEffect, useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { useLayoutEffect, useRef, useState } from 'preact/hooks';
 import { Table, rowHeight } from './table.jsx';
 
 const pageRows = 15;
@@ -20,18 +20,29 @@ const moves = {
 
 const within = (number, count) => Math.max(0, Math.min(number, count - 1));
 
-function CellInput({ text, label, onDone }) {
+// `onSave(text)` is called once, whatever takes the input away: a key, a click elsewhere, or the table that scrolls; but
+// not when Escape does. `onMove(down, right)` follows a key.
+function CellInput({ text, label, onSave, onMove }) {
   const input = useRef(null);
   const done = useRef(false);
-  useEffect(() => input.current.focus(), []);
-  const finish = (value, row, column) => {
-    if (done.current) return;
+  const save = (value) => {
+    if (!done.current) onSave(value);
     done.current = true;
-    onDone(value, row, column);
+  };
+  useLayoutEffect(() => {
+    const field = input.current;
+    field.focus();
+    field.setSelectionRange(field.value.length, field.value.length);
+    return () => save(field.value);
+  }, []);
+  const finish = (value, down, right) => {
+    save(value);
+    onMove(down, right);
   };
   const onKeyDown = (event) => {
     event.stopPropagation();
     const { value } = event.target;
+    if (event.isComposing) return;
     if (event.key === 'Enter') finish(value, 1, 0);
     else if (event.key === 'Tab') finish(value, 0, event.shiftKey ? -1 : 1);
     else if (event.key === 'Escape') finish(null, 0, 0);
@@ -47,7 +58,7 @@ function CellInput({ text, label, onDone }) {
       defaultValue={text}
       onKeyDown={onKeyDown}
       onPaste={stop}
-      onBlur={(event) => finish(event.target.value, 0, 0)}
+      onBlur={(event) => save(event.target.value)}
     />
   );
 }
@@ -58,7 +69,7 @@ function useScrollTo(active, box) {
     const cell = document.getElementById(activeId);
     if (cell) cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
     else box.current.scrollTop = Math.max(0, (active.row - 3) * rowHeight);
-  }, [active]);
+  }, [active.row, active.column]);
 }
 
 // The keys of the grid, those of a cell's input aside.
@@ -73,7 +84,7 @@ function useKeys({ columns, rows, active, activate, edit, undo, canEdit, start }
     } else if ((ctrlKey || metaKey) && key === 'z') undo();
     else if (key === 'Enter' || key === 'F2') start(rows[row].cells[column] ?? '');
     else if (key === 'Delete' && canEdit(column)) edit([[row, column, '']]);
-    else if (key.length === 1 && !ctrlKey && !metaKey && !altKey) start(key);
+    else if (key.length === 1 && !ctrlKey && !metaKey && !altKey) start(key, true);
     else return;
     event.preventDefault();
   };
@@ -95,17 +106,17 @@ function usePaste({ columns, rows, active, edit, canEdit }) {
   };
 }
 
-function Cell({ text, mark, look, here, typed, title, activate, start, finish }) {
+function Cell({ text, mark, look, here, typed, title, activate, start, save, move }) {
   const attributes = {
     id: here ? activeId : undefined,
     class: here ? `${look} active` : look,
     onMouseDown: activate,
     onDblClick: () => start(text),
   };
-  if (here && typed !== null)
+  if (typed !== null)
     return (
       <td {...attributes}>
-        <CellInput text={typed} label={title} onDone={finish} />
+        <CellInput text={typed} label={title} onSave={save} onMove={move} />
       </td>
     );
   return (
@@ -121,34 +132,44 @@ function Cell({ text, mark, look, here, typed, title, activate, start, finish })
 // `sayMark(row, column)` says the mark in front of its text, `titleOf(row)` is what a person knows the row by.
 export function EditGrid(grid) {
   const { label, columns, rows, active, activate, edit, canEdit, classOf, sayMark, titleOf } = grid;
-  const [typed, setTyped] = useState(null); // the text to start an input with; null when nothing is edited
+  const [editing, setEditing] = useState(null); // {row, column, text to start the input with}
   const box = useRef(null);
   useScrollTo(active, box);
-  const start = (text) => canEdit(active.column) && setTyped(text);
-  const finish = (text, down, right) => {
-    const { row, column } = active;
-    setTyped(null);
-    if (text !== null && text !== (rows[row].cells[column] ?? '')) edit([[row, column, text]]);
+  const { row, column } = active;
+  // Keys that come before the input has the focus follow the one that opened it.
+  const start = (text, more = false) =>
+    canEdit(column) &&
+    setEditing((open) => {
+      if (!open) return { row, column, text };
+      return more ? { ...open, text: open.text + text } : open;
+    });
+  const save = (at, place, text) => {
+    setEditing(null);
+    if (text !== null && text !== (rows[at].cells[place] ?? '')) edit([[at, place, text]]);
+  };
+  const move = (down, right) => {
     activate({ row: within(row + down, rows.length), column: within(column + right, columns.length) });
     box.current.querySelector('table').focus();
   };
-  const renderCell = (row, at, { title }, column) => (
+  const renderCell = ({ cells }, at, { title }, place) => (
     <Cell
-      key={column}
-      text={row.cells[column] ?? ''}
-      mark={sayMark(at, column)}
-      look={canEdit(column) ? classOf(at, column) : `${classOf(at, column)} fixed`}
-      here={at === active.row && column === active.column}
-      activate={() => activate({ row: at, column })}
-      {...{ typed, title, start, finish }}
+      key={place}
+      text={cells[place] ?? ''}
+      mark={sayMark(at, place)}
+      look={canEdit(place) ? classOf(at, place) : `${classOf(at, place)} fixed`}
+      here={at === row && place === column}
+      typed={editing?.row === at && editing.column === place ? editing.text : null}
+      activate={() => activate({ row: at, column: place })}
+      save={(text) => save(at, place, text)}
+      {...{ title, start, move }}
     />
   );
-  const renderRow = (row, at) => (
-    <tr key={row.number} aria-rowindex={at + 2}>
+  const renderRow = (line, at) => (
+    <tr key={line.number} aria-rowindex={at + 2}>
       <th scope="row">
-        <span class="number">{row.number}</span> {titleOf(at)}
+        <span class="number">{line.number}</span> {titleOf(at)}
       </th>
-      {columns.map((column, place) => renderCell(row, at, column, place))}
+      {columns.map((title, place) => renderCell(line, at, title, place))}
     </tr>
   );
   const behaviour = { tabIndex: 0, onKeyDown: useKeys({ ...grid, start }), onPaste: usePaste(grid) };

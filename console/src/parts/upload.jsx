@@ -3,13 +3,16 @@
 import { useRef, useState } from 'preact/hooks';
 import { explain, uploadFile } from '../actions.js';
 import { hashFile } from '../logic/archive.js';
+import { useStore } from '../store.js';
 import { texts } from '../texts.js';
 import { CancelButton, Notice, useClock } from './widgets.jsx';
 
 const words = texts.unit;
-const stallSeconds = 10;
+const stallSeconds = 10; // without a byte that leaves
+const answerSeconds = 60; // without an answer, while a flash is written
 
-// An upload: `start(file)` resolves to whether it went well; meanwhile `sending` is {sent, all, movedAt, cancel}.
+// An upload: `start(file)` resolves to whether it went well; meanwhile `sending` is {sent, all, movedAt, cancel}, `sent`
+// null until its turn has come.
 export function useUpload(job, command) {
   const [sending, setSending] = useState(null);
   const [error, setError] = useState('');
@@ -17,13 +20,13 @@ export function useUpload(job, command) {
     const abort = new AbortController();
     const show = (sent) =>
       setSending({
-        sent: Math.min(sent, file.size),
+        sent: sent === null ? null : Math.min(sent, file.size),
         all: file.size,
         movedAt: Date.now(),
         cancel: () => abort.abort(),
       });
     setError('');
-    show(0);
+    show(null);
     try {
       await uploadFile(job, command, file, { onSent: show, signal: abort.signal });
       return true;
@@ -39,13 +42,24 @@ export function useUpload(job, command) {
 
 function Sending({ sending: { sent, all, movedAt, cancel } }) {
   const silent = Math.floor((useClock(500) - movedAt) / 1000);
+  const { activity } = useStore();
+  if (sent === null) {
+    return (
+      <div class="progress">
+        <progress aria-label={words.upload} />
+        <span role="status">{words.queued(activity?.job)}</span>
+        <CancelButton onClick={cancel} />
+      </div>
+    );
+  }
   const allSent = sent >= all;
+  const stalled = silent >= (allSent ? answerSeconds : stallSeconds);
   return (
     <div class="progress">
       <progress max={all} value={allSent ? undefined : sent} aria-label={words.upload} />
       <span role="status">{allSent ? words.working : words.sending(sent, all)}</span>
-      {!allSent && silent >= stallSeconds && <Notice level="warn">{words.stalled(silent)}</Notice>}
-      {!allSent && <CancelButton onClick={cancel} />}
+      {stalled && <Notice level="warn">{allSent ? words.noAnswer(silent) : words.stalled(silent)}</Notice>}
+      {(!allSent || stalled) && <CancelButton onClick={cancel} />}
     </div>
   );
 }

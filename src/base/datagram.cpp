@@ -1,7 +1,6 @@
 #include "base/datagram.hpp"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -39,11 +38,6 @@ int set_receive_timeout(int socket, std::chrono::microseconds timeout) {
   wait.tv_sec = seconds.count();
   wait.tv_usec = static_cast<decltype(wait.tv_usec)>((timeout - seconds).count());
   return setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
-}
-
-void set_blocking(int socket) {
-  const int flags = fcntl(socket, F_GETFL);
-  if (flags != -1) fcntl(socket, F_SETFL, flags & ~O_NONBLOCK);
 }
 
 void set_multicast_ttl(int socket, std::uint8_t ttl) {

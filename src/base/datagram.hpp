@@ -22,7 +22,6 @@ void close_datagram_socket(int socket);
 // Makes every receive wait at most this long, then fail with EAGAIN. Returns 0, or -1 with errno set.
 int set_receive_timeout(int socket, std::chrono::microseconds timeout);
 
-void set_blocking(int socket);
 void set_multicast_ttl(int socket, std::uint8_t ttl);
 
 // Asks for a receive buffer of that many bytes: beyond the system's limit where we may, up to it elsewhere.

@@ -1,6 +1,7 @@
 #include "base/files.hpp"
 
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,12 +26,14 @@ unique_file open_stream(const char* path, int flags, const char* mode) {
 
 }  // namespace
 
-void open_missing_standard_descriptors() {
+void prepare_standard_descriptors() {
   int descriptor = 0;
   do {
     descriptor = open("/dev/null", O_RDWR);
   } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
   if (descriptor > STDERR_FILENO) close(descriptor);
+  set_blocking(STDIN_FILENO);
+  set_blocking(STDOUT_FILENO);
 }
 
 unique_file open_for_reading(const char* path) {
@@ -62,6 +65,12 @@ void delete_file(const char* path) {
 
 bool file_exists(const char* path) {
   return access(path, F_OK) == 0;
+}
+
+file_mark mark_of(const char* path) {
+  struct stat status {};
+  if (lstat(path, &status) != 0) return {};
+  return {status.st_ino, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
 }
 
 std::size_t read_line(std::FILE* file, std::span<char> line) {
@@ -100,6 +109,17 @@ std::size_t read_available(std::FILE* file, std::span<char> buffer) {
     length = read(fileno(file), buffer.data(), buffer.size());
   } while (length < 0 && errno == EINTR);
   return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
+off_t file_length(std::FILE* file) {
+  struct stat status {};
+  return fstat(fileno(file), &status) == 0 ? status.st_size : 0;
+}
+
+void flush_or_cut_back(std::FILE* file, off_t length) {
+  if (std::fflush(file) == 0 && std::ferror(file) == 0) return;
+  __fpurge(file);
+  [[maybe_unused]] const int result = ftruncate(fileno(file), length);
 }
 
 void copy_stream(std::FILE* from, std::FILE* to) {

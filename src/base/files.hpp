@@ -3,8 +3,10 @@
 #pragma once
 
 #include <dirent.h>
+#include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -14,8 +16,9 @@
 #include "base/handles.hpp"
 
 // Opens the empty device in the place of every standard descriptor that our starter left closed, so that no
-// file or socket of ours takes its number.
-void open_missing_standard_descriptors();
+// file or socket of ours takes its number. Makes standard input and output wait where our starter had them not do
+// so: a body that is late must not pass for one that has ended, and an answer read late must not lose bytes.
+void prepare_standard_descriptors();
 
 // Opens a file for reading; empty when it cannot be opened. Neither this nor open_for_writing waits at a pipe.
 [[nodiscard]] unique_file open_for_reading(const char* path);
@@ -40,6 +43,15 @@ void delete_file(const char* path);
 
 // True when something of that name exists, readable or not.
 [[nodiscard]] bool file_exists(const char* path);
+
+// What changes with every write to a file, and with its replacement: all zero for a missing one.
+struct file_mark {
+  std::uint64_t number = 0;
+  std::int64_t seconds = 0;
+  std::int64_t nanoseconds = 0;
+  bool operator==(const file_mark&) const = default;
+};
+[[nodiscard]] file_mark mark_of(const char* path);
 
 // Reads one line, its line feed included, and terminates it: at most line.size() - 1 bytes; the rest of a
 // longer line comes with the next calls. The buffer is cleared first.
@@ -78,6 +90,13 @@ class line_reader {
 // Reads what there is, at least one byte, waiting for it if need be; for a stream that nobody reads through its
 // own buffer. Returns the number of bytes read; 0 at the end and after a failure.
 [[nodiscard]] std::size_t read_available(std::FILE* file, std::span<char> buffer);
+
+// The length of the file behind a stream of which nothing waits to be written, in bytes; 0 when it has none.
+[[nodiscard]] off_t file_length(std::FILE* file);
+
+// Writes out what waits. When not all that was written to the stream has reached the file, on a full disk, the file
+// is cut back to that length.
+void flush_or_cut_back(std::FILE* file, off_t length);
 
 // Copies what is left of one stream to another, byte for byte, to the end or to the first failure.
 void copy_stream(std::FILE* from, std::FILE* to);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -52,3 +53,9 @@ class unique_fd {
  private:
   int descriptor_;
 };
+
+// Makes reads and writes wait, whatever was asked for before; for a descriptor that is open.
+inline void set_blocking(int descriptor) {
+  const int flags = fcntl(descriptor, F_GETFL);
+  if (flags != -1) fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK);
+}

@@ -1,6 +1,7 @@
 #include "base/shell.hpp"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -56,9 +57,19 @@ class quiet_children {
   unique_fd saved_;
 };
 
+// The client may have left. A tool that printed then would end by SIGPIPE, perhaps ahead of its work: from now on what is
+// written to standard output goes nowhere.
+void drop_answer_that_nobody_reads() {
+  pollfd answer{STDOUT_FILENO, 0, 0};
+  if (poll(&answer, 1, 0) <= 0 || (answer.revents & (POLLERR | POLLHUP)) == 0) return;
+  const unique_fd nowhere{open("/dev/null", O_WRONLY | O_CLOEXEC)};
+  if (nowhere) dup2(nowhere.get(), STDOUT_FILENO);
+}
+
 void prepare_command() {
   put_tools_into_path();
   std::fflush(stdout);
+  drop_answer_that_nobody_reads();
 }
 
 }  // namespace

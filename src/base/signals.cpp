@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <initializer_list>
 
 namespace {
 
@@ -34,9 +35,11 @@ void catch_signal(int number, void (*handler)(int)) {
 }  // namespace
 
 void catch_ending_signals() {
-  catch_signal(SIGPIPE, note_signal);
-  catch_signal(SIGHUP, note_signal);
+  for (const int number : {SIGPIPE, SIGHUP, SIGXFSZ}) catch_signal(number, note_signal);
   catch_signal(SIGTERM, end_standard_input);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
   // Some web servers ignore their children's ends, and we inherit that: no command would have a status.
   std::signal(SIGCHLD, SIG_DFL);
 }

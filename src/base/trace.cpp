@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <new>
 
 #include "base/handles.hpp"
 #include "base/text.hpp"
@@ -57,15 +59,17 @@ void trace_log::append(std::string_view text) {
   write_line(file_, appended_text(path_, buffer_size_, text));
 }
 
-trace_block::trace_block(const char* path) : file_(open_log(path, O_APPEND)) {}
+trace_block::trace_block(const char* path)
+    : file_(open_log(path, O_APPEND)), block_(new (std::nothrow) char[block_size]) {}
 
 bool trace_block::append(std::string_view lines) {
-  if (used_ + lines.size() > block_.size()) write_block();
-  used_ += lines.copy(block_.data() + used_, block_.size() - used_);
+  if (!block_) return false;
+  if (used_ + lines.size() > block_size) write_block();
+  used_ += lines.copy(block_.get() + used_, block_size - used_);
   return static_cast<bool>(file_);
 }
 
 void trace_block::write_block() {
-  if (file_ && write(file_.get(), block_.data(), used_) != static_cast<ssize_t>(used_)) file_ = unique_fd{};
+  if (file_ && write(file_.get(), block_.get(), used_) != static_cast<ssize_t>(used_)) file_ = unique_fd{};
   used_ = 0;
 }

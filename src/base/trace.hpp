@@ -7,8 +7,8 @@
 
 #pragma once
 
-#include <array>
 #include <cstddef>
+#include <memory>
 #include <string_view>
 
 #include "base/handles.hpp"
@@ -46,7 +46,7 @@ class trace_block {
   ~trace_block() { write_block(); }
 
   // Appends the lines, which end in line feeds, at most block_size bytes of them. Returns false once the log
-  // takes no more: further lines are dropped.
+  // takes no more, and without memory: further lines are dropped.
   bool append(std::string_view lines);
 
  private:
@@ -56,5 +56,5 @@ class trace_block {
 
   unique_fd file_;
   std::size_t used_ = 0;
-  std::array<char, block_size> block_;
+  std::unique_ptr<char[]> block_;  // too large for the stack of a server that limits it
 };

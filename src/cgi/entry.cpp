@@ -116,7 +116,7 @@ void trace_request() {
 }  // namespace
 
 int cgiServeRequest(const cgiHooks& hooks) {
-  open_missing_standard_descriptors();
+  prepare_standard_descriptors();
   catch_ending_signals();
   cgiIn = stdin;
   cgiOut = stdout;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -401,9 +402,11 @@ cgiParseResultType cgiReadToBoundary(cgiBodyStream& stream, cgiBoundary which, c
 }
 
 cgiParseResultType cgiParsePostMultipartInput() {
-  cgiBodyStream stream{};
+  // Too large for the stack of a server that limits it.
+  const std::unique_ptr<cgiBodyStream> stream{new (std::nothrow) cgiBodyStream{}};
+  if (!stream) return cgiParseMemory;
   std::int32_t length = 0;
-  switch (cgiReadToBoundary(stream, cgiBoundary::first, {}, length)) {
+  switch (cgiReadToBoundary(*stream, cgiBoundary::first, {}, length)) {
     case cgiParseIO:
       return cgiParseSuccess;
     case cgiParseMemory:
@@ -411,8 +414,8 @@ cgiParseResultType cgiParsePostMultipartInput() {
     case cgiParseSuccess:
       break;
   }
-  while (!body_ends(stream)) {
-    const cgiParseResultType result = read_part(stream);
+  while (!body_ends(*stream)) {
+    const cgiParseResultType result = read_part(*stream);
     if (result != cgiParseSuccess) return result;
   }
   return cgiParseSuccess;

@@ -161,11 +161,14 @@ void kvp_sort() {
 int wctf(const char* path) {
   const unique_file csv = open_for_writing(path, write_mode::append);
   if (!csv || device_count <= 0 || !kvp_table) return 0;
+  const off_t header_length = file_length(csv.get());
   for (std::size_t record = 0; record < static_cast<std::size_t>(device_count); ++record) {
     for (std::size_t slot = 0; slot < static_cast<std::size_t>(key_header_count); ++slot) {
       write_field(csv.get(), slot, kvp_table[record].slots[slot]);
     }
     std::fputs("\r\n", csv.get());
   }
+  // A line that is cut would set a cut value if it was imported again.
+  flush_or_cut_back(csv.get(), header_length);
   return 0;
 }

@@ -6,6 +6,7 @@
 
 #include "base/datagram.hpp"
 #include "base/fixed_text.hpp"
+#include "base/handles.hpp"
 #include "base/shell.hpp"
 #include "base/text.hpp"
 #include "base/trace.hpp"

@@ -27,6 +27,7 @@ constexpr int most_misses = 5;
 
 struct collection {
   std::array<in_addr_t, most_units> senders{};
+  std::array<std::uint8_t, most_units> datagrams{};  // how many each sender sent, up to the most that count
   node_search search;
   trace_log log{"/tmp/mcD.log", command_size};
 };
@@ -37,9 +38,10 @@ fixed_text<INET_ADDRSTRLEN> dotted(in_addr address) {
   return text;
 }
 
-bool is_known(const collection& run, in_addr_t sender) {
+// The sender's place in the table: device_count for one that is not known yet.
+std::size_t find_sender(const collection& run, in_addr_t sender) {
   const std::span known{run.senders.data(), static_cast<std::size_t>(device_count)};
-  return std::ranges::find(known, sender) != known.end();
+  return static_cast<std::size_t>(std::ranges::find(known, sender) - known.begin());
 }
 
 // The number of the node file that holds the sender's answer; -1 when there is none, and its datagram is
@@ -72,9 +74,11 @@ int find_node(collection& run, std::string_view sender) {
 }
 
 void store_datagram(collection& run, in_addr sender, std::string_view text) {
-  const bool known = is_known(run, sender.s_addr);
-  if (!known && static_cast<std::size_t>(device_count) >= run.senders.size()) return;
-  if (!known) run.senders[static_cast<std::size_t>(device_count)] = sender.s_addr;
+  const std::size_t place = find_sender(run, sender.s_addr);
+  if (place >= run.senders.size() || run.datagrams[place] >= most_datagrams_of_a_unit) return;
+  const bool known = place < static_cast<std::size_t>(device_count);
+  run.datagrams[place] = static_cast<std::uint8_t>(known ? run.datagrams[place] + 1 : 1);
+  run.senders[place] = sender.s_addr;
   const auto address = dotted(sender);
   fixed_text<command_size> line;
   line.print("IP=%s", address.c_str());

@@ -1,6 +1,7 @@
 #include "discovery/reply_collection.hpp"
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 
 #include "base/clock.hpp"
@@ -19,6 +20,7 @@ namespace {
 constexpr std::size_t reply_size = 1500;
 constexpr int most_misses_of_a_pass = 6;
 constexpr int most_misses_of_a_unit = 5;
+constexpr std::chrono::seconds longest_flood{1};
 
 void log_exit(const collection_time& time, int misses, int count) {
   fixed_text<short_command_size> line;
@@ -57,13 +59,16 @@ int collect_node_reply(int number) {
   // Unbuffered: what is counted is in the file.
   if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
   std::array<char, reply_size + 1> reply;
-  const collection_time time;
+  const collection_time time{longest_flood};
   std::size_t total = 0;
+  int datagrams = 0;
   int misses = 1;
-  while (!time.over()) {
+  // What comes behind the datagrams that count is read, too: the next unit's answer shall not stand behind it.
+  while (datagrams < most_datagrams_of_a_unit || !time.over()) {
     const int length = receive_datagram(discovery_socket, reply);
     if (length > 0) {
-      if (file) total += std::fwrite(reply.data(), 1, static_cast<std::size_t>(length), file.get());
+      const bool counts = ++datagrams <= most_datagrams_of_a_unit;
+      if (file && counts) total += std::fwrite(reply.data(), 1, static_cast<std::size_t>(length), file.get());
       continue;
     }
     ++misses;

@@ -4,6 +4,7 @@
 //   order           as the answers arrive; a unit that answers twice is listed twice
 //   ends            at 100 ms of silence once a unit is listed, else after about 0.9 s of silence in all; at an
 //                   empty datagram or a socket error; at the latest after 60 s
+//   flood           2,047 units are listed; further answers are dropped
 
 #pragma once
 

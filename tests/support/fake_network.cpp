@@ -15,6 +15,9 @@ namespace {
 constexpr const char* group = "226.0.0.19";
 constexpr in_port_t api_port = 8000;
 
+// Of the settings, the save and the reboot: nobody minds that they come together.
+const std::vector<scripted_answer> acknowledgements(3, {.text = "API=SUCCESS"});
+
 // Waits shortly for one datagram.
 bool receive(int socket, std::string& text, sockaddr_in& sender) {
   std::array<char, 4096> bytes;
@@ -86,8 +89,9 @@ void fake_network::serve() {
       const std::lock_guard lock{mutex_};
       heard_.push_back(request);
     }
-    if (request.find("UNIT.ID=ALL") == std::string::npos) continue;
-    for (const scripted_answer& answer : script_) {
+    if (request.find("UNIT.ID=NONE") != std::string::npos) continue;
+    const bool to_all = request.find("UNIT.ID=ALL") != std::string::npos;
+    for (const scripted_answer& answer : to_all ? script_ : acknowledgements) {
       std::this_thread::sleep_for(answer.wait);
       const int unit = bind_unit_socket(answer.from);
       send(unit, answer.text, sender);

@@ -18,7 +18,7 @@ struct scripted_answer {
 
 class fake_network {
  public:
-  // Answers every query of all units with the whole script.
+  // Answers every query of all units with the whole script, and acknowledges what one unit is told.
   explicit fake_network(std::vector<scripted_answer> script = {});
   fake_network(const fake_network&) = delete;
   fake_network& operator=(const fake_network&) = delete;

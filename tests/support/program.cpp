@@ -43,8 +43,11 @@ pid_t start(const request& sent, int in, int out, int err) {
   dup2(in, STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
-  std::array<char*, 2> arguments{const_cast<char*>(program), nullptr};
-  execve(program, arguments.data(), environment.data());
+  const bool by_shell = !sent.starter.empty();
+  std::string line = sent.starter + " " + program;
+  std::array<char*, 4> arguments{const_cast<char*>(program), nullptr, line.data(), nullptr};
+  if (by_shell) arguments = {const_cast<char*>("sh"), const_cast<char*>("-c"), line.data(), nullptr};
+  execve(by_shell ? "/bin/sh" : program, arguments.data(), environment.data());
   std::perror(program);
   _exit(127);
 }
@@ -62,11 +65,13 @@ request post(const std::string& body, const std::string& type) {
           .body = body};
 }
 
-answer run_program(const request& sent) {
+answer run_program(const request& sent, const std::function<void(pid_t)>& meanwhile) {
   const int in = memory_file(sent.body);
   const int out = memory_file();
   const int err = memory_file();
-  const int status = wait_for(start(sent, in, out, err));
+  const pid_t process = start(sent, in, out, err);
+  if (meanwhile) meanwhile(process);
+  const int status = wait_for(process);
   close(in);
   return {.status = status, .out = take_content(out), .err = take_content(err)};
 }
@@ -79,6 +84,10 @@ int wait_for(pid_t process) {
   int status = 0;
   waitpid(process, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+bool is_sanitized() {
+  return shell_output("grep -c libasan " + std::string{program}) != "0\n";
 }
 
 std::string shell_output(const std::string& command) {

@@ -4,12 +4,14 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <map>
 #include <string>
 
 struct request {
   std::map<std::string, std::string> environment;
   std::string body;
+  std::string starter = {};  // what a shell runs in front of the program, such as "ulimit -n 8; exec"
 };
 
 struct answer {
@@ -22,14 +24,17 @@ struct answer {
 request get(const std::string& query);
 request post(const std::string& body, const std::string& type = "application/x-www-form-urlencoded");
 
-// Runs the program to its end.
-answer run_program(const request& sent);
+// Runs the program to its end. What is done meanwhile is given the number of its process.
+answer run_program(const request& sent, const std::function<void(pid_t)>& meanwhile = {});
 
 // Starts the program with these descriptors as its standard input and output; the caller closes them.
 pid_t start_program(const request& sent, int in, int out);
 
 // Waits for a started program. Returns its status as in `answer`.
 int wait_for(pid_t process);
+
+// Whether the program is built with sanitizers, which take memory and an address space of their own.
+bool is_sanitized();
 
 // Runs a shell command, such as curl or fleet, and returns what it writes to standard output.
 std::string shell_output(const std::string& command);

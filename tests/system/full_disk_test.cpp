@@ -1,12 +1,16 @@
-// Uploads in a unit whose /dev/shm takes one MiB: a file that is not whole goes nowhere.
+// A unit whose /dev/shm and /tmp take one MiB each, and its other folders little more: a file that is not whole goes
+// nowhere.
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "support/files.hpp"
-#include "support/program.hpp"
+#include "discovery/csv_compilation.hpp"
+#include "discovery/device_records.hpp"
+#include "discovery/discovery_state.hpp"
+#include "discovery/key_header.hpp"
+#include "support/quick_site.hpp"
 
 namespace {
 
@@ -18,6 +22,13 @@ answer upload(const std::string& command, std::size_t size) {
   const std::string body = head + "CMD\r\n\r\n" + command + "\r\n" + head + "file; filename=f\r\n\r\n" +
                            std::string(size, 'u') + "\r\n--b--\r\n";
   return run_program(post(body, "multipart/form-data; boundary=b"));
+}
+
+// Fills a folder, but for so many bytes.
+void fill(const std::string& folder, std::size_t left = 0) {
+  write_file(folder + "/left", std::string(left, 'l'));
+  write_file(folder + "/filler", std::string(std::size_t{8} << 20, 'f'));
+  std::filesystem::remove(folder + "/left");
 }
 
 }  // namespace
@@ -61,5 +72,74 @@ TEST(FullDisk, AShortWriteOfStagingIsLogged) {
     EXPECT_EQ(log.substr(log.size() - row.end.size()), row.end);
     EXPECT_EQ(list_folder("/xoem"), lines{});
     EXPECT_EQ(list_folder("/dev/shm"), (lines{"filler", "source_file"}));
+  }
+}
+
+TEST(FullDisk, EveryCommandAnswersAsFarAsItGets) {
+  const quick_site site;
+  lines none_decoded;
+  for (const known_command& command : every_command) {
+    if (!command.uploads()) continue;
+    none_decoded.push_back(command.name + ": " + undecodable);
+    none_decoded.push_back(command.name + " status 255");
+    if (command.name != "UPDATE_FIRMWARE") none_decoded.push_back(command.name + " link stopped\n");
+  }
+  for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
+                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"}) {
+    none_decoded.emplace_back(line);
+  }
+  const std::string no_edid = ": <p>Error: Failed to update EDID</p>\n";
+  struct row {
+    std::string folder;
+    lines expected;
+  };
+  for (const row& row : {
+           row{"/tmp",
+               {"UPDATE_EDID" + no_edid, "UPDATE_EDID1" + no_edid, "UPDATE_EDID2" + no_edid,
+                "UPDATE_EDID3" + no_edid, "GET_CSV_DISCOVER: DISCOVERED CSV DATA: ---\n",
+                "CSV_IMPORT: <p>Failed to import csv file (C)</p>\n",
+                "GET_CSV_IMPORT: No Import CSV File Present\n",
+                "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false", "GET_NODES: Device Listing:\n"}},
+           {"/dev/shm", none_decoded},
+           {"/www", {}},
+           {"/share", {}},
+           {"/config", {}},
+           {"/xoem", {"UPDATE_SPLASH: <p>Failed to update splash</p>\n"}},
+       }) {
+    std::filesystem::remove("/xoem/default.jpg");
+    fill(row.folder);
+    EXPECT_EQ(site.differences(), row.expected) << row.folder;
+    std::filesystem::remove(row.folder + "/filler");
+  }
+}
+
+// What the disk does not take whole could set cut values.
+TEST(FullDisk, ACutImportDoesNotStay) {
+  const std::string failed = page("CSV_IMPORT", "<p>Failed to import csv file (C)</p>\n");
+  write_file("/tmp/import.csv", "old");
+  std::filesystem::rename("/bin/mv", "/bin/kept");
+  write_file("/bin/mv", "#!/bin/sh\nexit 1\n");
+  std::filesystem::permissions("/bin/mv", std::filesystem::perms::all);
+  EXPECT_EQ(upload("CSV_IMPORT", 40'000).out, failed);
+  EXPECT_EQ(read_file("/tmp/import.csv"), "old");
+  std::filesystem::rename("/bin/kept", "/bin/mv");
+  fill("/tmp", 16'384);
+  EXPECT_EQ(upload("CSV_IMPORT", 40'000).out, failed);
+  EXPECT_EQ(read_file("/tmp/import.csv"), "(missing)");
+}
+
+TEST(FullDisk, ACutDiscoveryKeepsItsHeaderAlone) {
+  write_file("/etc/keys.txt", "A\n");
+  device_count = 10'000;
+  for (const bool whole : {true, false}) {
+    std::filesystem::remove("/dev/shm/csv");
+    fill("/dev/shm", whole ? 900'000 : 400'000);
+    ckht(1, "/dev/shm/csv");
+    kvp_alloc();
+    for (; current_record < device_count; ++current_record) kvp_set_value(1, "A", std::string(62, 'a'));
+    wctf("/dev/shm/csv");
+    const std::string csv = read_file("/dev/shm/csv");
+    EXPECT_EQ(csv.size(), whole ? 640'003U : 3U);
+    EXPECT_EQ(csv.substr(0, 3), "A\r\n");
   }
 }

@@ -1,0 +1,103 @@
+#include "support/quick_site.hpp"
+
+namespace {
+
+std::string answer_of(const std::string& unit, const std::string& model, const std::string& words) {
+  return "UNIT.ID=U" + unit + "&X=" + words + "&UNIT.MODEL=" + model + "&IP.ADDRESS=10.77.1." + unit + "&";
+}
+
+std::string csv(const std::string& words) {
+  const std::string columns = "UNIT.SERIAL,UNIT.MODEL,UNIT.ID,";
+  const std::string row = "\r\nS1,TX610," + words + ",\r\n";
+  return columns + std::string(256 - columns.size() - row.size(), 'X') + row;
+}
+
+std::string seen_answer(const known_command& command, const answer& got) {
+  const std::string frame = page(command.name, "|");
+  const std::size_t head = frame.find('|');
+  const std::size_t tail = frame.size() - head - 1;
+  const bool framed = got.out.size() >= head + tail && got.out.starts_with(frame.substr(0, head)) &&
+                      got.out.ends_with(frame.substr(head + 1));
+  if (framed) return got.out.substr(head, got.out.size() - head - tail);
+  return got.out.empty() ? "no answer" : got.out;
+}
+
+bool is_only_line(const std::string& text) {
+  return text.starts_with("Request Method: ") && text.find('\n') == text.size() - 1;
+}
+
+// What a command has left undone, or behind.
+void add_remains(const std::string& name, lines& found) {
+  const std::string link = read_file("/var/link");
+  const bool updates = name == "UPDATE_FIRMWARE";
+  if (link != (updates ? "stopped\n" : "running\n")) found.push_back(name + " link " + link);
+  for (const std::string& file : list_folder("/dev/shm")) {
+    if (file.starts_with("cgic")) found.push_back(name + " left " + file);
+  }
+}
+
+}  // namespace
+
+const std::array<known_command, 17> every_command{{
+    {"UPDATE_FIRMWARE", "<p>Updating firmware ret:0</p>\n"},
+    {"UPDATE_EDID", "<p>Updating edid</p>\n"},
+    {"UPDATE_EDID1", ""},
+    {"UPDATE_EDID2", ""},
+    {"UPDATE_EDID3", ""},
+    {"UPDATE_SPLASH", "<p>Updating splash</p>\n"},
+    {"DISCOVER_ENCODERS", "MYSELF,10.77.0.1,239.77.0.1\nU1,10.77.1.1,\n"},
+    {"DISCOVER_DECODERS", "U2,10.77.1.2,,\n"},
+    {"DISCOVER_DEVICES_API", ""},
+    {"GET_CSV_DISCOVER",
+     "DISCOVERED CSV DATA: Total=2&Ecount=1&Dcount=1~~~\n\n"
+     "UNIT.ID,UNIT.SERIAL,UNIT.MODEL\r\nU1,,TX610\r\nU2,,RX610\r\n"},
+    {"CSV_IMPORT", "<p>Importing csv</p>\n"},
+    {"GET_CSV_IMPORT", csv("f")},
+    {"PERFORM_CSV_IMPORT", ""},
+    {"PERFORM_CSV_UPDATE", "Update Device #0 @  Result is OK\n"},
+    {"CHECK_IMPORT_CSV_STATUS", "true"},
+    {"DISCOVER_DEVICES", ""},
+    {"GET_NODES", "Device Listing:\nIP Name\n"},
+}};
+
+quick_site::quick_site(const std::string& words)
+    : network_({{.text = answer_of("1", "TX610", words), .from = "10.77.1.1"},
+                {.text = answer_of("2", "RX610", words), .from = "10.77.1.2"},
+                {.text = ""}}) {
+  write_file("/etc/keys.txt", "UNIT.ID\nUNIT.SERIAL\nUNIT.MODEL\n");
+}
+
+answer quick_site::run(const request& sent, const std::function<void(pid_t)>& meanwhile) const {
+  const fake_service service{{{"API=SUCCESS"}, {"API=SUCCESS"}}};
+  answer got = run_program(sent, meanwhile);
+  static_cast<void>(
+      shell_output("for i in $(seq 600); do pidof update_fw.sh > /dev/null || exit; sleep 0.1; done"));
+  return got;
+}
+
+lines quick_site::differences(const std::function<void(request&)>& change) const {
+  lines found;
+  for (const known_command& command : every_command) {
+    request sent = ask(command.name);
+    if (change) change(sent);
+    const answer got = run(sent);
+    const std::string body = seen_answer(command, got);
+    if (body != command.body) found.push_back(command.name + ": " + body);
+    if (got.status != 0) found.push_back(command.name + " status " + std::to_string(got.status));
+    if (!got.err.empty() && !is_only_line(got.err)) found.push_back(command.name + " stderr " + got.err);
+    add_remains(command.name, found);
+  }
+  return found;
+}
+
+request ask(const std::string& command, const std::string& words) {
+  request sent = get("CMD=" + command);
+  if (known_command{command, {}}.uploads()) {
+    const std::string head = "--b\r\nContent-Disposition: form-data; name=";
+    sent = post(head + "CMD\r\n\r\n" + command + "\r\n" + head + "file; filename=\"" + words + "\"\r\n\r\n" +
+                    csv(words) + "\r\n--b--\r\n",
+                "multipart/form-data; boundary=b");
+  }
+  sent.environment["UPDATE_FW_SECONDS"] = "0";
+  return sent;
+}

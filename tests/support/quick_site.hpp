@@ -1,0 +1,42 @@
+// A unit whose neighbours answer at once, and a request for each command: all commands can be tried again and again, as
+// none takes longer than its tools do.
+
+#pragma once
+
+#include <array>
+#include <functional>
+#include <string>
+
+#include "support/fake_network.hpp"
+#include "support/files.hpp"
+#include "support/program.hpp"
+
+struct known_command {
+  std::string name;
+  std::string body;  // of its answer at a quick_site that lacks nothing
+  bool uploads() const { return name.starts_with("UPDATE_") || name == "CSV_IMPORT"; }
+};
+
+// The 17 commands, in an order in which the later ones find what the earlier ones leave.
+extern const std::array<known_command, 17> every_command;
+
+class quick_site {
+ public:
+  // An encoder and a decoder answer with these words among their values. The unit S1 takes what it is sent.
+  explicit quick_site(const std::string& words = "x");
+
+  // Runs a request among these units. A firmware update that it starts has ended afterwards.
+  answer run(const request& sent, const std::function<void(pid_t)>& meanwhile = {}) const;
+
+  // Asks for every command, after a change to its request. Returns what differs from a unit without fault, a line each:
+  // "COMMAND: BODY" for another body, "no answer" for an empty one and the answer as it is for one without the frame,
+  // "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE" for a temporary file.
+  lines differences(const std::function<void(request&)>& change = {}) const;
+
+ private:
+  fake_network network_;
+};
+
+// The request for a command. An upload brings a CSV of 256 bytes, by which the unit S1 gets these words as its id, in a
+// file of that name.
+request ask(const std::string& command, const std::string& words = "f");

@@ -1,0 +1,268 @@
+// A unit in trouble: each fault meets every command. A client sees what it should see, the link runs again, and nothing
+// is left behind.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "support/quick_site.hpp"
+
+namespace {
+
+const lines unit_tools{"ast_send_event", "qelparam", "astparam", "node_list", "update_fw.sh"};
+const std::string undecodable = "Status: 500 Error reading form data\r\n\r\n";
+
+std::string tool_path(const std::string& name) {
+  return "/usr/local/bin/" + name;
+}
+
+// How a request may end at a signal: ahead of everything; as one whose body was cut short; else as without it.
+void expect_an_ending(const answer& got, int number, const std::string& whole) {
+  for (const std::string& file : list_folder("/dev/shm")) EXPECT_FALSE(file.starts_with("cgic")) << file;
+  const bool empty_body = got.out == page("", "<p>No command supplied</p>\n");
+  if (got.status < 0) {
+    EXPECT_EQ(tool_calls(), lines{});
+  } else if (number == SIGTERM && (got.status == 255 || empty_body)) {
+    EXPECT_EQ(got.out, empty_body ? got.out : undecodable);
+    EXPECT_EQ(read_file("/var/link"), "stopped\n");
+  } else {
+    EXPECT_EQ(got.status, 0);
+    EXPECT_EQ(got.out, whole);
+    EXPECT_EQ(read_file("/var/link"),
+              whole.find("UPDATE_FIRMWARE") == std::string::npos ? "running\n" : "stopped\n");
+  }
+}
+
+// An answer that is not whole, or something left behind.
+bool is_broken(const std::string& difference) {
+  if (difference.find(refusal(busy_message)) != std::string::npos) return false;
+  return std::ranges::any_of(
+      lines{": Content-type", ": no answer", " left ", " status "},
+      [&](const std::string& sign) { return difference.find(sign) != std::string::npos; });
+}
+
+// The programs that a request starts, with their arguments, sorted; those that were not found stand there, too.
+lines programs_started(const quick_site& site, request sent) {
+  std::filesystem::remove_all("/var/started");
+  std::filesystem::create_directory("/var/started");
+  sent.starter = "exec strace -ff -qq -s 4096 -e trace=execve,execveat -e signal=none -o /var/started/p";
+  sent.environment["ASAN_OPTIONS"] = "detect_leaks=0";  // looking for them cannot be traced
+  site.run(sent);
+  lines started;
+  for (const std::string& file : list_folder("/var/started")) {
+    const std::string calls = read_file("/var/started/" + file);
+    for (std::size_t at = calls.find("execve"); at != std::string::npos; at = calls.find("execve", at + 1)) {
+      started.push_back(calls.substr(at, calls.find("], 0x", at) - at));
+    }
+  }
+  std::ranges::sort(started);
+  return started;
+}
+
+}  // namespace
+
+TEST(Tools, MissingOrFailingOnesAreMissedOnlyWhereTheySpeak) {
+  const quick_site site;
+  EXPECT_EQ(site.differences(), lines{});
+  // The link stays as it was.
+  const lines expected{"UPDATE_FIRMWARE link running\n", "DISCOVER_ENCODERS: MYSELF,,\nU1,10.77.1.1,\n",
+                       "GET_NODES: Device Listing:\n"};
+  std::filesystem::remove("/bin/unix2dos");
+  for (const std::string& name : unit_tools) plant_tool(name, "echo wrong >&2; exit 1");
+  EXPECT_EQ(site.differences(), expected);
+  for (const std::string& name : unit_tools) std::filesystem::remove(tool_path(name));
+  EXPECT_EQ(site.differences(), expected);
+}
+
+// The command waits for it, whatever the server does meanwhile, and goes on as if nothing had been: what other units
+// have answered in the meantime is not lost.
+TEST(Tools, OneThatHangsEndsNothing) {
+  const quick_site site;
+  std::filesystem::remove("/bin/unix2dos");
+  plant_tool("unix2dos", "exec /usr/bin/busybox unix2dos \"$@\"");
+  struct row {
+    std::string tool;
+    std::string command;
+  };
+  for (const row& row : {
+           row{"ast_send_event", "GET_CSV_IMPORT"},
+           {"unix2dos", "CSV_IMPORT"},
+           {"qelparam", "DISCOVER_DEVICES_API"},
+           {"astparam", "DISCOVER_ENCODERS"},
+           {"astparam", "PERFORM_CSV_UPDATE"},
+           {"node_list", "DISCOVER_DEVICES"},
+       }) {
+    const std::string path = tool_path(row.tool);
+    std::filesystem::rename(path, path + ".kept");
+    plant_tool(row.tool, "sleep 1; exec " + path + ".kept \"$@\"");
+    const answer got = site.run(ask(row.command), [&row](pid_t process) {
+      static_cast<void>(
+          shell_output("for i in $(seq 600); do pidof " + row.tool + " && exit; sleep 0.05; done"));
+      for (const int number : {SIGTERM, SIGHUP, SIGPIPE}) kill(process, number);
+    });
+    const auto* command = std::ranges::find(every_command, row.command, &known_command::name);
+    EXPECT_EQ(got.out, page(row.command, row.command == "GET_CSV_IMPORT" ? "No Import CSV File Present\n"
+                                                                         : command->body));
+    EXPECT_EQ(got.status, 0) << row.command;
+    EXPECT_EQ(read_file("/var/link"), "running\n") << row.command;
+    std::filesystem::rename(path + ".kept", path);
+  }
+}
+
+TEST(Files, AMissingFolderIsAnsweredByTheCommandsThatNeedIt) {
+  const quick_site site;
+  const std::string no_edid = ": <p>Error: Failed to update EDID</p>\n";
+  const lines not_staged{
+      "UPDATE_FIRMWARE: <p>Failed to update firmware</p>\n",
+      "UPDATE_EDID: <p>Failed to update edid</p>\n",
+      "UPDATE_EDID1: <p>Failed to update edid</p>\n",
+      "UPDATE_EDID2: <p>Failed to update edid</p>\n",
+      "UPDATE_EDID3: <p>Failed to update edid</p>\n",
+      "UPDATE_SPLASH: <p>Failed to update splash</p>\n",
+      "CSV_IMPORT: <p>Failed to import csv file (JS)</p>\n",
+  };
+  const lines nothing_in_tmp{
+      "UPDATE_EDID" + no_edid,
+      "UPDATE_EDID1" + no_edid,
+      "UPDATE_EDID2" + no_edid,
+      "UPDATE_EDID3" + no_edid,
+      "GET_CSV_DISCOVER: No Discover CSV File Present\n",
+      "CSV_IMPORT: <p>Failed to import csv file (C)</p>\n",
+      "GET_CSV_IMPORT: No Import CSV File Present\n",
+      "PERFORM_CSV_UPDATE: ",
+      "CHECK_IMPORT_CSV_STATUS: false",
+      "GET_NODES: No Nodes Detected\n",
+  };
+  struct row {
+    const char* folder;
+    lines expected;
+  };
+  for (const row& row : {
+           row{"/tmp", nothing_in_tmp},
+           {"/share", {}},
+           {"/config", {}},
+           {"/xoem", {"UPDATE_SPLASH: <p>Failed to update splash</p>\n"}},
+           {"/www/images", {}},
+           {"/www", not_staged},
+       }) {
+    std::filesystem::remove("/www/upload_file.txt");
+    ASSERT_EQ(chmod(row.folder, S_IXUSR), 0);
+    const lines found = site.differences();
+    chmod(row.folder, S_IRWXU);
+    EXPECT_EQ(found, row.expected) << row.folder;
+  }
+}
+
+TEST(Files, APlantedLinkIsNotFollowed) {
+  const quick_site site;
+  write_file("/var/precious", "kept");
+  const lines of_uploads{"/www/upload_file.txt", "/dev/shm/source_file"};
+  const lines of_commands{"/tmp/dbgCGI.log",    "/tmp/MCt.log",      "/tmp/MCm.log",  "/tmp/MCa.log",
+                          "/tmp/mcD.log",       "/tmp/discover.csv", "/tmp/node_0",   "/tmp/node_1",
+                          "/tmp/discover.info", "/tmp/import2.csv",  "/tmp/site.log", "/tmp/edid.edid"};
+  for (const lines& paths : {of_commands, of_uploads}) {
+    for (const std::string& path : paths) {
+      std::filesystem::remove(path);
+      std::filesystem::create_symlink("/var/precious", path);
+    }
+    for (const std::string& difference : site.differences())
+      EXPECT_FALSE(is_broken(difference)) << difference;
+    EXPECT_EQ(read_file("/var/precious"), "kept");
+  }
+}
+
+TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
+  constexpr std::array<int, 3> numbers{SIGTERM, SIGPIPE, SIGHUP};
+  constexpr int rounds = 5;
+  const quick_site site;
+  std::mt19937 random{17};
+  for (const known_command& command : every_command) {
+    const std::string whole = page(command.name, command.body);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(site.run(ask(command.name)).out, whole);
+    const auto longest =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+    for (int round = 0; round < rounds; ++round) {
+      const int number = numbers[random() % numbers.size()];
+      const auto moment = static_cast<unsigned>(random() % static_cast<unsigned>(longest.count()));
+      SCOPED_TRACE(command.name + " " + std::to_string(number) + " after " + std::to_string(moment));
+      write_file("/var/log/tools.log", "");
+      const answer got = site.run(ask(command.name), [number, moment](pid_t process) {
+        usleep(moment);
+        kill(process, number);
+      });
+      expect_an_ending(got, number, whole);
+    }
+  }
+}
+
+TEST(Environment, OfTheServerChangesNothing) {
+  const quick_site site;
+  const std::string touch = "touch /var/owned";
+  write_file("/var/evil", touch + "\n");
+  EXPECT_EQ(site.differences([&touch](request& sent) {
+    for (const char* name : {"ENV", "BASH_ENV", "LD_LIBRARY_PATH"}) sent.environment[name] = "/var/evil";
+    sent.environment["PS4"] = "$(" + touch + ")";
+    sent.environment["SHELLOPTS"] = "xtrace:noexec";
+    sent.environment["IFS"] = "/-_ t";
+    sent.environment["CDPATH"] = "/var";
+    sent.environment["HTTP_COOKIE"] = "() { :; }; " + touch;
+  }),
+            lines{});
+  EXPECT_FALSE(std::filesystem::exists("/var/owned"));
+}
+
+// No byte of a request or of a reply starts a program.
+TEST(Environment, AHostileRequestStartsTheProgramsOfACleanOne) {
+  const std::string evil = "$(touch /var/owned);`touch /var/owned`'|touch /var/owned>&2";
+  std::vector<lines> clean;
+  plant_tool("update_fw.sh", "");
+  write_file("/var/nodes", "10.77.1.1 name\n");
+  {
+    const quick_site site;
+    for (const known_command& command : every_command)
+      clean.push_back(programs_started(site, ask(command.name)));
+  }
+  const quick_site site{evil};
+  write_file("/var/nodes", "10.77.1.1 " + evil + "\n");
+  for (std::size_t i = 0; i < every_command.size(); ++i) {
+    request sent = ask(every_command[i].name, evil);
+    sent.environment["QUERY_STRING"] += "&XCMD=$(touch+/var/owned)&" + evil + "=`touch+/var/owned`";
+    for (const char* name : {"HTTP_COOKIE", "HTTP_REFERER", "HTTP_USER_AGENT", "PATH_INFO", "REMOTE_USER"}) {
+      sent.environment[name] = "() { :; }; " + evil;
+    }
+    EXPECT_EQ(programs_started(site, sent), clean[i]) << every_command[i].name;
+    EXPECT_GE(clean[i].size(), 8U);  // the program, two pidof, two events
+  }
+  EXPECT_FALSE(std::filesystem::exists("/var/owned"));
+}
+
+TEST(Limits, OfTheServerAreMetAsThoseOfTheUnit) {
+  const quick_site site;
+  const auto differences = [&site](const std::string& starter) {
+    return site.differences([&starter](request& sent) { sent.starter = starter + "; exec"; });
+  };
+  EXPECT_EQ(differences("ulimit -n 12"), lines{});
+  EXPECT_EQ(differences(is_sanitized() ? "ulimit -s 256" : "ulimit -s 64"), lines{});
+  for (const char* limit : {"-n 8", "-n 6", "-n 5", "-n 4", "-f 1", "-v 2500", "-v 3500"}) {
+    if (is_sanitized() && limit[1] == 'v') continue;
+    for (const std::string& difference : differences("ulimit " + std::string{limit})) {
+      EXPECT_FALSE(is_broken(difference)) << limit << " " << difference;
+    }
+  }
+  lines no_answers;
+  for (const known_command& command : every_command) no_answers.push_back(command.name + ": no answer");
+  for (const char* closed : {"exec >&-", "exec 2>&- >&-", "exec > /dev/full"}) {
+    EXPECT_EQ(differences(closed), no_answers) << closed;
+  }
+}

@@ -119,7 +119,7 @@ std::string failure_text(cgiEnvironmentResultType result) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  open_missing_standard_descriptors();
+  prepare_standard_descriptors();
   if (argc < 2) return fail("usage: cgi-replay FILE [PROGRAM [ARGUMENT...]]", called_wrongly);
   const cgiEnvironmentResultType result = cgiReadEnvironment(argv[1]);
   if (result != cgiEnvironmentSuccess) return fail(std::string{argv[1]} + " " + failure_text(result));

@@ -204,6 +204,7 @@ function runRow({ number, values, unit, settings }) {
 class ShownRun {
   log = '';
   lines = [];
+  foreign = false; // whether the log is that of another run
 
   constructor({ rows, undo }) {
     this.serials = rows.map(({ serial }) => serial);
@@ -222,6 +223,7 @@ class ShownRun {
   tell(news, over = false, failure = '') {
     Object.assign(this, news);
     const { records, total } = readSiteLog(this.log, this.serials);
+    this.foreign = total !== null && total !== this.waiting.length;
     const known = total === this.waiting.length ? records : this.waiting;
     set({ run: { ...get().run, records: applyResults(known, this.lines, over), over, failure } });
   }
@@ -285,7 +287,9 @@ export async function resumeRun() {
   const ended = await silence(() => shown.log);
   over = true;
   await following;
-  shown.end(texts.configure.resumed, ended || shown.log === '');
+  if (shown.foreign)
+    closeRun(); // another run has taken the log
+  else shown.end(texts.configure.resumed, ended || shown.log === '');
 }
 
 // Uploads to this unit

@@ -4,6 +4,8 @@ import { linesSoFar, readAnswer } from './logic/answer.js';
 import { RequestFailure } from './logic/request_queue.js';
 
 const handler = '/cgi-bin/handler.cgi';
+const watchInterval = 10_000; // milliseconds between looks at a unit that has not answered
+const mostMissed = 3; // looks in a row, until it counts as gone
 const fileLimit = 5000; // milliseconds, within which a unit that is there sends any static file
 
 function requestFor(command, file) {
@@ -22,6 +24,20 @@ function formOf(command, file) {
   return form;
 }
 
+// Ends a request whose unit has gone without closing the connection, which a browser would wait for without an end. The
+// pages are looked at, since that disturbs nothing.
+async function watch(isOver, end) {
+  for (let missed = 0; missed < mostMissed;) {
+    await sleep(watchInterval);
+    if (isOver()) return;
+    missed = await readStatic('/index.html').then(
+      () => 0,
+      () => missed + 1,
+    );
+  }
+  end();
+}
+
 // Sends one command. Options: `file` to upload, `onSent(bytes)` while it leaves, `onLines(lines)` with the answer's lines
 // so far, `signal` to cancel, `limit` in milliseconds. Returns {kind, body} as readAnswer does.
 export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 } = {}) {
@@ -34,8 +50,9 @@ export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 
     const finish = () => resolve(readAnswer(command, request.status, request.responseText));
     request.onload = finish;
     request.timeout = limit;
-    request.onerror = () => resolve({ kind: 'broken', body: '' });
-    request.ontimeout = request.onerror;
+    const breakOff = () => resolve({ kind: 'broken', body: '' });
+    request.onerror = breakOff;
+    request.ontimeout = breakOff;
     request.onabort = () => reject(new RequestFailure('cancelled', command));
     if (onSent) {
       request.upload.onloadstart = () => onSent(0);
@@ -43,6 +60,14 @@ export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 
     }
     if (onLines) request.onprogress = () => onLines(linesSoFar(command, request.responseText));
     signal?.addEventListener('abort', () => request.abort());
+    if (!file)
+      watch(
+        () => request.readyState === XMLHttpRequest.DONE,
+        () => {
+          breakOff();
+          request.abort();
+        },
+      );
     request.send(file ? formOf(command, file) : null);
   });
 }

@@ -219,5 +219,8 @@ await chapter(page, 'another discovery shows the new values', async () => {
   await button('Imported CSV').click();
   await page.getByText('2 records').waitFor();
   assert.deepEqual(await look(page, 'listings'), []);
+  await button('Last discovery').click();
+  await page.getByText('Total=12&Ecount=5&Dcount=7').waitFor();
+  assert.equal(await download(page, 'Download'), content('/tmp/discover.csv'));
 });
 process.exit();

@@ -8,6 +8,7 @@
 
 #include "base/files.hpp"
 #include "base/fixed_text.hpp"
+#include "base/process.hpp"
 #include "base/signals.hpp"
 #include "base/text.hpp"
 #include "base/trace.hpp"
@@ -120,6 +121,8 @@ int cgiServeRequest(const cgiHooks& hooks) {
   catch_ending_signals();
   cgiIn = stdin;
   cgiOut = stdout;
+  // A client may send its next request as soon as it sees the end of this answer.
+  std::atexit(leave_process_list);
   hooks.onCalled();
   capture_environment();
   if (decode_form_data() != cgiParseSuccess) return refuse_form_data();

@@ -69,6 +69,22 @@ TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   EXPECT_EQ(read_file("/tmp/first.answer"), page("GET_NODES", "No Nodes Detected\n"));
 }
 
+// Its answer is at its end, so its client may ask again, though its server has not noticed yet that it is dead.
+TEST(Guard, ARequestRightBehindAnotherIsServed) {
+  request cut = post("CMD=GET_NODES");
+  cut.environment["CONTENT_LENGTH"] = "100";
+  for (const request& first : {get("CMD=GET_NODES"), cut}) {
+    std::array<int, 2> answer{};
+    ASSERT_EQ(pipe2(answer.data(), O_CLOEXEC), 0);
+    const int no_body = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const pid_t process = start_program(first, no_body, answer[1]);
+    close(answer[1]);
+    for (char byte = 0; read(answer[0], &byte, 1) == 1;) continue;
+    EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, page("GET_NODES", "No Nodes Detected\n"));
+    wait_for(process);
+  }
+}
+
 TEST(Guard, ReconnectsAfterEveryCommandButAFirmwareUpdate) {
   const std::string upload = "CMD=UPDATE_FIRMWARE";
   struct row {

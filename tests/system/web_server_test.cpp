@@ -60,10 +60,3 @@ TEST_F(WebServer, TwentyAtOnceGetACompletePageOrTheRefusal) {
     EXPECT_EQ(read_file("/var/link"), "running\n");
   }
 }
-
-TEST_F(WebServer, OneAfterTheOtherIsNeverRefused) {
-  const std::string whole = html("CHECK_IMPORT_CSV_STATUS", "false");
-  for (int i = 0; i < 30; ++i) {
-    ASSERT_EQ(shell_output("curl -s '" + url + "?CMD=CHECK_IMPORT_CSV_STATUS'"), whole) << i;
-  }
-}

@@ -1,0 +1,25 @@
+// Floods without end: too slow for every day.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "support/files.hpp"
+#include "support/program.hpp"
+
+class Flood : public testing::TestWithParam<const char*> {};
+
+TEST_P(Flood, EndsACommandNoLaterThanAfterAMinute) {
+  ASSERT_EQ(
+      std::system("fleet --count 1 --flood 100000000 --gap-ms 1 > /var/fleet.out & for i in $(seq 300); do "
+                  "grep -q ready /var/fleet.out && exit 0; sleep 0.1; done; exit 1"),
+      0);
+  const std::string command = GetParam();
+  const bool lists = command == "DISCOVER_ENCODERS";
+  EXPECT_EQ(run_program(get("CMD=" + command)).out,
+            page(command, lists ? "MYSELF,10.77.0.1,239.77.0.1\nUNIT-002,10.77.1.1,239.77.1.1\n" : ""));
+  EXPECT_EQ(shell_output("grep -c IP= /tmp/mcD.log"), lists ? "" : "32\n");
+  EXPECT_EQ(read_file("/var/link"), "running\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, Flood, testing::Values("DISCOVER_DEVICES_API", "DISCOVER_ENCODERS"));

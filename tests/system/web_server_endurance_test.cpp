@@ -1,0 +1,64 @@
+// The program behind a real web server for long: too slow for every day.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include "support/files.hpp"
+#include "support/program.hpp"
+#include "support/web_server.hpp"
+
+namespace {
+
+const std::string url = "http://127.0.0.1:8080/cgi-bin/handler.cgi";
+
+struct Endurance : testing::Test {
+  Endurance() { start_web_server(); }
+};
+
+// Waits until no request runs any more. Returns what is left then of its processes, and of those that are dead.
+std::string left_processes() {
+  return shell_output(
+      "for i in $(seq 600); do pidof handler.cgi > /dev/null || break; sleep 0.1; done; "
+      "grep -l -e handler.cgi -e ast_send_event -e 'State:.Z' /proc/[0-9]*/status");
+}
+
+}  // namespace
+
+TEST_F(Endurance, AThousandRequestsInARowAreAllServed) {
+  std::string whole = page("CHECK_IMPORT_CSV_STATUS", "false");
+  whole = whole.substr(whole.find("<HTML>"));
+  for (const char* connections : {"keep-alive", "close"}) {
+    const std::string got = shell_output(std::string{"curl -s -H 'Connection: "} + connections + "' '" + url +
+                                         "?CMD=CHECK_IMPORT_CSV_STATUS&n=[1-500]'");
+    std::string expected;
+    for (int i = 0; i < 500; ++i) expected += whole;
+    EXPECT_TRUE(got == expected) << connections << " " << got.size() << " " << got.substr(0, 1000);
+  }
+  EXPECT_EQ(left_processes(), "");
+  EXPECT_EQ(read_file("/var/link"), "running\n");
+}
+
+// Some servers kill a program a few seconds after its client has left.
+TEST_F(Endurance, AMassUpdateOutlivesItsClient) {
+  std::string units = "UNIT.SERIAL,IP.ADDRESS,SIM.SILENT_AT\r\n";
+  std::string csv = "UNIT.SERIAL,UNIT.ID\r\n";
+  for (int i = 0; i < 12; ++i) {
+    const std::string number = std::to_string(i);
+    units += "S" + number + ",10.77.1." + number + (i == 10 ? ",set\r\n" : ",\r\n");
+    csv += "S" + number + ",Hall " + number + "\r\n";
+  }
+  write_file("/var/units.csv", units);
+  write_file("/tmp/import.csv", csv);
+  ASSERT_EQ(
+      std::system("fleet --units /var/units.csv --delay-ms 50 > /var/fleet.out & for i in $(seq 300); do "
+                  "grep -q ready /var/fleet.out && exit 0; sleep 0.1; done; exit 1"),
+      0);
+  EXPECT_NE(shell_output("curl -s -N '" + url + "?CMD=PERFORM_CSV_UPDATE' | grep -m 1 Result").find("#0"),
+            std::string::npos);
+  EXPECT_EQ(left_processes(), "");
+  EXPECT_EQ(shell_output("grep -c 'Got Reply C' /tmp/site.log"), "11\n");
+  EXPECT_EQ(read_file("/var/link"), "running\n");
+}

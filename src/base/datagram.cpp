@@ -73,7 +73,7 @@ bool wait_for_rest(int socket, std::chrono::milliseconds start) {
   socklen_t size = sizeof timeout;
   getsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, &size);
   const std::chrono::milliseconds whole =
-      std::chrono::seconds{timeout.tv_sec} + std::chrono::milliseconds{timeout.tv_usec / 1000};
+      std::chrono::seconds{timeout.tv_sec} + std::chrono::milliseconds{(timeout.tv_usec + 999) / 1000};
   const auto left = std::max(start + whole - steady_time(), std::chrono::milliseconds{0});
   pollfd readable{socket, POLLIN, 0};
   return poll(&readable, 1, whole.count() == 0 ? -1 : static_cast<int>(left.count())) >= 0;
@@ -86,7 +86,9 @@ int receive_datagram(int socket, std::span<char> buffer, sockaddr_in* sender) {
   const std::chrono::milliseconds start = steady_time();
   ssize_t length = receive(socket, buffer, sender, 0);
   while (length < 0 && errno == EINTR) {
-    if (wait_for_rest(socket, start)) length = receive(socket, buffer, sender, MSG_DONTWAIT);
+    if (!wait_for_rest(socket, start)) continue;
+    errno = 0;
+    length = receive(socket, buffer, sender, MSG_DONTWAIT);
   }
   return static_cast<int>(length);
 }

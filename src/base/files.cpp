@@ -97,10 +97,10 @@ std::size_t count_lines(std::FILE* file) {
 }
 
 bool line_reader::next() {
-  errno = 0;
-  if (getline(&line_, &size_, file_) > 0) return true;
-  lacked_memory_ = errno == ENOMEM;
-  return false;
+  const ssize_t length = getline(&line_, &size_, file_);
+  failed_ = length < 0 && std::feof(file_) == 0;
+  length_ = length > 0 ? static_cast<std::size_t>(length) : 0;
+  return length > 0;
 }
 
 std::size_t read_available(std::FILE* file, std::span<char> buffer) {

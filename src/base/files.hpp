@@ -69,21 +69,22 @@ class line_reader {
   line_reader& operator=(const line_reader&) = delete;
   ~line_reader() { std::free(line_); }
 
-  // Reads the next line. Returns false at the end of the file, after a failure, and when there is no memory
+  // Reads the next line. Returns false at the end of the file and after a failure, as when there is no memory
   // for the line.
   [[nodiscard]] bool next();
 
-  // The line with its line feed, up to its first zero byte; valid until the next one is read.
-  [[nodiscard]] std::string_view line() const { return {line_}; }
+  // The line with its line feed, zero bytes and all; valid until the next one is read.
+  [[nodiscard]] std::string_view line() const { return {line_, length_}; }
 
-  // Whether a line did not fit into memory.
-  [[nodiscard]] bool lacked_memory() const { return lacked_memory_; }
+  // Whether something else than the end of the file ended the reading.
+  [[nodiscard]] bool failed() const { return failed_; }
 
  private:
   std::FILE* file_;
   char* line_ = nullptr;
   std::size_t size_ = 0;
-  bool lacked_memory_ = false;
+  std::size_t length_ = 0;
+  bool failed_ = false;
 };
 
 // Reads what there is, at least one byte, waiting for it if need be; for a stream that nobody reads through its

@@ -2,13 +2,21 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <span>
+
+#include "base/growing_array.hpp"
+#include "cgi/state.hpp"
 
 namespace {
 
-// Writes a text into a buffer of `max` bytes and remembers whether all of it fitted.
+// Writes a text into a buffer of `size` bytes and remembers whether all of it fitted.
 class limited_text {
  public:
-  limited_text(char* buffer, int max) : next_(buffer), room_(max > 0 ? max - 1 : 0), writable_(max > 0) {}
+  limited_text(char* buffer, std::size_t size)
+      : next_(buffer), room_(size > 0 ? size - 1 : 0), writable_(size > 0) {}
 
   // Returns false when the byte did not fit.
   bool add(char byte) {
@@ -25,7 +33,7 @@ class limited_text {
 
  private:
   char* next_;
-  int room_;
+  std::size_t room_;
   bool writable_;
   bool empty_ = true;
 };
@@ -38,10 +46,13 @@ std::ptrdiff_t skip_line_ends(const char*& text) {
   return std::max(carriage_returns, line_feeds);
 }
 
+enum class line_ends { keep, drop };
+
 // Returns false when the value did not fit.
-bool copy_with_line_feeds(const char* value, limited_text& copy) {
+bool copy_value(const char* value, line_ends kept, limited_text& copy) {
   while (*value != '\0') {
-    for (std::ptrdiff_t line_feeds = skip_line_ends(value); line_feeds > 0; --line_feeds) {
+    const std::ptrdiff_t run = skip_line_ends(value);
+    for (std::ptrdiff_t line_feeds = kept == line_ends::keep ? run : 0; line_feeds > 0; --line_feeds) {
       if (!copy.add('\n')) return false;
     }
     if (*value != '\0' && !copy.add(*value++)) return false;
@@ -49,16 +60,111 @@ bool copy_with_line_feeds(const char* value, limited_text& copy) {
   return true;
 }
 
-}  // namespace
-
-cgiFormResultType cgiFormString(const char* name, char* result, int max) {
-  limited_text copy{result, max};
+cgiFormResultType copy_first(const char* name, line_ends kept, char* result, int max) {
+  limited_text copy{result, static_cast<std::size_t>(std::max(max, 0))};
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
-  const bool whole = entry == nullptr || copy_with_line_feeds(entry->value.get(), copy);
+  const bool whole = entry == nullptr || copy_value(entry->value.get(), kept, copy);
   copy.terminate();
   if (entry == nullptr) return cgiFormNotFound;
   if (!whole) return cgiFormTruncated;
   return copy.empty() ? cgiFormEmpty : cgiFormSuccess;
+}
+
+std::size_t space_needed(const cgiFormEntry& entry) {
+  return std::strlen(entry.value.get()) + 1;
+}
+
+// The whole value as cgiFormString copies it; null without memory.
+char* new_value(const cgiFormEntry& entry) {
+  const std::size_t space = space_needed(entry);
+  auto* value = new (std::nothrow) char[space];
+  if (value == nullptr) return nullptr;
+  limited_text copy{value, space};
+  static_cast<void>(copy_value(entry.value.get(), line_ends::keep, copy));
+  copy.terminate();
+  return value;
+}
+
+// An array for that many texts, all null, and its end; null without memory.
+char** new_array(std::size_t count) {
+  return new (std::nothrow) char* [count + 1] {};
+}
+
+// Gives up an array for whose texts there is no memory.
+cgiFormResultType no_memory(char*** array) {
+  cgiStringArrayFree(*array);
+  *array = nullptr;
+  return cgiFormMemory;
+}
+
+// A field's name, and its place among all fields.
+struct placed_name {
+  const char* text;
+  std::size_t place;
+};
+
+// Puts the different names in front, in the order in which they first stand. Returns how many there are.
+// Names are sorted, not compared each with each: a request may hold a million of them.
+std::size_t gather_first_names(std::span<placed_name> names) {
+  std::ranges::sort(names, [](const placed_name& left, const placed_name& right) {
+    const int difference = std::strcmp(left.text, right.text);
+    return difference != 0 ? difference < 0 : left.place < right.place;
+  });
+  const auto end =
+      std::unique(names.begin(), names.end(), [](const placed_name& left, const placed_name& right) {
+        return std::strcmp(left.text, right.text) == 0;
+      });
+  std::sort(names.begin(), end,
+            [](const placed_name& left, const placed_name& right) { return left.place < right.place; });
+  return static_cast<std::size_t>(end - names.begin());
+}
+
+}  // namespace
+
+cgiFormResultType cgiFormString(const char* name, char* result, int max) {
+  return copy_first(name, line_ends::keep, result, max);
+}
+
+cgiFormResultType cgiFormStringNoNewlines(const char* name, char* result, int max) {
+  return copy_first(name, line_ends::drop, result, max);
+}
+
+cgiFormResultType cgiFormStringSpaceNeeded(const char* name, int* length) {
+  constexpr std::size_t most = std::numeric_limits<int>::max();
+  const cgiFormEntry* entry = cgiFindFirstEntry(name);
+  *length = entry != nullptr ? static_cast<int>(std::min(space_needed(*entry), most)) : 1;
+  return entry != nullptr ? cgiFormSuccess : cgiFormNotFound;
+}
+
+cgiFormResultType cgiFormStringMultiple(const char* name, char*** result) {
+  std::size_t count = 0;
+  for (const cgiFormEntry* entry = cgiFindFirstEntry(name); entry != nullptr; entry = cgiFindNextEntry()) {
+    ++count;
+  }
+  *result = new_array(count);
+  if (*result == nullptr) return cgiFormMemory;
+  char** value = *result;
+  for (const cgiFormEntry* entry = cgiFindFirstEntry(name); entry != nullptr; entry = cgiFindNextEntry()) {
+    *value = new_value(*entry);
+    if (*value++ == nullptr) return no_memory(result);
+  }
+  return count > 0 ? cgiFormSuccess : cgiFormNotFound;
+}
+
+cgiFormResultType cgiFormEntries(char*** result) {
+  *result = nullptr;
+  growing_array<placed_name> names;
+  for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
+    if (!names.append({entry->name.get(), names.items().size()})) return cgiFormMemory;
+  }
+  const std::size_t count = gather_first_names(names.items());
+  *result = new_array(count);
+  if (*result == nullptr) return cgiFormMemory;
+  for (std::size_t i = 0; i < count; ++i) {
+    (*result)[i] = cgiCopyText(names.items()[i].text).release();
+    if ((*result)[i] == nullptr) return no_memory(result);
+  }
+  return cgiFormSuccess;
 }
 
 void cgiStringArrayFree(char** array) {

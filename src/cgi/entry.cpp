@@ -17,6 +17,7 @@
 #include "cgi/multipart.hpp"
 #include "cgi/state.hpp"
 #include "cgi/urlencoded.hpp"
+#include "cgi/variables.hpp"
 
 namespace {
 
@@ -50,30 +51,10 @@ void capture_content_type() {
 }
 
 void capture_environment() {
-  cgiServerSoftware = variable("SERVER_SOFTWARE");
-  cgiServerName = variable("SERVER_NAME");
-  cgiGatewayInterface = variable("GATEWAY_INTERFACE");
-  cgiServerProtocol = variable("SERVER_PROTOCOL");
-  cgiServerPort = variable("SERVER_PORT");
-  cgiRequestMethod = variable("REQUEST_METHOD");
+  for (const cgiVariable& captured : cgiVariables) *captured.value = variable(captured.name);
   std::fprintf(stderr, "Request Method: %s\n", cgiRequestMethod);
-  cgiPathInfo = variable("PATH_INFO");
-  cgiPathTranslated = variable("PATH_TRANSLATED");
-  cgiScriptName = variable("SCRIPT_NAME");
-  cgiQueryString = variable("QUERY_STRING");
-  cgiRemoteHost = variable("REMOTE_HOST");
-  cgiRemoteAddr = variable("REMOTE_ADDR");
-  cgiAuthType = variable("AUTH_TYPE");
-  cgiRemoteUser = variable("REMOTE_USER");
-  cgiRemoteIdent = variable("REMOTE_IDENT");
   capture_content_type();
   cgiContentLength = leading_number(variable("CONTENT_LENGTH"));
-  cgiAccept = variable("HTTP_ACCEPT");
-  cgiUserAgent = variable("HTTP_USER_AGENT");
-  cgiReferrer = variable("HTTP_REFERER");
-  cgiCookie = variable("HTTP_COOKIE");
-  cgiIn = stdin;
-  cgiOut = stdout;
 }
 
 // The announced length is only a promise: a length for which there is no memory, and a body that ends before
@@ -138,6 +119,8 @@ void trace_request() {
 int cgiServeRequest(const cgiHooks& hooks) {
   prepare_standard_descriptors();
   catch_ending_signals();
+  cgiIn = stdin;
+  cgiOut = stdout;
   // A client may send its next request as soon as it sees the end of this answer.
   std::atexit(leave_process_list);
   hooks.onCalled();

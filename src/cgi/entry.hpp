@@ -6,7 +6,7 @@
 
 // What the application hands to the request layer.
 struct cgiHooks {
-  void (*onCalled)();  // before anything of the request is read; may answer and end the process
+  void (*onCalled)();  // before anything of the request is read; may answer on cgiOut and end the process
   int (*main)();       // answers the request; its result is ignored
   int (*onClose)();    // after everything of the request is released; its result becomes the exit status
 };

@@ -7,6 +7,7 @@
 #include "base/files.hpp"
 #include "base/text.hpp"
 #include "cgi/state.hpp"
+#include "cgi/variables.hpp"
 
 namespace {
 
@@ -70,6 +71,8 @@ void cgiFreeResources() {
   }
   last_entry = nullptr;
   search_position = nullptr;
+  if (cgiRestored != 0) cgiReleaseVariables();
+  cgiRestored = 0;
 }
 
 int cgiStrEqNc(const char* left, const char* right) {

@@ -1,7 +1,7 @@
 // Form entries: every field of a request, however it arrived, is one cgiFormEntry in one list.
 //   order   as the fields stand in the input; names need not be unique, lookups take the first match
 //   owner   the list owns its entries, an entry owns its texts and its temporary file
-//   life    filled by exactly one decoder, released once by cgiFreeResources
+//   life    filled by exactly one decoder, or from a capture file; released once by cgiFreeResources
 
 #pragma once
 
@@ -23,6 +23,9 @@ struct cgiFormEntry {
   cgiFormEntry* next;   // null in the last entry
 };
 
+// The pattern of the paths of temporary files.
+inline constexpr std::string_view cgiTemporaryFiles = "/dev/shm/cgicXXXXXX";
+
 // What a body decoder returns.
 enum cgiParseResultType {
   cgiParseSuccess,  // 0: all fields are in the list
@@ -36,7 +39,7 @@ enum cgiFormResultType {
   cgiFormTruncated,      // 1: the text was cut to fit the caller's buffer
   cgiFormBadType,        // 2: the value is not a number
   cgiFormEmpty,          // 3: the value is empty, or nothing of it was kept
-  cgiFormNotFound,       // 4: no field of that name
+  cgiFormNotFound,       // 4: no field of that name; for the multi-choice readers also: nothing matched
   cgiFormConstrained,    // 5: the number was clamped to the given range
   cgiFormNoSuchChoice,   // 6: the value equals none of the given choices
   cgiFormMemory,         // 7: memory ran out
@@ -64,7 +67,8 @@ enum cgiFormResultType {
 [[nodiscard]] const cgiFormEntry* cgiFindFirstEntry(const char* name);
 [[nodiscard]] const cgiFormEntry* cgiFindNextEntry();
 
-// Releases the whole list and deletes the temporary files it names.
+// Releases the whole list and deletes the temporary files it names. With cgiRestored the captured variables
+// become empty too.
 void cgiFreeResources();
 
 // 1 when both texts are equal without regard to the case of ASCII letters, else 0.

@@ -317,7 +317,7 @@ cgiParseResultType read_plain_field(cgiBodyStream& stream, const part_headers& p
 }
 
 cgiParseResultType read_upload(cgiBodyStream& stream, const part_headers& part) {
-  temp_file temporary{"/dev/shm/cgicXXXXXX"};
+  temp_file temporary{cgiTemporaryFiles};
   if (temporary.path().empty()) return cgiParseIO;
   // One that cannot be opened again stays empty, and the content goes to memory as that of a plain field.
   unique_file content = open_for_update(temporary.path().c_str());

@@ -28,4 +28,5 @@ constinit std::FILE* cgiIn = nullptr;
 constinit std::FILE* cgiOut = nullptr;
 
 constinit cgiFormEntry* cgiFormEntryFirst = nullptr;
+constinit int cgiRestored = 0;
 constinit int cgiReconnectOnClose = 0;

@@ -8,17 +8,19 @@
 
 #include "base/files.hpp"
 
-cgiFormResultType cgiFormFileName(const char* name, char* result, int max) {
-  const cgiFormEntry* entry = cgiFindFirstEntry(name);
-  const std::string_view file_name = entry != nullptr ? entry->fileName.get() : "";
-  const std::size_t room = max > 0 ? static_cast<std::size_t>(max - 1) : 0;
-  if (max > 0) result[file_name.copy(result, room)] = '\0';
-  if (entry == nullptr) return cgiFormNotFound;
-  if (file_name.empty()) return cgiFormNoFileName;
-  return file_name.size() > room ? cgiFormTruncated : cgiFormSuccess;
-}
-
 namespace {
+
+// Copies one text of the first field of that name; `missing` is the result when it is empty.
+cgiFormResultType copy_text(const char* name, cgiText cgiFormEntry::*text, cgiFormResultType missing,
+                            char* result, int max) {
+  const cgiFormEntry* entry = cgiFindFirstEntry(name);
+  const std::string_view found = entry != nullptr ? (entry->*text).get() : "";
+  const std::size_t room = max > 0 ? static_cast<std::size_t>(max - 1) : 0;
+  if (max > 0) result[found.copy(result, room)] = '\0';
+  if (entry == nullptr) return cgiFormNotFound;
+  if (found.empty()) return missing;
+  return found.size() > room ? cgiFormTruncated : cgiFormSuccess;
+}
 
 // Finds the first field of that name. Returns cgiFormSuccess when it is an upload, else why there is none.
 cgiFormResultType find_upload(const char* name, const cgiFormEntry*& entry) {
@@ -28,6 +30,14 @@ cgiFormResultType find_upload(const char* name, const cgiFormEntry*& entry) {
 }
 
 }  // namespace
+
+cgiFormResultType cgiFormFileName(const char* name, char* result, int max) {
+  return copy_text(name, &cgiFormEntry::fileName, cgiFormNoFileName, result, max);
+}
+
+cgiFormResultType cgiFormFileContentType(const char* name, char* result, int max) {
+  return copy_text(name, &cgiFormEntry::contentType, cgiFormNoContentType, result, max);
+}
 
 cgiFormResultType cgiFormFileSize(const char* name, int* size) {
   const cgiFormEntry* entry = nullptr;

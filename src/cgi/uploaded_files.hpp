@@ -17,6 +17,9 @@ using cgiFilePtr = cgiFile*;
 // did not fit, or cgiFormNotFound with an empty copy.
 cgiFormResultType cgiFormFileName(const char* name, char* result, int max);
 
+// The same for the content type that the client gave the file; cgiFormNoContentType when there is none.
+cgiFormResultType cgiFormFileContentType(const char* name, char* result, int max);
+
 // Stores the length of the file in bytes; `size` may be null. Returns cgiFormSuccess, or with a size of 0
 // cgiFormNotAFile for a plain field, cgiFormNotFound.
 cgiFormResultType cgiFormFileSize(const char* name, int* size);

@@ -30,7 +30,7 @@ extern std::int32_t decoder_count;
 inline constexpr std::size_t most_units = 2047;
 
 // The most datagrams that a discovery takes from one unit; further ones are a flood: read and dropped.
-inline constexpr int most_datagrams_of_a_unit = 32;
+inline constexpr int most_datagrams_of_a_unit = 255;
 
 // The senders of the first pass, in network byte order; cleared and filled by hsdr.
 extern std::array<in_addr_t, most_units> node_addresses;
@@ -64,7 +64,8 @@ struct kvp_record {
 };
 
 // The device records, device_count of them, and the one that kvp_set_value fills. Null outside a compilation
-// or import. Written by kvp_alloc, kvp_free, kvp_parse_reply and read_import_csv.
+// or import. Written by kvp_alloc, kvp_free, kvp_parse_reply, load_import_csv and, as to marks, the checks before a
+// mass update.
 extern zeroed_pointer<kvp_record> kvp_table;
 extern int current_record;
 
@@ -76,6 +77,7 @@ struct vdt_record {
   std::uint32_t flags = 0;  // marks of the checks before a mass update, see massupdate/checks.hpp
 };
 
-// The valid device table, parallel to kvp_table. Written by vdt_alloc, vdt_free and kvp_set_value.
+// The valid device table, parallel to kvp_table. Written by vdt_alloc, vdt_free, kvp_set_value and, as to
+// flags, the checks before a mass update.
 extern zeroed_pointer<vdt_record> vdt;
 extern int vdt_count;

@@ -6,7 +6,7 @@
 //   new sender     its datagram begins /tmp/node_N, N = device_count, which then grows by one; at most 2,047
 //   known sender   its datagram goes to the first node file that names the sender's address (node_search.hpp),
 //                  which may be another unit's, or nowhere when none does
-//   flood          of one sender 32 datagrams are taken; further ones are dropped and not logged
+//   flood          of one sender 255 datagrams are taken; further ones are dropped and not logged
 //   logs           /tmp/mcD.log, what became of each datagram; /tmp/MCa.log, how the listening ended
 
 #pragma once

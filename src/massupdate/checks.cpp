@@ -77,13 +77,62 @@ class seen_texts {
   zeroed_pointer<entry> entries_;
 };
 
-// One table under a check, with its two sides: the text that a record has for an identity, null for none, and
-// the mark that it gets there.
-struct checked_table {
-  const char* name;
-  std::size_t records;
-  const identity_text* (*text)(std::size_t record, std::size_t which);
-  void (*mark)(std::size_t record, std::size_t which);
+// The two tables under a check. `text` is what a record holds for an identity, null when it holds nothing; `mark`
+// notes that another record holds the same.
+class unit_identities {
+ public:
+  static constexpr const char* name = "vdt";
+
+  [[nodiscard]] static std::size_t count() { return static_cast<std::size_t>(vdt_count); }
+  [[nodiscard]] static const identity_text* text(std::size_t record, std::size_t which) {
+    return &(vdt[record].*identities[which].text);
+  }
+  static void mark(std::size_t record, std::size_t which) { vdt[record].flags |= identities[which].mark; }
+};
+
+class record_identities {
+ public:
+  static constexpr const char* name = "kvp";
+
+  // Finds the columns that bear an identity's key: of them, a record takes part with the first that it holds.
+  record_identities() {
+    for (std::size_t which = 0; which < identities.size(); ++which) {
+      for (std::size_t column = 0; column < static_cast<std::size_t>(import_header_count); ++column) {
+        const bool bears = equal_no_case(import_header_table[column].key.view(), identities[which].key);
+        if (bears) columns_[which].numbers[columns_[which].count++] = column;
+      }
+    }
+  }
+
+  [[nodiscard]] static std::size_t count() {
+    return static_cast<std::size_t>(kvp_table ? current_record : 0);
+  }
+  [[nodiscard]] const identity_text* text(std::size_t record, std::size_t which) const {
+    const key_header_entry* found = slot(record, which);
+    return found != nullptr ? &found->value : nullptr;
+  }
+  void mark(std::size_t record, std::size_t which) const {
+    std::uint16_t& status = slot(record, which)->status;
+    status = static_cast<std::uint16_t>(status | identities[which].mark);
+    std::uint16_t& flags = kvp_table[record].record_flags;
+    flags = static_cast<std::uint16_t>(flags | duplicate_record);
+  }
+
+ private:
+  struct column_list {
+    std::array<std::size_t, header_slots> numbers;
+    std::size_t count = 0;
+  };
+
+  [[nodiscard]] key_header_entry* slot(std::size_t record, std::size_t which) const {
+    for (const std::size_t column : std::span{columns_[which].numbers}.first(columns_[which].count)) {
+      key_header_entry& held = kvp_table[record].slots[column];
+      if (!held.key.empty()) return &held;
+    }
+    return nullptr;
+  }
+
+  std::array<column_list, identities.size()> columns_;
 };
 
 // A record that shares an identity, and the first one that shares it: from that one's turn on the record bears
@@ -97,8 +146,9 @@ constexpr std::uint32_t no_turn = UINT32_MAX;
 
 // Marks the records that share the identity and notes the turn in which each gets its mark.
 // Returns false without memory.
-bool mark_equals(const checked_table& table, std::size_t which, std::span<std::uint32_t> turns) {
-  seen_texts seen{table.records};
+template <typename Table>
+bool mark_equals(const Table& table, std::size_t which, std::span<std::uint32_t> turns) {
+  seen_texts seen{turns.size()};
   if (!seen) return false;
   for (std::uint32_t record = 0; record < turns.size(); ++record) {
     const identity_text* text = table.text(record, which);
@@ -114,10 +164,11 @@ bool mark_equals(const checked_table& table, std::size_t which, std::span<std::u
 }
 
 // Finds the marked records, ordered by the turn in which they get their mark. Returns false without memory.
-bool find_twins(const checked_table& table, growing_array<twin>& twins) {
-  const auto turns = zeroed_array<std::uint32_t>(table.records);
+template <typename Table>
+bool find_twins(const Table& table, growing_array<twin>& twins) {
+  const auto turns = zeroed_array<std::uint32_t>(table.count() + 1);
   if (!turns) return false;
-  const std::span marked_in_turn{turns.get(), table.records};
+  const std::span marked_in_turn{turns.get(), table.count()};
   std::ranges::fill(marked_in_turn, no_turn);
   for (std::size_t which = 0; which < identities.size(); ++which) {
     if (!mark_equals(table, which, marked_in_turn)) return false;
@@ -156,18 +207,18 @@ class pair_line {
 
 // Logs every pair whose second record bears a mark by then. The first `marked` twins do, in the order of their
 // records.
-void log_pairs(const checked_table& table, std::span<twin> twins) {
+void log_pairs(const char* table, std::size_t records, std::span<twin> twins) {
   trace_block log{unit::site_log};
   std::size_t marked = 0;
   const std::uint32_t first_turn = twins.empty() ? 0 : twins.front().marked_in_turn;
-  for (std::uint32_t turn = first_turn; !twins.empty() && turn < table.records; ++turn) {
+  for (std::uint32_t turn = first_turn; !twins.empty() && turn < records; ++turn) {
     const std::size_t before = marked;
     while (marked < twins.size() && twins[marked].marked_in_turn == turn) ++marked;
     const auto start = twins.begin();
     std::inplace_merge(start, start + static_cast<std::ptrdiff_t>(before),
                        start + static_cast<std::ptrdiff_t>(marked),
                        [](const twin& left, const twin& right) { return left.record < right.record; });
-    pair_line line{table.name, turn};
+    pair_line line{table, turn};
     for (const twin& second : twins.first(marked)) {
       if (second.record != turn && !log.append(line.with(second.record))) return;
     }
@@ -175,43 +226,12 @@ void log_pairs(const checked_table& table, std::span<twin> twins) {
 }
 
 // Returns false when there was no memory for it.
-bool check_duplicates(const checked_table& table) {
+template <typename Table>
+bool check_duplicates(const Table& table) {
   growing_array<twin> twins;
   if (!find_twins(table, twins)) return false;
-  log_pairs(table, twins.items());
+  log_pairs(Table::name, table.count(), twins.items());
   return true;
-}
-
-const identity_text* unit_text(std::size_t record, std::size_t which) {
-  return &(vdt[record].*identities[which].text);
-}
-
-void mark_unit(std::size_t record, std::size_t which) {
-  vdt[record].flags |= identities[which].mark;
-}
-
-// The slot with which a record takes part in the comparison of an identity; null when it holds none.
-key_header_entry* identity_slot(std::size_t record, std::size_t which) {
-  const auto count = static_cast<std::size_t>(import_header_count);
-  for (std::size_t column = 0; column < count; ++column) {
-    // The record's own slots are looked at only where the column bears the key: they lie far apart in memory.
-    if (!equal_no_case(import_header_table[column].key.view(), identities[which].key)) continue;
-    key_header_entry& slot = kvp_table[record].slots[column];
-    if (!slot.key.empty()) return &slot;
-  }
-  return nullptr;
-}
-
-const identity_text* record_text(std::size_t record, std::size_t which) {
-  const key_header_entry* slot = identity_slot(record, which);
-  return slot != nullptr ? &slot->value : nullptr;
-}
-
-void mark_record(std::size_t record, std::size_t which) {
-  key_header_entry& slot = *identity_slot(record, which);
-  slot.status = static_cast<std::uint16_t>(slot.status | identities[which].mark);
-  std::uint16_t& flags = kvp_table[record].record_flags;
-  flags = static_cast<std::uint16_t>(flags | duplicate_record);
 }
 
 void log_text(const char* text) {
@@ -229,14 +249,13 @@ void duplicate_check_vdt() {
     return;
   }
   // Without memory the units stay unmarked, which changes nothing but the log.
-  static_cast<void>(check_duplicates({"vdt", static_cast<std::size_t>(vdt_count), unit_text, mark_unit}));
+  static_cast<void>(check_duplicates(unit_identities{}));
   log_text("    END duplicate_check_vdt():");
 }
 
 void duplicate_check_kvp() {
   log_text("    BEGIN duplicate_check_kvp():");
-  const auto records = static_cast<std::size_t>(kvp_table ? current_record : 0);
-  if (!check_duplicates({"kvp", records, record_text, mark_record})) kvp_free();
+  if (!check_duplicates(record_identities{})) kvp_free();
   log_text("    END duplicate_check_kvp():");
 }
 

@@ -45,6 +45,8 @@ constexpr auto rename_table = std::to_array<rename_row>({
     {"UNIT.ID", "UNIT.SET_ID"},
     {"DANTE.DEVICE_NAME", "DANTE.SET_DEVICE_NAME"},
 });
+static_assert(std::ranges::all_of(rename_table,
+                                  [](const rename_row& row) { return row.sent_as.size() < 64; }));
 
 // What a send or a receive on the discovery socket came to.
 struct exchange_step {

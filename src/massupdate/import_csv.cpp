@@ -29,8 +29,13 @@ std::int32_t count_data_lines(const char* path) {
   return lines > 0 ? static_cast<std::int32_t>(std::min(lines, most_lines) - 1) : 0;
 }
 
+bool holds_zero_byte(std::string_view text) {
+  return text.find('\0') != std::string_view::npos;
+}
+
 // Returns the new slot, or -1 when the key is refused.
 int add_key(std::string_view key) {
+  if (holds_zero_byte(key)) return -1;
   const int fill = akkh(import_mode, key);
   return fill > 0 ? fill - 1 : -1;
 }
@@ -88,6 +93,8 @@ void mark_model(std::string_view model) {
 }
 
 void read_record(std::string_view line, const column_slots& slots) {
+  // What stands in front of a zero byte would pass for a whole serial or address.
+  if (holds_zero_byte(line)) return;
   std::size_t column = 0;
   std::size_t comma = 0;
   for (; column < columns && (comma = line.find(',')) != std::string_view::npos; ++column) {
@@ -99,7 +106,8 @@ void read_record(std::string_view line, const column_slots& slots) {
   if (column < columns) store_value(slots[column], text_before_line_end(line));
 }
 
-// Reads the file into the records. Without memory for a line the records are given up and all lines counted.
+// Reads the file into the records. When it cannot be read to its end, as without memory for a line, the records
+// are given up and all lines counted.
 void read_records(const char* path) {
   const unique_file file = open_for_reading(path);
   if (!file) return;
@@ -110,7 +118,7 @@ void read_records(const char* path) {
       if (kvp_table) read_record(lines.line(), slots);
     }
   }
-  if (!lines.lacked_memory()) return;
+  if (!lines.failed()) return;
   kvp_free();
   current_record = device_count;
 }

@@ -5,6 +5,7 @@
 //                 sent a cut value; an empty one stores nothing
 //   quotes        enclose a cell that holds a comma, and only such a one, when another cell follows; a quoted
 //                 cell without a comma stores nothing; a doubled quote is no special one
+//   zero byte     in a line: a record that stores nothing; in a header field: the field is refused
 //   last cell     taken as it stands, quotes included; an empty one stores its key; its model is not looked at
 
 #pragma once

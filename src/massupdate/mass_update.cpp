@@ -18,7 +18,7 @@ namespace {
 void read_own_serial(fixed_text<64>& serial) {
   fixed_text<64> line;
   if (shell_first_line("astparam g UNIT.SERIAL", line) == first_line::not_started) return;
-  serial.assign_cut(without_line_end(line.view()));
+  serial.assign_cut(text_before_line_end(line.view()));
 }
 
 bool is_this_unit(const kvp_record& record, const fixed_text<64>& own_serial) {

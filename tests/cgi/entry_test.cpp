@@ -20,7 +20,7 @@ namespace {
 
 // Hooks that write down what they see.
 void called() {
-  std::printf("called:%s\n", cgiRequestMethod);
+  std::fprintf(cgiOut, "called:%s\n", cgiRequestMethod);
 }
 
 int print_request() {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "cgi/state.hpp"
+#include "support/fields.hpp"
 #include "support/files.hpp"
 #include "support/program.hpp"
 
@@ -39,12 +39,7 @@ std::FILE* input_of(const std::string& content, std::size_t piece) {
   return fdopen(ends[0], "r");
 }
 
-struct field {
-  std::string name, value, file_name = "", type = "";
-  bool operator==(const field&) const = default;
-};
-
-// What a body is decoded to. The value of an upload is the content of its temporary file.
+// What a body is decoded to.
 struct decoded {
   int result;
   std::vector<field> fields;
@@ -53,9 +48,7 @@ struct decoded {
 
 std::ostream& operator<<(std::ostream& out, const decoded& got) {
   out << "result " << got.result;
-  for (const field& each : got.fields) {
-    out << " [" << each.name << "|" << each.value << "|" << each.file_name << "|" << each.type << "]";
-  }
+  for (const field& each : got.fields) out << " " << each;
   return out;
 }
 
@@ -65,21 +58,7 @@ decoded decode(const std::string& boundary, const std::string& body, std::size_t
   cgiIn = input_of(body + "never read", piece);
   decoded got{cgiParsePostMultipartInput(), {}};
   std::fclose(cgiIn);
-  for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    const bool is_file = entry->tfileName[0] != '\0';
-    std::string value{entry->value.get(), is_file ? 0U : static_cast<std::size_t>(entry->valueLength)};
-    EXPECT_EQ(entry->value[value.size()], '\0');
-    if (is_file) {
-      struct stat about {};
-      stat(entry->tfileName.get(), &about);
-      EXPECT_EQ(about.st_mode, S_IFREG | 0600U);
-      value = read_file(entry->tfileName.get());
-      EXPECT_EQ(value.size(), entry->valueLength);
-    }
-    got.fields.push_back({entry->name.get(), value, entry->fileName.get(), entry->contentType.get()});
-  }
-  cgiFreeResources();
-  EXPECT_EQ(list_folder("/dev/shm"), lines{});
+  got.fields = take_fields();
   return got;
 }
 

@@ -10,6 +10,7 @@ import { createReadStream } from 'node:fs';
 import { createInterface } from 'node:readline';
 import { text } from 'node:stream/consumers';
 import { promisify } from 'node:util';
+import { openPage } from './browser.mjs';
 
 const command = 'UPDATE_SPLASH';
 
@@ -41,7 +42,7 @@ const clients = {
 
   // Submits the page's form.
   async chromium_form(url) {
-    const page = await openBrowser();
+    const page = await openPage();
     return async (path) => {
       await page.goto(new URL(formPage, url).href);
       await page.setInputFiles(fileInput, path);
@@ -52,34 +53,22 @@ const clients = {
 
   // A script of the page sends the file chosen there.
   async chromium_fetch(url) {
-    const page = await openBrowser();
+    const page = await openPage();
     await page.goto(new URL(formPage, url).href);
     return async (path) => {
       await page.setInputFiles(fileInput, path);
-      return page.evaluate(async ({ url, command, fileInput }) => {
-        const form = new FormData();
-        form.append('file', document.querySelector(fileInput).files[0]);
-        form.append('CMD', command);
-        return (await fetch(url, { method: 'POST', body: form })).text();
-      }, { url, command, fileInput });
+      return page.evaluate(
+        async ({ url, command, fileInput }) => {
+          const form = new FormData();
+          form.append('file', document.querySelector(fileInput).files[0]);
+          form.append('CMD', command);
+          return (await fetch(url, { method: 'POST', body: form })).text();
+        },
+        { url, command, fileInput },
+      );
     };
   },
 };
-
-// Starts Debian's Chromium past its launcher, which wants settings of /etc that a unit lacks. /dev/shm stays the
-// handler's own, file names are UTF-8, and no wait has a limit: the test that started the script has one.
-async function openBrowser() {
-  const { chromium } = await import('playwright-core');
-  const browser = await chromium.launch({
-    executablePath: '/usr/lib/chromium/chromium',
-    args: ['--no-sandbox', '--disable-gpu', '--disable-dev-shm-usage'],
-    env: { ...process.env, LC_ALL: 'C.UTF-8' },
-    timeout: 0,
-  });
-  const page = await browser.newPage();
-  page.setDefaultTimeout(0);
-  return page;
-}
 
 const [client, url] = process.argv.slice(2);
 if (!Object.hasOwn(clients, client) || !url) {

@@ -63,7 +63,8 @@ TEST(ImportCsv, CellsFollowTheirQuotes) {
            {"A1,x,\"y,z\"", "UNIT.ID=A1;VW.NAME=x;"},
            {"A1,x,y,z,more", "UNIT.ID=A1;VW.NAME=x;UNIT.MODEL=y;"},
            {"A1\r,x\rx", "UNIT.ID=A1\r;VW.NAME=x;"},
-           {std::string("A1,x\0y,z", 8), "UNIT.ID=A1;VW.NAME=x;"},
+           {std::string("A1,x\0y,z", 8), ""},
+           {std::string("A1,x,S1\0", 8), ""},
            {v63 + "," + v63 + "v,y", "UNIT.ID=" + v63 + ";UNIT.MODEL=y;"},
            {"A1,x," + v63 + "v", "UNIT.ID=A1;VW.NAME=x;"},
            {"\"" + v63.substr(1) + ",\",x", "UNIT.ID=" + v63.substr(1) + ",;VW.NAME=x;"},
@@ -91,7 +92,7 @@ TEST(ImportCsv, ColumnsNeverShift) {
            {"unit.id,UNIT.ID\r\n1,2", "unit.id=1;UNIT.ID=2;"},
            {"UNIT.SAVE,unit.save,MY_,UNIT.ID\r\n1,2,3,4", "UNIT.SAVE=1;MY_=3;UNIT.ID=4;"},
            {"UNIT.ID\rx,VW.NAME\rx\r\n1,2", "VW.NAME=2;"},
-           {std::string("UNIT.ID\0,VW.NAME\r\n1,2", 21), "UNIT.ID=1;"},
+           {std::string("UNIT.ID\0,VW.NAME\r\n1,2", 21), "VW.NAME=2;"},
        }) {
     EXPECT_EQ(imported(row.line + "\r\n"), row.record) << row.line;
   }

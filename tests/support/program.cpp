@@ -109,9 +109,10 @@ std::string shell_output(const std::string& command) {
 }
 
 void start_fleet(const std::string& options) {
-  const std::string command = "fleet " + options +
-                              " > /var/fleet.out & for i in $(seq 300); do "
-                              "grep -q ready /var/fleet.out && exit 0; sleep 0.1; done; exit 1";
+  const std::string command =
+      "fleet " + options +
+      " > /tmp/fleet.out & for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; "
+      "sleep 0.1; done; exit 1";
   ASSERT_EQ(std::system(command.c_str()), 0);
 }
 

@@ -40,7 +40,7 @@ bool is_sanitized();
 // Runs a shell command, such as curl or fleet, and returns what it writes to standard output.
 std::string shell_output(const std::string& command);
 
-// Starts simulated units with these options and waits until they answer.
+// Starts simulated units and waits until they can answer. What they print goes to /tmp/fleet.out.
 void start_fleet(const std::string& options);
 
 // The whole answer to a request that is refused, and the message for one that comes while another runs.

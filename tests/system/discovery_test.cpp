@@ -76,7 +76,7 @@ TEST(Discovery, OnePassLeavesEveryFile) {
             "IP=10.77.1.11\nDEBUG MC NORMAL\nIP=10.77.1.12\nDEBUG MC NORMAL\n");
   EXPECT_EQ(list_folder("/tmp"),
             (lines{"MCa.log", "MCm.log", "MCt.log", "dbgCGI.log", "decoders.csv", "discover.csv",
-                   "discover.info", "encoders.csv", "mcD.log", "units.csv"}));
+                   "discover.info", "encoders.csv", "fleet.out", "mcD.log", "units.csv"}));
   EXPECT_EQ(run_program(get("CMD=GET_CSV_DISCOVER")).out,
             page("GET_CSV_DISCOVER", "DISCOVERED CSV DATA: Total=4&Ecount=2&Dcount=1~~~\n\n" + csv));
 }

@@ -1,0 +1,130 @@
+// Single commands and what the unit answers to them.
+
+import { useState } from 'preact/hooks';
+import { attempt, queue } from '../actions.js';
+import { readAsUnit } from '../logic/unit_csv.js';
+import { DownloadButton } from '../parts/widgets.jsx';
+import { texts } from '../texts.js';
+
+const words = texts.listings;
+
+const linesOf = (body) => body.split('\n').filter((line) => line !== '');
+
+// Listing lines have no quotes: what the last column holds may have commas.
+function rowsOf(body, kind, separator = ',') {
+  const { length } = words.columns[kind];
+  return linesOf(body).map((line) => {
+    const fields = line.split(separator);
+    return [...fields.slice(0, length - 1), fields.slice(length - 1).join(separator)];
+  });
+}
+
+const table = (kind, rows) => ({ columns: words.columns[kind], rows });
+
+// What each kind asks and makes of the answer: {columns, rows} or {text, csv, note}.
+const kinds = {
+  encoders: async (unit) => table('encoders', rowsOf(await unit.ask('DISCOVER_ENCODERS'), 'encoders')),
+  decoders: async (unit) => table('decoders', rowsOf(await unit.ask('DISCOVER_DECODERS'), 'decoders')),
+  neighbours: async (unit) => {
+    await unit.ask('DISCOVER_DEVICES');
+    const body = await unit.ask('GET_NODES');
+    const list = body.replace(/^(Device Listing:\n(IP Name\n)?|No Nodes Detected\n)/, '');
+    return table('neighbours', rowsOf(list, 'neighbours', ' '));
+  },
+  discovered: async (unit) => {
+    const body = await unit.ask('GET_CSV_DISCOVER');
+    const [totals = ''] = /^DISCOVERED CSV DATA: .*\n\n?/.exec(body) ?? [];
+    return { note: totals.trim(), text: body.slice(totals.length), csv: 'discover.csv' };
+  },
+  imported: async (unit, site) => {
+    if ((await unit.ask('CHECK_IMPORT_CSV_STATUS')) !== 'true') return { note: words.noImport };
+    const text = await unit.ask('GET_CSV_IMPORT');
+    const { slots, records } = readAsUnit(text, site?.keys ?? []);
+    const refused = site
+      ? text
+          .split('\r\n')[0]
+          .split(',')
+          .filter((field, at) => slots[at] === null && field !== '')
+      : [];
+    return { note: words.asRead(records.length, refused), text, csv: 'import.csv' };
+  },
+  trial: async (unit) => {
+    await unit.ask('PERFORM_CSV_IMPORT');
+    return { note: words.trialDone };
+  },
+};
+
+function Result({ result: { columns, rows, note, text, csv } }) {
+  return (
+    <div class="result">
+      {note && <p>{note}</p>}
+      {rows && rows.length === 0 && <p>{words.nothing}</p>}
+      {rows?.length > 0 && (
+        <table>
+          <thead>
+            <tr>
+              {columns.map((title) => (
+                <th key={title} scope="col">
+                  {title}
+                </th>
+              ))}
+            </tr>
+          </thead>
+          <tbody>
+            {rows.map((row, at) => (
+              <tr key={at}>
+                {row.map((cell, column) => (
+                  <td key={column}>{cell}</td>
+                ))}
+              </tr>
+            ))}
+          </tbody>
+        </table>
+      )}
+      {text && <pre tabIndex={0}>{text}</pre>}
+      {text && (
+        <DownloadButton name={csv} content={() => text}>
+          {words.download}
+        </DownloadButton>
+      )}
+    </div>
+  );
+}
+
+export function ListingsPage({ state: { site, activity } }) {
+  const [shown, setShown] = useState(null);
+  const ask = (kind) =>
+    attempt(async () => {
+      setShown(null);
+      const result = await queue.run(kind === 'trial' ? 'ask' : 'listing', (unit) => kinds[kind](unit, site));
+      setShown({ kind, result });
+    });
+  return (
+    <section aria-labelledby="listings-heading">
+      <div class="bar">
+        <h2 id="listings-heading">{words.heading}</h2>
+      </div>
+      <p class="hint">{words.hint}</p>
+      <div class="listing">
+        <ul class="commands">
+          {Object.entries(words.kinds).map(([kind, [title, hint]]) => (
+            <li key={kind}>
+              <button type="button" disabled={activity !== null} onClick={() => ask(kind)}>
+                {title}
+              </button>
+              <span class="hint">{hint}</span>
+            </li>
+          ))}
+        </ul>
+        <div role="status">
+          {shown && (
+            <>
+              <h3>{words.kinds[shown.kind][0]}</h3>
+              <Result result={shown.result} />
+            </>
+          )}
+        </div>
+      </div>
+    </section>
+  );
+}

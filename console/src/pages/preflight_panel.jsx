@@ -1,0 +1,169 @@
+// What a draft would do: its problems, its files, and the way to the run.
+
+import { useMemo, useState } from 'preact/hooks';
+import { runUpdate } from '../actions.js';
+import { gatherProblems } from '../logic/preflight.js';
+import { Table } from '../parts/table.jsx';
+import { CancelButton, Check, Dialog, DownloadButton, stamp } from '../parts/widgets.jsx';
+import { texts } from '../texts.js';
+
+const words = texts.configure;
+// By which people know the unit of a row.
+export const nameOf = ({ unit, values }) =>
+  unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
+
+const mostProblems = 100; // that are listed one by one
+const mostRanges = 12; // of rows, in one line of the list
+
+// 2, 3, 4, 7 become "2–4, 7".
+function rowRanges(rows) {
+  const ranges = [];
+  for (const row of rows) {
+    const last = ranges.at(-1);
+    if (last && row === last[1] + 1) last[1] = row;
+    else ranges.push([row, row]);
+  }
+  const shown = ranges.map(([from, to]) => (from === to ? `${from}` : `${from}–${to}`));
+  if (shown.length <= mostRanges) return shown.join(', ');
+  return `${shown.slice(0, mostRanges).join(', ')} ${words.moreRows(rows.length)}`;
+}
+
+function ProblemTable({ problems, goTo }) {
+  if (problems.length === 0) return <p>{words.noProblems}</p>;
+  return (
+    <div class="problems" tabIndex={0} role="region" aria-label={words.problemsTable}>
+      <table>
+        <thead>
+          <tr>
+            {words.problemColumns.map((title) => (
+              <th key={title} scope="col">
+                {title || <span class="hidden">{words.problemsTable}</span>}
+              </th>
+            ))}
+          </tr>
+        </thead>
+        <tbody>
+          {gatherProblems(problems, mostProblems).map((problem, at) => (
+            <tr key={at}>
+              <td>
+                <span class={`level ${problem.level}`}>{words.levels[problem.level]}</span>
+              </td>
+              <td>
+                {problem.rows.length > 0 && (
+                  <button type="button" class="link" onClick={() => goTo(problem)}>
+                    {rowRanges(problem.rows)}
+                  </button>
+                )}
+              </td>
+              <td>{problem.column}</td>
+              <td>{words.problem(problem)}</td>
+            </tr>
+          ))}
+        </tbody>
+      </table>
+    </div>
+  );
+}
+
+const changeWidths = [6, 20, 26, 30, 30, 44];
+const changeColumns = words.changeColumns.map((title, key) => ({ key, title, width: changeWidths[key] }));
+
+function whatBecomesOf(row, cell) {
+  if (cell.state === 'held') return `${words.fates.held}: ${words.held[cell.reason]}`;
+  if (cell.state === 'fault') return `${words.fates.fault}: ${words.problems[`cell-${cell.reason}`]}`;
+  return row.state === 'send' ? words.fates.change : `${words.fates.row}: ${words.problems[row.reason]}`;
+}
+
+// The texts of all cells that are not blank or the same.
+function changesOf(plan) {
+  const told = ['change', 'held', 'fault'];
+  return plan.rows.flatMap((row) =>
+    Object.entries(row.cells)
+      .filter(([, { state }]) => told.includes(state))
+      .map(([key, cell]) => ({
+        id: `${row.number} ${key}`,
+        state: row.state === 'left-out' ? 'fault' : cell.state,
+        texts: [String(row.number), nameOf(row), key, cell.old ?? '?', cell.value, whatBecomesOf(row, cell)],
+      })),
+  );
+}
+
+function Changes({ plan }) {
+  const changes = useMemo(() => changesOf(plan), [plan]);
+  const renderRow = ({ id, state, texts: cells }, at) => (
+    <tr key={id} aria-rowindex={at + 2}>
+      {cells.map((text, column) => (
+        <td key={column} class={column === 4 ? state : ''} title={text}>
+          {text}
+        </td>
+      ))}
+    </tr>
+  );
+  if (changes.length === 0) return null;
+  return (
+    <details class="cells">
+      <summary>{words.changes(changes.length)}</summary>
+      <Table label={words.changesTable} columns={changeColumns} rows={changes} renderRow={renderRow} />
+    </details>
+  );
+}
+
+function Confirmation({ plan, onCancel }) {
+  const leftOut = plan.problems.filter(({ level }) => level === 'out' || level === 'check').length;
+  const [seen, setSeen] = useState(leftOut === 0);
+  const go = () => {
+    onCancel();
+    runUpdate(plan);
+  };
+  return (
+    <Dialog title={words.confirm(plan.sending.length)} onCancel={onCancel}>
+      <p>
+        <strong>{words.summary(plan)}</strong>
+      </p>
+      <p>{words.confirmText}</p>
+      {leftOut > 0 && <Check label={words.confirmLeftOut(leftOut)} checked={seen} onChange={setSeen} />}
+      <div class="bar">
+        <button type="button" class="main danger" disabled={!seen} onClick={go}>
+          {words.confirmGo}
+        </button>
+        <CancelButton onClick={onCancel} />
+      </div>
+    </Dialog>
+  );
+}
+
+export function PreflightPanel({ plan, goTo, busy }) {
+  const [asking, setAsking] = useState(false);
+  return (
+    <section aria-labelledby="preflight-heading">
+      <h3 id="preflight-heading">{words.preflight}</h3>
+      <p role="status">
+        <strong>{words.summary(plan)}</strong>
+      </p>
+      <ProblemTable problems={plan.problems} goTo={goTo} />
+      <Changes plan={plan} />
+      <div class="bar">
+        <button
+          type="button"
+          class="main"
+          disabled={plan.text === '' || busy}
+          onClick={() => setAsking(true)}
+        >
+          {words.send(plan.sending.length)}
+        </button>
+        {plan.text !== '' && (
+          <DownloadButton name={`import-${stamp()}.csv`} content={() => plan.text}>
+            {words.sentCsv}
+          </DownloadButton>
+        )}
+        {plan.undo !== '' && (
+          <DownloadButton name={`undo-${stamp()}.csv`} content={() => plan.undo}>
+            {words.undoCsv}
+          </DownloadButton>
+        )}
+        {plan.lost > 0 && <span class="hint">{words.lost(plan.lost)}</span>}
+      </div>
+      {asking && <Confirmation plan={plan} onCancel={() => setAsking(false)} />}
+    </section>
+  );
+}

@@ -1,0 +1,85 @@
+// The splash image: shown before it is sent, and as the unit has it.
+
+import { useState } from 'preact/hooks';
+import { Card, FileFacts, UploadButton, useChosenFile, useUpload } from '../parts/upload.jsx';
+import { DropZone, ErrorNotice, Notice } from '../parts/widgets.jsx';
+import { texts } from '../texts.js';
+
+const words = texts.unit.splash;
+
+// Returns {url, width, height, jpeg} of a picture; width is 0 when it cannot be shown.
+async function examinePicture(file) {
+  const head = new Uint8Array(await file.slice(0, 3).arrayBuffer());
+  const jpeg = head[0] === 0xff && head[1] === 0xd8 && head[2] === 0xff;
+  const url = URL.createObjectURL(file);
+  const image = new Image();
+  image.src = url;
+  const shown = await image.decode().then(
+    () => true,
+    () => false,
+  );
+  return { picture: { url, jpeg, width: shown ? image.naturalWidth : 0, height: image.naturalHeight } };
+}
+
+function CurrentSplash({ version }) {
+  const [missing, setMissing] = useState(false);
+  if (missing) return null;
+  return (
+    <figure>
+      <img src={`/images/default.jpg?${version}`} alt={words.current} onError={() => setMissing(true)} />
+      <figcaption>{words.current}</figcaption>
+    </figure>
+  );
+}
+
+function PictureFacts({ picture, fault }) {
+  return (
+    <>
+      {picture.width > 0 && (
+        <figure>
+          <img src={picture.url} alt={words.preview} />
+          <figcaption>{words.preview}</figcaption>
+        </figure>
+      )}
+      {fault ? (
+        <Notice level="error">{fault}</Notice>
+      ) : (
+        <Notice level="good">{words.good(picture.width, picture.height)}</Notice>
+      )}
+    </>
+  );
+}
+
+function faultOf(picture) {
+  if (picture.width === 0) return words.notImage;
+  return picture.jpeg ? '' : words.notJpeg;
+}
+
+export function SplashCard() {
+  const [chosen, choose, clear] = useChosenFile(examinePicture);
+  const [version, setVersion] = useState(0);
+  const { sending, error, start } = useUpload('splash', 'UPDATE_SPLASH');
+  const upload = async () => {
+    if (!(await start(chosen.file))) return;
+    clear();
+    setVersion(Date.now());
+  };
+  const picture = chosen?.picture;
+  const fault = picture && faultOf(picture);
+  return (
+    <Card id="splash" title={words.title} hint={words.hint}>
+      <DropZone
+        label={texts.unit.choose}
+        accept=".jpg,.jpeg,image/jpeg"
+        onFile={choose}
+        disabled={sending !== null}
+      />
+      {chosen && <FileFacts chosen={chosen} />}
+      {picture && <PictureFacts {...{ picture, fault }} />}
+      <ErrorNotice text={error} />
+      {!chosen && version > 0 && !error && <Notice level="good">{words.done}</Notice>}
+      <UploadButton sending={sending} disabled={!picture || fault} onClick={upload} />
+      {!chosen && <CurrentSplash key={version} version={version} />}
+    </Card>
+  );
+}

@@ -1,0 +1,181 @@
+// A table of cells to edit with the keyboard as in a spreadsheet. The focus stays on the table; the active cell is named
+// by it.
+
+import { useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { Table, rowHeight } from './table.jsx';
+
+const pageRows = 15;
+const activeId = 'active-cell';
+
+const moves = {
+  ArrowUp: [-1, 0],
+  ArrowDown: [1, 0],
+  ArrowLeft: [0, -1],
+  ArrowRight: [0, 1],
+  PageUp: [-pageRows, 0],
+  PageDown: [pageRows, 0],
+  Home: [0, -Infinity],
+  End: [0, Infinity],
+};
+
+const within = (number, count) => Math.max(0, Math.min(number, count - 1));
+
+// `onSave(text)` is called once, whatever takes the input away: a key, a click elsewhere, or the table that scrolls; but
+// not when Escape does. `onMove(down, right)` follows a key.
+function CellInput({ text, label, onSave, onMove }) {
+  const input = useRef(null);
+  const done = useRef(false);
+  const save = (value) => {
+    if (!done.current) onSave(value);
+    done.current = true;
+  };
+  useLayoutEffect(() => {
+    const field = input.current;
+    field.focus();
+    field.setSelectionRange(field.value.length, field.value.length);
+    return () => save(field.value);
+  }, []);
+  const finish = (value, down, right) => {
+    save(value);
+    onMove(down, right);
+  };
+  const onKeyDown = (event) => {
+    event.stopPropagation();
+    const { value } = event.target;
+    if (event.isComposing) return;
+    if (event.key === 'Enter') finish(value, 1, 0);
+    else if (event.key === 'Tab') finish(value, 0, event.shiftKey ? -1 : 1);
+    else if (event.key === 'Escape') finish(null, 0, 0);
+    else return;
+    event.preventDefault();
+  };
+  const stop = (event) => event.stopPropagation();
+  return (
+    <input
+      ref={input}
+      class="cell"
+      aria-label={label}
+      defaultValue={text}
+      onKeyDown={onKeyDown}
+      onPaste={stop}
+      onBlur={(event) => save(event.target.value)}
+    />
+  );
+}
+
+// Brings the active cell into sight; one that is not in the page yet is met by its row.
+function useScrollTo(active, box) {
+  useLayoutEffect(() => {
+    const cell = document.getElementById(activeId);
+    if (cell) cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
+    else box.current.scrollTop = Math.max(0, (active.row - 3) * rowHeight);
+  }, [active.row, active.column]);
+}
+
+// The keys of the grid, those of a cell's input aside.
+function useKeys({ columns, rows, active, activate, edit, undo, canEdit, start }) {
+  const { row, column } = active;
+  return (event) => {
+    const { key, ctrlKey, metaKey, altKey } = event;
+    if (rows.length === 0) return;
+    if (moves[key]) {
+      const [down, right] = moves[key];
+      activate({ row: within(row + down, rows.length), column: within(column + right, columns.length) });
+    } else if ((ctrlKey || metaKey) && key === 'z') undo();
+    else if (key === 'Enter' || key === 'F2') start(rows[row].cells[column] ?? '');
+    else if (key === 'Delete' && canEdit(column)) edit([[row, column, '']]);
+    else if (key.length === 1 && !ctrlKey && !metaKey && !altKey) start(key, true);
+    else return;
+    event.preventDefault();
+  };
+}
+
+// Takes a block of cells, as spreadsheets copy it; what does not fit is dropped.
+function usePaste({ columns, rows, active, edit, canEdit }) {
+  return (event) => {
+    event.preventDefault();
+    const text = event.clipboardData.getData('text/plain').replace(/\r?\n$/, '');
+    const cells = text
+      .split(/\r?\n/)
+      .flatMap((line, down) =>
+        line.split('\t').map((cell, right) => [active.row + down, active.column + right, cell]),
+      );
+    const fits = ([row, column]) => row < rows.length && column < columns.length && canEdit(column);
+    const fitting = cells.filter(fits);
+    if (fitting.length > 0) edit(fitting);
+  };
+}
+
+function Cell({ text, mark, look, here, typed, title, activate, start, save, move }) {
+  const attributes = {
+    id: here ? activeId : undefined,
+    class: here ? `${look} active` : look,
+    onMouseDown: activate,
+    onDblClick: () => start(text),
+  };
+  if (typed !== null)
+    return (
+      <td {...attributes}>
+        <CellInput text={typed} label={title} onSave={save} onMove={move} />
+      </td>
+    );
+  return (
+    <td {...attributes} title={text}>
+      {mark && <span class="hidden">{mark}: </span>}
+      {text}
+    </td>
+  );
+}
+
+// `rows` are {number, cells}; `active` is {row, column} of the active cell and `activate` moves it. `edit(changes)` takes
+// [row, column, text] for each changed cell, `undo` takes the last change back. `classOf(row, column)` marks a cell,
+// `sayMark(row, column)` says the mark in front of its text, `titleOf(row)` is what a person knows the row by.
+export function EditGrid(grid) {
+  const { label, columns, rows, active, activate, edit, canEdit, classOf, sayMark, titleOf } = grid;
+  const [editing, setEditing] = useState(null); // {row, column, text to start the input with}
+  const box = useRef(null);
+  useScrollTo(active, box);
+  const { row, column } = active;
+  // Keys that come before the input has the focus follow the one that opened it.
+  const start = (text, more = false) =>
+    canEdit(column) &&
+    setEditing((open) => {
+      if (!open) return { row, column, text };
+      return more ? { ...open, text: open.text + text } : open;
+    });
+  const save = (at, place, text) => {
+    setEditing(null);
+    if (text !== null && text !== (rows[at].cells[place] ?? '')) edit([[at, place, text]]);
+  };
+  const move = (down, right) => {
+    activate({ row: within(row + down, rows.length), column: within(column + right, columns.length) });
+    box.current.querySelector('table').focus();
+  };
+  const renderCell = ({ cells }, at, { title }, place) => (
+    <Cell
+      key={place}
+      text={cells[place] ?? ''}
+      mark={sayMark(at, place)}
+      look={canEdit(place) ? classOf(at, place) : `${classOf(at, place)} fixed`}
+      here={at === row && place === column}
+      typed={editing?.row === at && editing.column === place ? editing.text : null}
+      activate={() => activate({ row: at, column: place })}
+      save={(text) => save(at, place, text)}
+      {...{ title, start, move }}
+    />
+  );
+  const renderRow = (line, at) => (
+    <tr key={line.number} aria-rowindex={at + 2}>
+      <th scope="row">
+        <span class="number">{line.number}</span> {titleOf(at)}
+      </th>
+      {columns.map((title, place) => renderCell(line, at, title, place))}
+    </tr>
+  );
+  const behaviour = { tabIndex: 0, onKeyDown: useKeys({ ...grid, start }), onPaste: usePaste(grid) };
+  const names = { 'aria-activedescendant': activeId, 'aria-colcount': columns.length + 1 };
+  const all = [{ key: 'number', title: '#', width: 20 }, ...columns];
+  return (
+    <Table role="grid" boxRef={box} columns={all} {...{ label, rows, renderRow, ...behaviour, ...names }} />
+  );
+}

@@ -1,0 +1,95 @@
+// Tables that stay quick with thousands of rows: only those in sight are in the page.
+
+import { useCallback, useLayoutEffect, useRef, useState } from 'preact/hooks';
+
+export const rowHeight = 28; // pixels, as in console.css
+const spare = 6; // rows above and below those in sight
+
+// Which of `count` rows are in sight of a scrolling element.
+function useRowsInSight(count, boxRef) {
+  const ownBox = useRef(null);
+  const box = boxRef ?? ownBox;
+  const [top, setTop] = useState(0);
+  const [height, setHeight] = useState(600);
+  useLayoutEffect(() => {
+    const observer = new ResizeObserver(([entry]) => setHeight(entry.contentRect.height));
+    observer.observe(box.current);
+    return () => observer.disconnect();
+  }, []);
+  const onScroll = useCallback(() => setTop(box.current.scrollTop), []);
+  const first = Math.max(0, Math.min(Math.floor(top / rowHeight), count) - spare);
+  const last = Math.min(count, Math.ceil((top + height) / rowHeight) + spare);
+  return { box, onScroll, first, last };
+}
+
+function SortableHead({ column, sort, onSort }) {
+  const sorted = sort?.key === column.key ? sort.direction : null;
+  const aria = { up: 'ascending', down: 'descending' }[sorted] ?? 'none';
+  if (!onSort) return <th scope="col">{column.title}</th>;
+  const direction = sorted === 'up' ? 'down' : 'up';
+  return (
+    <th scope="col" aria-sort={aria}>
+      <button type="button" class="sort" onClick={() => onSort({ key: column.key, direction })}>
+        {column.title}
+        <span aria-hidden="true">{{ up: ' ▲', down: ' ▼' }[sorted] ?? ''}</span>
+      </button>
+    </th>
+  );
+}
+
+const Gap = ({ rows, columns }) =>
+  rows > 0 ? (
+    <tr aria-hidden="true">
+      <td colSpan={columns} class="gap" style={{ height: `${rows * rowHeight}px` }} />
+    </tr>
+  ) : null;
+
+function Head({ columns, sort, onSort }) {
+  return (
+    <thead>
+      <tr aria-rowindex={1}>
+        {columns.map((column) => (
+          <SortableHead key={column.key} {...{ column, sort, onSort }} />
+        ))}
+      </tr>
+    </thead>
+  );
+}
+
+// The columns are {key, title, width in characters}; `renderRow(row, index)` returns a <tr> of `rowHeight`. A grid is to
+// take the focus itself, `boxRef` is given the element that scrolls.
+export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, role = 'table', ...rest }) {
+  const { box, onScroll, first, last } = useRowsInSight(rows.length, boxRef);
+  const width = columns.reduce((sum, column) => sum + column.width, 0);
+  const focus = role === 'grid' ? {} : { tabIndex: 0 };
+  return (
+    <div class="table" ref={box} onScroll={onScroll} role="region" aria-label={label} {...focus}>
+      <table
+        role={role}
+        aria-label={label}
+        aria-rowcount={rows.length + 1}
+        style={{ minWidth: `${width}ch` }}
+        {...rest}
+      >
+        <colgroup>
+          {columns.map((column) => (
+            <col key={column.key} style={{ width: `${column.width}ch` }} />
+          ))}
+        </colgroup>
+        <Head {...{ columns, sort, onSort }} />
+        <tbody>
+          <Gap rows={first} columns={columns.length} />
+          {rows.slice(first, last).map((row, at) => renderRow(row, first + at))}
+          <Gap rows={rows.length - last} columns={columns.length} />
+        </tbody>
+      </table>
+    </div>
+  );
+}
+
+// A width in characters that fits a column's title and nearly all of its texts.
+export function fittingWidth(title, texts) {
+  const lengths = texts.map((text) => text.length).sort((one, other) => one - other);
+  const long = lengths[Math.floor(lengths.length * 0.98)] ?? 0;
+  return Math.max(6, Math.min(34, Math.max(title.length * 1.15 + 3, long) + 2));
+}

@@ -1,0 +1,53 @@
+// What the page shows: one object that changes as a whole, and the memory that outlives the page.
+
+import { useEffect, useState } from 'preact/hooks';
+
+let state = {
+  activity: null, //    {job, command, tries} of the request that runs
+  discovery: null, //   {since} while a discovery runs
+  site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}
+  outdated: false, //   whether a mass update ran since
+  ownSerial: '', //     of this unit, once it has skipped itself in an update
+  comparison: null, //  with the discovery before
+  draft: null, //       of a mass update: {name, source, columns, rows, notes};
+  //                    source is file, site, retry or undo
+  earlierDrafts: [], // to undo edits
+  run: null, //         {rows, undo, records, over, ended, failure, kept} of the mass update that runs or ran
+  notice: null, //      {level, text}
+};
+const listeners = new Set();
+
+export const get = () => state;
+
+export function set(changes) {
+  state = { ...state, ...changes };
+  listeners.forEach((listener) => listener(state));
+}
+
+export function useStore() {
+  const [current, setCurrent] = useState(state);
+  useEffect(() => {
+    listeners.add(setCurrent);
+    setCurrent(state);
+    return () => listeners.delete(setCurrent);
+  }, []);
+  return current;
+}
+
+// A browser that keeps nothing, or has no room, only loses the memory. Returns whether it is kept.
+export function remember(name, value) {
+  try {
+    localStorage.setItem(`console.${name}`, JSON.stringify(value));
+    return true;
+  } catch {
+    return false;
+  }
+}
+
+export function recall(name) {
+  try {
+    return JSON.parse(localStorage.getItem(`console.${name}`));
+  } catch {
+    return null;
+  }
+}

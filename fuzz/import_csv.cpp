@@ -1,0 +1,47 @@
+// Import CSV: the input is one, read into device records, which are then checked for shared identities.
+
+#include "massupdate/import_csv.hpp"
+
+#include <algorithm>
+#include <string>
+
+#include "discovery/device_records.hpp"
+#include "discovery/discovery_state.hpp"
+#include "discovery/key_header.hpp"
+#include "fuzz.hpp"
+#include "massupdate/checks.hpp"
+
+namespace {
+
+constexpr const char* csv_file = "/tmp/import.csv";
+constexpr int most_lines = 100;                    // more show nothing else, and every record is large
+constexpr const char* site_log = "/tmp/site.log";  // would grow with every input
+
+void check_record(const kvp_record& record, std::string_view csv) {
+  for (std::size_t slot = 0; slot < static_cast<std::size_t>(import_header_count); ++slot) {
+    require(csv.find(record.slots[slot].value.view()) != std::string_view::npos,
+            "a value stands in the file");
+  }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const int columns = ckht(discovery_mode, "/tmp/header.csv");
+  require(columns > 0, "the unit has keys");
+  const std::string_view csv = text_of(data, size);
+  const auto line_feeds = std::ranges::count(csv, '\n');
+  if (line_feeds > most_lines) return 0;
+  write_file(csv_file, csv);
+
+  const int records = load_import_csv(csv_file);
+  const bool open_end = !csv.empty() && !csv.ends_with('\n');
+  require(records == std::max<long>(line_feeds + (open_end ? 1 : 0) - 1, 0),
+          "every line behind the first is a record");
+  require(import_header_count >= 0 && import_header_count <= static_cast<int>(header_slots), "columns fit");
+  for (int i = 0; kvp_table && i < records; ++i) check_record(kvp_table[static_cast<std::size_t>(i)], csv);
+  write_file(site_log, {});
+  duplicate_check_kvp();
+  kvp_free();
+  return 0;
+}

@@ -1,0 +1,188 @@
+// What the request layer does when memory or a disk is full.
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <new>
+#include <string>
+
+#include "cgi/accessors.hpp"
+#include "cgi/capture_file.hpp"
+#include "cgi/cookies.hpp"
+#include "cgi/form_entry.hpp"
+#include "cgi/state.hpp"
+#include "cgi/uploaded_files.hpp"
+#include "support/fields.hpp"
+#include "support/files.hpp"
+
+namespace {
+
+// How many allocations of ours succeed before one fails; none fails below 0.
+int allocations_left = -1;
+std::size_t largest_allocation = 0;
+
+std::size_t counted(std::size_t size) {
+  largest_allocation = std::max(largest_allocation, size);
+  return size;
+}
+
+}  // namespace
+
+// The linker leads every call of these four here.
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* memory, std::size_t size);
+void* __real_reallocarray(void* memory, std::size_t count, std::size_t size);
+
+void* __wrap_malloc(std::size_t size) {
+  return __real_malloc(counted(size));
+}
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  counted(count * size);
+  return __real_calloc(count, size);
+}
+void* __wrap_realloc(void* memory, std::size_t size) {
+  return __real_realloc(memory, counted(size));
+}
+void* __wrap_reallocarray(void* memory, std::size_t count, std::size_t size) {
+  counted(count * size);
+  return __real_reallocarray(memory, count, size);
+}
+}
+
+// The layer allocates without exceptions, so these are its allocations; the ones of the test itself never fail.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return allocations_left == 0 || allocations_left-- == 0 ? nullptr : std::malloc(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return operator new[](size, std::nothrow);
+}
+void* operator new(std::size_t size) {
+  void* memory = std::malloc(size);
+  return memory != nullptr ? memory : throw std::bad_alloc{};
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+[[gnu::noinline]] void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+[[gnu::noinline]] void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+// Calls the operation with memory for 0, 1, 2 and more allocations, up to those that are enough.
+template <typename Operation>
+void with_growing_memory(int enough, const Operation& operation) {
+  for (int room = 0; room <= enough; ++room) {
+    allocations_left = room;
+    operation(room);
+    allocations_left = -1;
+  }
+}
+
+const char* const path = "/tmp/request.cgic";
+
+void small_request() {
+  append_field({"a", "1"});
+  append_field({"file", "content", "client.bin", "t"});
+  append_field({"a", "2"});
+}
+
+}  // namespace
+
+TEST(OutOfMemory, ArraysAreNull) {
+  small_request();
+  cgiCookie = "x=1; y=2";
+  const auto values = [](char*** array) { return cgiFormStringMultiple("a", array); };
+  for (const std::function<cgiFormResultType(char***)>& make :
+       {std::function<cgiFormResultType(char***)>{values}, {cgiFormEntries}, {cgiCookies}}) {
+    with_growing_memory(3, [&make](int room) {
+      char* other = nullptr;
+      char** array = &other;
+      EXPECT_EQ(make(&array), room < 3 ? cgiFormMemory : cgiFormSuccess) << room;
+      EXPECT_EQ(array == nullptr, room < 3) << room;
+      cgiStringArrayFree(array);
+    });
+  }
+  with_growing_memory(1, [](int room) {
+    cgiFilePtr file = nullptr;
+    EXPECT_EQ(cgiFormFileOpen("file", &file), room < 1 ? cgiFormMemory : cgiFormSuccess);
+    EXPECT_EQ(cgiFormFileClose(file), room < 1 ? cgiFormOpenFailed : cgiFormSuccess);
+  });
+}
+
+TEST(OutOfMemory, ACaptureLoadsNothing) {
+  small_request();
+  ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
+  constexpr int of_head = 20;  // the variables
+  constexpr int of_entry = 6;  // five texts and the entry
+  with_growing_memory(of_head + 3 * of_entry, [](int room) {
+    const int result = cgiReadEnvironment(path);
+    allocations_left = -1;
+    const int in_entry = room - of_head;
+    // Without memory for its name an entry is none, and the list ends in front of it.
+    const bool list_ends = in_entry >= 0 && in_entry % of_entry == 0;
+    EXPECT_EQ(result, list_ends      ? cgiEnvironmentSuccess
+                      : in_entry < 0 ? cgiEnvironmentIO
+                                     : cgiEnvironmentMemory)
+        << room;
+    EXPECT_EQ(take_fields().size(), list_ends ? in_entry / of_entry : 0) << room;
+  });
+}
+
+TEST(OutOfMemory, ALengthInACaptureIsNoReasonToAllocate) {
+  small_request();
+  ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
+  cgiFreeResources();
+  const std::string whole = read_file(path);
+  const std::string beyond_all("\xFF\xFF\xFF\x7F", 4);
+  constexpr std::size_t buffer_of_a_file = 1 << 16;
+  largest_allocation = 0;
+  // Wherever such a length stands, and be it in the middle of a text.
+  for (std::size_t place = 0; place + beyond_all.size() <= whole.size(); ++place) {
+    write_file(path, std::string{whole}.replace(place, beyond_all.size(), beyond_all));
+    static_cast<void>(cgiReadEnvironment(path));
+    cgiFreeResources();
+    ASSERT_LE(largest_allocation, whole.size() + buffer_of_a_file) << place;
+  }
+}
+
+TEST(FullDisk, AFailedCaptureLeavesNoFile) {
+  append_field({"file", std::string(20'000, 'x'), "client.bin", "t"});
+  ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
+  const auto size = std::filesystem::file_size(path);
+  static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+  const auto limit_files = [](std::uintmax_t bytes) {
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  for (const std::uintmax_t room : {std::uintmax_t{0}, std::uintmax_t{100}, std::uintmax_t{5000}, size - 1}) {
+    limit_files(room);
+    EXPECT_EQ(cgiWriteEnvironment(path), cgiEnvironmentIO) << room;
+    EXPECT_FALSE(std::filesystem::exists(path)) << room;
+  }
+  limit_files(size);
+  ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
+  limit_files(19'999);
+  EXPECT_EQ(cgiReadEnvironment(path), cgiEnvironmentIO);
+  limit_files(RLIM_INFINITY);
+  EXPECT_EQ(take_fields().size(), 0U);
+  EXPECT_EQ(cgiWriteEnvironment("/nowhere/request.cgic"), cgiEnvironmentIO);
+}

@@ -1,0 +1,36 @@
+// Files to upload.
+
+import { randomFillSync } from 'node:crypto';
+
+// An EDID of two blocks: maker ABC, 1920 x 1080 at 60 Hz.
+export function makeEdid(name) {
+  const bytes = new Uint8Array(256);
+  bytes.set([0x00, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x00, 0x04, 0x43]);
+  bytes.set([0x02, 0x3a, 0x80, 0x18, 0x71, 0x38, 0x2d, 0x40, 0x58, 0x2c, 0x45], 54);
+  bytes.set([0, 0, 0, 0xfc, 0, ...new TextEncoder().encode(`${name}\n`)], 72);
+  bytes[126] = 1;
+  bytes[128] = 2;
+  for (const start of [0, 128]) {
+    const sum = bytes.subarray(start, start + 127).reduce((total, byte) => total + byte, 0);
+    bytes[start + 127] = (256 - (sum % 256)) % 256;
+  }
+  return bytes;
+}
+
+// A tar archive of one file of random bytes.
+export function makeTar(name, size) {
+  const bytes = new Uint8Array(512 + Math.ceil(size / 512) * 512 + 1024);
+  const put = (text, at) => bytes.set(new TextEncoder().encode(text), at);
+  put(name, 0);
+  put('0000644\0', 100);
+  put('0000000\0', 108);
+  put('0000000\0', 116);
+  put(`${size.toString(8).padStart(11, '0')}\0`, 124);
+  put('00000000000\0', 136);
+  put('        0', 148);
+  put('ustar\x0000', 257);
+  const sum = bytes.subarray(0, 512).reduce((total, byte) => total + byte, 0);
+  put(`${sum.toString(8).padStart(6, '0')}\0 `, 148);
+  randomFillSync(bytes.subarray(512, 512 + size));
+  return bytes;
+}

@@ -1,0 +1,226 @@
+// The whole story of a site, in the browser: discover, edit, check, update with one silent and one refusing unit, report,
+// retry. In the box only.
+
+import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
+import { asked, chapter, content, download, look, openConsole, start, startServer, until } from './unit.mjs';
+
+// Two units share an id, one never answers to settings, one refuses them.
+writeFileSync(
+  '/tmp/units.csv',
+  [
+    'UNIT.SERIAL,UNIT.ID,UNIT.MODEL,IP.ADDRESS,IP.STATIC_ADDRESS,VW.NAME,SIM.SILENT_AT,SIM.REFUSE_AT',
+    'SILENT,UNIT-900,RX610,10.77.9.1,10.77.9.1,Room 900,set,',
+    'REFUSER,UNIT-901,RX620,10.77.9.2,10.77.9.2,Room 901,,set',
+    'TWIN,UNIT-900,RX630,10.77.9.3,10.77.9.3,"Room 902, left",,',
+    '',
+  ].join('\r\n'),
+);
+
+await startServer();
+let endFleet = start('fleet', '--self', '--count', '11', '--units', '/tmp/units.csv');
+const page = await openConsole();
+const button = (name) => page.getByRole('button', { name, exact: true });
+const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
+
+async function discover() {
+  await page.getByRole('button', { name: /^Discover/ }).click();
+  await page.getByText('Listening for their answers').waitFor();
+  await page.locator('progress').waitFor({ state: 'hidden' });
+  return page.locator('.summary').innerText();
+}
+
+// The cell of a row, found by its serial, and a column.
+async function cell(serial, column) {
+  const grid = page.getByRole('grid');
+  const columns = await grid.locator('thead th').allInnerTexts();
+  return grid
+    .locator('tr', { hasText: serial })
+    .locator('td')
+    .nth(columns.indexOf(column) - 1);
+}
+
+async function type(serial, column, text) {
+  await (await cell(serial, column)).click();
+  await page.keyboard.type(text);
+  await page.keyboard.press('Enter');
+}
+
+const problems = () =>
+  page
+    .locator('.problems tbody tr')
+    .evaluateAll((rows) => rows.map((row) => row.innerText.replace(/\s+/g, ' ')));
+const states = () =>
+  page
+    .locator('tr.run')
+    .evaluateAll((rows) => rows.map((row) => row.innerText.split('\t').map((text) => text.trim())));
+
+await chapter(page, 'the units are found, compared and shown', async () => {
+  assert.match(await discover(), /^15 units: 7 encoders, 8 decoders discovered .*\n+⚠ 2 units share an id/);
+  await endFleet();
+  endFleet = start('fleet', '--self', '--count', '8', '--units', '/tmp/units.csv');
+  assert.match(
+    await discover(),
+    /12 units: 5 encoders, 7 decoders .*▼ 3 units fewer than last time Missing: UNIT-010, UNIT-011, UNIT-012\./,
+  );
+  assert.equal(await page.locator('tr.conflict').count(), 2);
+  assert.deepEqual(await look(page, 'units'), []);
+
+  assert.equal(await download(page, 'CSV as the unit wrote it'), content('/www/site.csv'));
+  assert.match(await download(page, 'CSV for spreadsheets'), /^\ufeffIP\.ADDRESS,UNIT\.ID,/);
+  await page.getByLabel('Show').selectOption('Decoders');
+  await page.getByLabel('Filter').fill('room 90');
+  await page.getByText('3 of 12 shown').waitFor();
+  await page.getByRole('columnheader', { name: 'UNIT.SERIAL' }).getByRole('button').click();
+  await page.getByText('Columns (10 of 43)').click();
+  await page.getByLabel('UNIT.MODEL').uncheck();
+  const rows = await page.locator('tbody tr').evaluateAll((all) =>
+    all.map((row) =>
+      row.innerText
+        .split('\t')
+        .filter((_, column) => column !== 1)
+        .slice(0, 3),
+    ),
+  );
+  assert.deepEqual(rows, [
+    ['UNIT-901', '10.77.9.2', 'REFUSER'],
+    ['UNIT-900', '10.77.9.1', 'SILENT'],
+    ['UNIT-900', '10.77.9.3', 'TWIN'],
+  ]);
+});
+
+await chapter(page, 'a spreadsheet’s file is checked before anything is sent', async () => {
+  await goTo('Configure');
+  const text =
+    '\ufeffUNIT.SERIAL;UNIT.ID;VW.NAME;AUDIO.MUTE;COLOUR\r\nKU000003;HALL-3;"Hall 3, north";TRUE;red\r\n;HALL-4;;;\r\nKU000005;HALL-3;;;\r\n' +
+    `KU000007;HALL-7;${'x'.repeat(64)};;\r\nKU000002;DOOR-2;Door;;\r\n`;
+  await page
+    .locator('input[type=file]:visible')
+    .setInputFiles({ name: 'hall.csv', mimeType: 'text/csv', buffer: Buffer.from(text) });
+  await page.getByText('2 settings for 2 units.').waitFor();
+  assert.deepEqual(await problems(), [
+    'Left out 1 COLOUR No setting of this unit has this name; the column is dropped.',
+    'Left out 3 UNIT.SERIAL No serial: the row would reach no unit.',
+    'Left out 5 VW.NAME More than 63 bytes; the unit would drop it.',
+    'Left out 2, 4 UNIT.ID Two rows have the same id; the unit would send neither: HALL-3',
+    'Held back 6 VW.NAME Only decoders take it.',
+    'Put right A byte order mark at the start would spoil the first column’s name.',
+    'Put right Cells are not separated by commas; the unit knows nothing else.',
+    'Put right 2, 4–6 UNIT.MODEL The model is taken from the discovery; without it the unit would hold most settings back.',
+  ]);
+  assert.deepEqual(await look(page, 'preflight'), []);
+
+  await page.getByLabel('Rows').selectOption('Rows with problems');
+  await type('KU000005', 'UNIT.ID', 'HALL-5'); // no problem any more, and still there
+  await page.keyboard.type('HALL-9');
+  await page.keyboard.press('Enter');
+  await page.getByText('6 settings for 4 units.').waitFor();
+  assert.match(
+    await page.getByRole('grid').locator('tbody').innerText(),
+    /HALL-5.*KU000007\s+(changes:\s+)?HALL-9/s,
+  );
+});
+
+await chapter(page, 'cells are edited with the keyboard, filled and undone', async () => {
+  await button('Start over').click();
+  assert.match(asked.at(-1), /edits that would be lost/);
+  await button('Edit the discovered units').click();
+  await (await cell('KU000002', 'UNIT.ID')).click();
+  await page.keyboard.type('LEFT');
+  await (await cell('KU000004', 'UNIT.ID')).click(); // saves, and stays where it was clicked
+  await page.keyboard.type('RIGHT');
+  await page.keyboard.press('Enter');
+  assert.match(await (await cell('KU000002', 'UNIT.ID')).innerText(), /LEFT$/);
+  assert.match(await (await cell('KU000004', 'UNIT.ID')).innerText(), /RIGHT$/);
+  await page.keyboard.press('Control+z');
+  await page.keyboard.press('Control+z');
+  await type('KU000003', 'VW.NAME', 'Hall, north');
+  await page.getByText('1 setting for 1 unit; 11 rows change nothing and are left out.').waitFor();
+  await page.keyboard.press('ArrowUp');
+  await page.keyboard.press('Delete');
+  await page.getByText('Nothing to send.').waitFor();
+  await page.keyboard.press('Control+z');
+  await page.getByText('1 setting for 1 unit;').waitFor();
+
+  await page.getByText('Fill a column…').click();
+  await page.getByLabel('Column').selectOption('UNIT.ID');
+  await page.getByRole('textbox', { name: 'Text' }).fill('SITE-{nnn}');
+  await button('Fill 12 rows').click();
+  await type('KU000004', 'STREAM.BIT_RATE', '175');
+  await type('KU000004', 'VW.NAME', 'not for encoders');
+  await page.getByText('14 settings for 12 units.').waitFor();
+  await page.getByText('Cell by cell (15)').click();
+  const changes = await page.locator('.cells tbody').innerText();
+  assert.match(changes, /4\tUNIT-003\tVW\.NAME\tRoom 3\tHall, north\tis sent/);
+  assert.match(changes, /5\tUNIT-004\tVW\.NAME\t\tnot for encoders\theld back: Only decoders take it\./);
+  assert.deepEqual(await look(page, 'configure'), []);
+  const csv = await download(page, 'CSV that is sent');
+  assert.match(
+    csv,
+    /^UNIT\.SERIAL,UNIT\.MODEL,IP\.ADDRESS,UNIT\.ID,.*,\r\nKU000001,KestT-2,10\.77\.0\.1,SITE-001,/,
+  );
+});
+
+await chapter(page, 'the update shows what becomes of each unit', async () => {
+  await button('Update 12 units…').click();
+  assert.deepEqual(await look(page, 'confirm'), []);
+  await button('Update now').click();
+  await until(async () => (await states()).some(([, , , , , state]) => /OK/.test(state)));
+  await page.getByText(/of 12 · about/).waitFor();
+  assert.deepEqual(await look(page, 'progress'), []);
+  await page.getByText('The update has ended').waitFor();
+  await page.getByText('9 OK, 2 failed, 1 skipped').waitFor();
+  const outcome = Object.fromEntries(
+    (await states()).map(([, serial, , , , state, reason]) => [
+      serial,
+      [state.slice(1), reason].join(' ').trim(),
+    ]),
+  );
+  assert.equal(outcome.KU000001, 'this unit');
+  assert.equal(outcome.KU000002, 'OK');
+  assert.equal(outcome.SILENT, 'FAIL did not answer within 5 s; it may have taken the settings');
+  assert.equal(outcome.REFUSER, 'FAIL refused the settings');
+  assert.match(
+    await download(page, 'Report'),
+    /SILENT,UNIT-900 → SITE-010,10\.77\.9\.1,1,FAIL,"did not answer/,
+  );
+  assert.deepEqual(await look(page, 'report'), []);
+  await page.getByLabel('Rows').selectOption('Not OK');
+  assert.equal((await states()).length, 3);
+  const undo = await download(page, 'Undo CSV (old values)');
+  assert.match(undo, /\r\nKU000003,RX610,UNIT-003,,Room 3,\r\n/);
+});
+
+await chapter(
+  page,
+  'only the failed are tried again, and a page that is left finds the run again',
+  async () => {
+    await button('Retry only the failed').click();
+    await page.getByText('2 settings for 2 units.').waitFor();
+    assert.match(
+      await download(page, 'CSV that is sent'),
+      /^UNIT\.SERIAL,UNIT\.MODEL,UNIT\.ID,\r\nSILENT,RX610,SITE-\d+,\r\nREFUSER,RX620,SITE-\d+,\r\n$/,
+    );
+    await button('Update 2 units…').click();
+    await button('Update now').click();
+    await until(async () => (await states()).some(([, , , , , state]) => /sent/.test(state)));
+    await page.reload();
+    await page.getByText('The page was left while the update ran.').waitFor();
+    await page.getByText('0 OK, 2 failed').waitFor();
+  },
+);
+
+await chapter(page, 'another discovery shows the new values', async () => {
+  await goTo('Units');
+  await discover();
+  await page.getByLabel('Filter').fill('KU000003');
+  assert.match(await page.locator('tbody').innerText(), /SITE-003.*Hall, north/s);
+  await goTo('Listings');
+  await button('Imported CSV').click();
+  await page.getByText('2 records').waitFor();
+  assert.deepEqual(await look(page, 'listings'), []);
+  await button('Last discovery').click();
+  await page.getByText('Total=12&Ecount=5&Dcount=7').waitFor();
+  assert.equal(await download(page, 'Download'), content('/tmp/discover.csv'));
+});
+process.exit();

@@ -1,0 +1,96 @@
+// A unit for the console's browser tests, in the box only: web server, fleet and browser.
+
+import { spawn } from 'node:child_process';
+import { readFileSync, readdirSync } from 'node:fs';
+import { accessibilityProblems, openPage } from '../clients/browser.mjs';
+
+export const address = 'http://127.0.0.1:8080/';
+
+// Starts a command of the box. Returns the procedure that ends it; the box ends what is left.
+export function start(command, ...options) {
+  const child = spawn(command, options, { stdio: ['ignore', 'inherit', 'inherit'] });
+  const ended = new Promise((resolve) => {
+    child.on('close', resolve);
+  });
+  return () => child.kill() && ended;
+}
+
+// Waits, without a limit of its own, until `test()` returns something true. Returns that.
+export async function until(test) {
+  for (;;) {
+    const result = await test();
+    if (result) return result;
+    await new Promise((resolve) => {
+      setTimeout(resolve, 100);
+    });
+  }
+}
+
+export const content = (path) => readFileSync(path, 'utf8');
+
+// Starts the web server that HANDLER_WEB_SERVER names. Returns the procedure that ends it.
+export async function startServer() {
+  const end = start('box/web-server', process.env.HANDLER_WEB_SERVER ?? 'lighttpd');
+  await until(() =>
+    fetch(address).then(
+      () => true,
+      () => false,
+    ),
+  );
+  return end;
+}
+
+export const asked = []; // by the browser's own dialogs; all are accepted
+
+// Opens the console. A fault of its scripts ends the test, and so does a wait of minutes.
+export async function openConsole() {
+  const page = await openPage({ viewport: { width: 1360, height: 800 } });
+  page.setDefaultTimeout(180_000);
+  page.on('pageerror', (failure) => {
+    throw failure;
+  });
+  page.on('dialog', (dialog) => {
+    asked.push(dialog.message());
+    return dialog.accept();
+  });
+  await page.goto(address);
+  return page;
+}
+
+// One part of a test. When it fails, what the page says stands before the reason, and the test ends.
+export async function chapter(page, title, work) {
+  console.log(title);
+  try {
+    await work();
+  } catch (failure) {
+    console.error(await page.locator('body').innerText());
+    throw failure;
+  }
+}
+
+// Downloads what a button offers. Returns its text, byte order mark included.
+export async function download(page, button) {
+  const [file] = await Promise.all([
+    page.waitForEvent('download'),
+    page.getByRole('button', { name: button }).click(),
+  ]);
+  return content(await file.path());
+}
+
+// Where pictures of the pages go, for the documentation: those that are there are renewed, all are made in an empty folder.
+const folder = process.env.HANDLER_SCREENSHOTS;
+const wanted = folder ? readdirSync(folder) : [];
+
+// Looks at the page in dark and light, and takes its picture. Returns the accessibility problems.
+export async function look(page, name) {
+  const problems = [];
+  for (const colorScheme of ['dark', 'light']) {
+    await page.emulateMedia({ colorScheme, reducedMotion: 'reduce' });
+    problems.push(...(await accessibilityProblems(page)));
+    const picture = `${name}-${colorScheme}.png`;
+    if (folder && (wanted.length === 0 || wanted.includes(picture))) {
+      await page.screenshot({ path: `${folder}/${picture}` });
+    }
+  }
+  return problems;
+}

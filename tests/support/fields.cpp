@@ -1,0 +1,57 @@
+#include "support/fields.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "cgi/form_entry.hpp"
+#include "cgi/state.hpp"
+#include "support/files.hpp"
+
+std::ostream& operator<<(std::ostream& out, const field& shown) {
+  return out << "[" << shown.name << "|" << shown.value << "|" << shown.file_name << "|" << shown.type << "]";
+}
+
+std::vector<field> fields_of_request() {
+  std::vector<field> fields;
+  for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
+    const bool is_file = entry->tfileName[0] != '\0';
+    std::string value{entry->value.get(), is_file ? 0U : static_cast<std::size_t>(entry->valueLength)};
+    EXPECT_EQ(entry->value[value.size()], '\0');
+    if (is_file) {
+      struct stat about {};
+      stat(entry->tfileName.get(), &about);
+      EXPECT_EQ(about.st_mode, S_IFREG | 0600U);
+      value = read_file(entry->tfileName.get());
+      EXPECT_EQ(value.size(), entry->valueLength);
+    }
+    fields.push_back({entry->name.get(), value, entry->fileName.get(), entry->contentType.get()});
+  }
+  return fields;
+}
+
+std::vector<field> take_fields() {
+  std::vector<field> fields = fields_of_request();
+  cgiFreeResources();
+  EXPECT_EQ(list_folder("/dev/shm"), lines{});
+  return fields;
+}
+
+void append_field(const field& added) {
+  std::string path;
+  if (!added.file_name.empty()) {
+    path = cgiTemporaryFiles;
+    close(mkstemp(path.data()));
+    write_file(path, added.value);
+  }
+  EXPECT_EQ(cgiAppendEntry({.name = cgiCopyText(added.name),
+                            .value = cgiCopyText(path.empty() ? added.value : ""),
+                            .valueLength = static_cast<std::int32_t>(added.value.size()),
+                            .fileName = cgiCopyText(added.file_name),
+                            .contentType = cgiCopyText(added.type),
+                            .tfileName = cgiCopyText(path),
+                            .next = nullptr}),
+            cgiParseSuccess);
+}

@@ -1,0 +1,139 @@
+#include "live_request.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "cgi/multipart.hpp"
+#include "cgi/state.hpp"
+#include "cgi/urlencoded.hpp"
+#include "support/fields.hpp"
+#include "support/files.hpp"
+
+namespace {
+
+const std::string url_encoded = "application/x-www-form-urlencoded";
+const std::string multipart = "multipart/form-data";
+
+// What the program would get for the request: its body, or the reason why there is none.
+struct live {
+  std::string problem, body, content_type, content_length;
+};
+
+live live_request(const std::string& method, const std::string& type) {
+  cgiRequestMethod = method.c_str();
+  cgiContentType = type.c_str();
+  cgiContentLength = 99;
+  std::FILE* file = std::fopen("/tmp/body", "w+be");
+  live made{.problem = write_live_body(file, "bb"), .body = {}, .content_type = {}, .content_length = {}};
+  if (made.problem.empty()) set_live_environment(file, "bb");
+  std::fclose(file);
+  made.body = read_file("/tmp/body");
+  const auto set_value = [](const char* name) {
+    const char* value = std::getenv(name);
+    return std::string{value != nullptr ? value : "(unset)"};
+  };
+  made.content_type = set_value("CONTENT_TYPE");
+  made.content_length = set_value("CONTENT_LENGTH");
+  return made;
+}
+
+// The fields that the program decodes from the body.
+std::vector<field> decoded(const live& made, const std::string& type) {
+  cgiFreeResources();
+  if (type == url_encoded) {
+    EXPECT_EQ(cgiParseFormInput(made.body), cgiParseSuccess);
+  } else {
+    cgiIn = std::fopen("/tmp/body", "rbe");
+    cgiContentLength = static_cast<std::int32_t>(made.body.size());
+    cgiMultipartBoundary = "bb";
+    EXPECT_EQ(cgiParsePostMultipartInput(), cgiParseSuccess);
+    std::fclose(cgiIn);
+  }
+  return take_fields();
+}
+
+}  // namespace
+
+TEST(LiveRequest, HasTheBodyOfItsKind) {
+  struct row {
+    std::string method, type;
+    live expected;
+  };
+  for (const row& row : {
+           row{"GET", "", {"", "", "(unset)", "99"}},
+           {"POST", "text/plain", {"", "", "text/plain", "99"}},
+           {"post", url_encoded, {"", "a=1%0D%0A&%00=%C3%BC&b=", url_encoded, "23"}},
+           {"POST",
+            multipart,
+            {"",
+             "--bb\r\nContent-Disposition: form-data;name=a\r\n\r\n1\r\n"
+             "\r\n--bb\r\nContent-Disposition: form-data\r\n\r\nü"
+             "\r\n--bb\r\nContent-Disposition: form-data;name=b\r\n\r\n\r\n--bb--\r\n",
+             "multipart/form-data; boundary=bb", "153"}},
+       }) {
+    append_field({"a", "1\r\n"});
+    append_field({"", "ü"});
+    append_field({"b", ""});
+    const live made = live_request(row.method, row.type);
+    EXPECT_EQ(made.problem, "");
+    EXPECT_EQ(made.body, row.expected.body);
+    EXPECT_EQ(made.content_type, row.expected.content_type);
+    EXPECT_EQ(made.content_length, row.expected.content_length);
+    cgiFreeResources();
+  }
+}
+
+TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
+  const std::string no_header = "a field whose texts no header can hold";
+  struct row {
+    field sent;
+    std::string type, problem;
+  };
+  for (const row& row : {
+           row{{"a\nb", ""}, multipart, no_header},
+           {{"\"a;", ""}, multipart, no_header},
+           {{" \"", ""}, multipart, no_header},
+           {{"a", "", "a;\"b"}, multipart, no_header},
+           {{"a", "", "f", "\""}, multipart, no_header},
+           {{std::string(1009, 'n'), ""}, multipart, no_header},
+           {{std::string(1008, 'n'), ""}, multipart, ""},
+           {{"a", "", "f"}, url_encoded, "an upload in a url-encoded request"},
+           {{"a\nb;\"", ""}, url_encoded, ""},
+       }) {
+    append_field(row.sent);
+    EXPECT_EQ(live_request("POST", row.type).problem, row.problem) << row.sent;
+    cgiFreeResources();
+  }
+}
+
+TEST(LiveRequest, RandomRequestsAreDecodedToTheSameFields) {
+  constexpr int rounds = 2'000;
+  std::mt19937 random{61};
+  const auto text_of = [&random](std::string_view letters, std::size_t longest) {
+    std::string text(random() % (longest + 1), '\0');
+    for (char& byte : text) byte = letters[random() % letters.size()];
+    return text;
+  };
+  // A text that came out of a header holds either mark, never both, nor begins with a quote.
+  const auto header_text = [&](std::size_t longest) {
+    return random() % 2 == 0 ? text_of("ab;=: \t\\", longest) : "x" + text_of("ab\"=: \t\\", longest);
+  };
+  for (int round = 0; round < rounds; ++round) {
+    const std::string type = random() % 2 == 0 ? multipart : url_encoded;
+    std::vector<field> fields;
+    for (std::size_t count = random() % 6; count > 0; --count) {
+      const bool is_upload = type == multipart && random() % 2 == 0;
+      fields.push_back({type == multipart ? header_text(8) : text_of("ab&=%+ \r\n", 8),
+                        text_of("ab\r\n-&=%+;", 300), is_upload ? "f" + header_text(8) : "",
+                        is_upload ? header_text(8) : ""});
+      append_field(fields.back());
+    }
+    const live made = live_request("POST", type);
+    ASSERT_EQ(made.problem, "");
+    ASSERT_EQ(decoded(made, type), fields) << made.body;
+  }
+}

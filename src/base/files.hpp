@@ -16,8 +16,8 @@
 #include "base/handles.hpp"
 
 // Opens the empty device in the place of every standard descriptor that our starter left closed, so that no
-// file or socket of ours takes its number. Makes standard input and output wait where our starter had them not do
-// so: a body that is late must not pass for one that has ended, and an answer read late must not lose bytes.
+// file or socket of ours takes its number. Makes standard input and output wait even where our starter had
+// them not do so: a late body must not pass for one that has ended, nor an answer lose what is read late.
 void prepare_standard_descriptors();
 
 // Opens a file for reading; empty when it cannot be opened. Neither this nor open_for_writing waits at a pipe.
@@ -94,8 +94,8 @@ class line_reader {
 // The length of the file behind a stream of which nothing waits to be written, in bytes; 0 when it has none.
 [[nodiscard]] off_t file_length(std::FILE* file);
 
-// Writes out what waits. When not all that was written to the stream has reached the file, on a full disk, the file
-// is cut back to that length.
+// Writes out what waits. When not all that was written to the stream has reached the file, on a full disk,
+// the file is cut back to that length.
 void flush_or_cut_back(std::FILE* file, off_t length);
 
 // Copies what is left of one stream to another, byte for byte, to the end or to the first failure.

@@ -2,6 +2,6 @@
 
 #pragma once
 
-// Takes this process off the list of those that bear the program's name, once it has given its memory back: that is
-// before its end shows to whoever reads its answer. For the end of a process that has nothing left to do.
+// Takes this process off the list of those that bear the program's name, once it has given its memory back:
+// that is before its end shows to whoever reads its answer. For the end of a request.
 void leave_process_list();

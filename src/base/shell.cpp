@@ -57,8 +57,8 @@ class quiet_children {
   unique_fd saved_;
 };
 
-// The client may have left. A tool that printed then would end by SIGPIPE, perhaps ahead of its work: from now on what is
-// written to standard output goes nowhere.
+// The client may have left. A tool that printed then would end by SIGPIPE, perhaps ahead of its work: from
+// now on what is written to standard output goes nowhere.
 void drop_answer_that_nobody_reads() {
   pollfd answer{STDOUT_FILENO, 0, 0};
   if (poll(&answer, 1, 0) <= 0 || (answer.revents & (POLLERR | POLLHUP)) == 0) return;

@@ -1,9 +1,9 @@
 // The shell: the one door to command lines. Every command line is a constant of ours or holds nothing but
 // numbers of ours; text of a request or of a unit never enters one.
 //
-// Before the first command /usr/local/bin, where the unit's tools live, is put into PATH if it is not
-// there: some web servers start a CGI program without any PATH. Before every command the answer stream is
-// flushed, so that the output of a tool that is not redirected cannot stand before the header. Once the answer's
+// Before the first command /usr/local/bin, where the unit's tools live, is put into PATH if it is not there:
+// some web servers start a CGI program without any PATH. Before every command the answer stream is flushed,
+// so that the output of a tool that is not redirected cannot stand before the header. Once the answer's
 // reader has gone, that output goes nowhere, as everything does that a tool writes to standard error.
 
 #pragma once

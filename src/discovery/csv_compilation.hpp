@@ -26,6 +26,6 @@ int kvp_parse_reply(std::string_view text);
 // value the first stays; as many empty records end the table.
 void kvp_sort();
 
-// Appends a line for each record to the file at path, or none where a full disk does not take them all. A value
-// with a comma stands in double quotes; double quotes inside it are not escaped. Returns 0.
+// Appends a line for each record to the file at path, or none where a full disk does not take them all. A
+// value with a comma stands in double quotes; double quotes inside it are not escaped. Returns 0.
 int wctf(const char* path);

@@ -63,7 +63,7 @@ int collect_node_reply(int number) {
   std::size_t total = 0;
   int datagrams = 0;
   int misses = 1;
-  // What comes behind the datagrams that count is read, too: the next unit's answer shall not stand behind it.
+  // A flood is read on: the next unit's answer shall not stand behind what is left of it.
   while (datagrams < most_datagrams_of_a_unit || !time.over()) {
     const int length = receive_datagram(discovery_socket, reply);
     if (length > 0) {

@@ -8,8 +8,8 @@
 // latest after 60 s. Senders beyond the 2,047th are dropped. Returns the number recorded.
 int hsdr();
 
-// Second pass: stores what arrives after a unit was queried in the node file of that number, whoever sends it.
-// Ends at the first silence after data, or after five silent receives, about 0.9 s. Datagrams beyond the 255th are a
-// flood: they are dropped, for a second at the most.
-// Returns the number of bytes written; 0 also when the file cannot be created: the datagrams are then dropped.
+// Second pass: stores what arrives after a unit was queried in the node file of that number, whoever sends
+// it. Ends at the first silence after data, or after five silent receives, about 0.9 s. Datagrams beyond the
+// 255th are a flood: they are dropped, for a second at the most. Returns the number of bytes written; 0 also
+// when the file cannot be created: the datagrams are then dropped.
 int collect_node_reply(int number);

@@ -39,8 +39,8 @@ void list_myself() {
   std::fprintf(cgiOut, "%s,%s,%s\n", "MYSELF", stream_host.c_str(), stream_address.c_str());
 }
 
-// Writes the answer's line when its unit is of the wanted kind. Returns whether it did. A site has no more units
-// than are listed: further answers are a flood.
+// Writes the answer's line when its unit is of the wanted kind. Returns whether it did. A site has no more
+// units than are listed: further answers are a flood.
 bool list_answer(int mode, std::string_view answer) {
   if (static_cast<std::size_t>(device_count) >= most_units) return false;
   fixed_text<32> model;

@@ -105,8 +105,8 @@ TEST(OnePass, AnEmptyDatagramEndsTheCollectionAtOnce) {
   EXPECT_EQ(read_file("/tmp/MCa.log"), "(missing)");
 }
 
-// Answers in another unit's name, from outside, oversized or without end: each sender fills its own line, and the others'
-// are whole.
+// Answers in another unit's name, from outside, oversized or without end: each sender fills its own line, and
+// the others' are whole.
 TEST(OnePass, AStrangerFillsItsOwnLine) {
   std::vector<scripted_answer> script{
       {.text = "UNIT.ID=a&IP.ADDRESS=10.77.1.1&", .from = "10.77.1.1"},

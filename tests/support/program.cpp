@@ -65,6 +65,13 @@ request post(const std::string& body, const std::string& type) {
           .body = body};
 }
 
+request post_file(const std::string& command, const std::string& content, const std::string& name) {
+  const std::string head = "--bound\r\nContent-Disposition: form-data; name=";
+  return post(head + "CMD\r\n\r\n" + command + "\r\n" + head + "\"file\"; filename=\"" + name + "\"\r\n\r\n" +
+                  content + "\r\n--bound--\r\n",
+              "multipart/form-data; boundary=bound");
+}
+
 answer run_program(const request& sent, const std::function<void(pid_t)>& meanwhile) {
   const int in = memory_file(sent.body);
   const int out = memory_file();

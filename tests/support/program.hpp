@@ -23,6 +23,7 @@ struct answer {
 // Requests as clients make them.
 request get(const std::string& query);
 request post(const std::string& body, const std::string& type = "application/x-www-form-urlencoded");
+request post_file(const std::string& command, const std::string& content, const std::string& name = "f");
 
 // Runs the program to its end. What is done meanwhile is given the number of its process.
 answer run_program(const request& sent, const std::function<void(pid_t)>& meanwhile = {});

@@ -91,13 +91,8 @@ lines quick_site::differences(const std::function<void(request&)>& change) const
 }
 
 request ask(const std::string& command, const std::string& words) {
-  request sent = get("CMD=" + command);
-  if (known_command{command, {}}.uploads()) {
-    const std::string head = "--b\r\nContent-Disposition: form-data; name=";
-    sent = post(head + "CMD\r\n\r\n" + command + "\r\n" + head + "file; filename=\"" + words + "\"\r\n\r\n" +
-                    csv(words) + "\r\n--b--\r\n",
-                "multipart/form-data; boundary=b");
-  }
+  const bool uploads = known_command{command, {}}.uploads();
+  request sent = uploads ? post_file(command, csv(words), words) : get("CMD=" + command);
   sent.environment["UPDATE_FW_SECONDS"] = "0";
   return sent;
 }

@@ -1,5 +1,5 @@
-// A unit whose neighbours answer at once, and a request for each command: all commands can be tried again and again, as
-// none takes longer than its tools do.
+// A unit whose neighbours answer at once, and a request for each command: all commands can be tried again and
+// again, as none takes longer than its tools do.
 
 #pragma once
 
@@ -28,15 +28,16 @@ class quick_site {
   // Runs a request among these units. A firmware update that it starts has ended afterwards.
   answer run(const request& sent, const std::function<void(pid_t)>& meanwhile = {}) const;
 
-  // Asks for every command, after a change to its request. Returns what differs from a unit without fault, a line each:
-  // "COMMAND: BODY" for another body, "no answer" for an empty one and the answer as it is for one without the frame,
-  // "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE" for a temporary file.
+  // Asks for every command, after a change to its request. Returns what differs from a unit without fault, a
+  // line each: "COMMAND: BODY" for another body, "no answer" for an empty one and the answer as it is for one
+  // without the frame, "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE"
+  // for a temporary file.
   lines differences(const std::function<void(request&)>& change = {}) const;
 
  private:
   fake_network network_;
 };
 
-// The request for a command. An upload brings a CSV of 256 bytes, by which the unit S1 gets these words as its id, in a
-// file of that name.
+// The request for a command. An upload brings a CSV of 256 bytes, by which the unit S1 gets these words as
+// its id, in a file of that name.
 request ask(const std::string& command, const std::string& words = "f");

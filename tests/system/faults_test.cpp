@@ -1,5 +1,5 @@
-// A unit in trouble: each fault meets every command. A client sees what it should see, the link runs again, and nothing
-// is left behind.
+// A unit in trouble: each fault meets every command. A client sees what it should see, the link runs again,
+// and nothing is left behind.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -26,7 +26,8 @@ std::string tool_path(const std::string& name) {
   return "/usr/local/bin/" + name;
 }
 
-// How a request may end at a signal: ahead of everything; as one whose body was cut short; else as without it.
+// How a request may end at a signal: ahead of everything; as one whose body was cut short; else as without
+// it.
 void expect_an_ending(const answer& got, int number, const std::string& whole) {
   for (const std::string& file : list_folder("/dev/shm")) EXPECT_FALSE(file.starts_with("cgic")) << file;
   const bool empty_body = got.out == page("", "<p>No command supplied</p>\n");
@@ -51,7 +52,8 @@ bool is_broken(const std::string& difference) {
       [&](const std::string& sign) { return difference.find(sign) != std::string::npos; });
 }
 
-// The programs that a request starts, with their arguments, sorted; those that were not found stand there, too.
+// The programs that a request starts, with their arguments, sorted; those that were not found stand there,
+// too.
 lines programs_started(const quick_site& site, request sent) {
   std::filesystem::remove_all("/var/started");
   std::filesystem::create_directory("/var/started");
@@ -84,8 +86,8 @@ TEST(Tools, MissingOrFailingOnesAreMissedOnlyWhereTheySpeak) {
   EXPECT_EQ(site.differences(), expected);
 }
 
-// The command waits for it, whatever the server does meanwhile, and goes on as if nothing had been: what other units
-// have answered in the meantime is not lost.
+// The command waits for it, whatever the server does meanwhile, and goes on as if nothing had been: what
+// other units have answered in the meantime is not lost.
 TEST(Tools, OneThatHangsEndsNothing) {
   const quick_site site;
   std::filesystem::remove("/bin/unix2dos");

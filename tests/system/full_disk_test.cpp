@@ -1,5 +1,5 @@
-// A unit whose /dev/shm and /tmp take one MiB each, and its other folders little more: a file that is not whole goes
-// nowhere.
+// A unit whose /dev/shm and /tmp take one MiB each, and its other folders little more: a file that is not
+// whole goes nowhere.
 
 #include <gtest/gtest.h>
 
@@ -18,10 +18,7 @@ constexpr std::size_t disk_size = std::size_t{1} << 20;
 const std::string undecodable = "Status: 500 Error reading form data\r\n\r\n";
 
 answer upload(const std::string& command, std::size_t size) {
-  const std::string head = "--b\r\nContent-Disposition: form-data; name=";
-  const std::string body = head + "CMD\r\n\r\n" + command + "\r\n" + head + "file; filename=f\r\n\r\n" +
-                           std::string(size, 'u') + "\r\n--b--\r\n";
-  return run_program(post(body, "multipart/form-data; boundary=b"));
+  return run_program(post_file(command, std::string(size, 'u')));
 }
 
 // Fills a folder, but for so many bytes.

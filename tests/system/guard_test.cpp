@@ -69,7 +69,8 @@ TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   EXPECT_EQ(read_file("/tmp/first.answer"), page("GET_NODES", "No Nodes Detected\n"));
 }
 
-// Its answer is at its end, so its client may ask again, though its server has not noticed yet that it is dead.
+// Its answer is at its end, so its client may ask again, though its server has not noticed yet that it is
+// dead.
 TEST(Guard, ARequestRightBehindAnotherIsServed) {
   request cut = post("CMD=GET_NODES");
   cut.environment["CONTENT_LENGTH"] = "100";

@@ -1,13 +1,10 @@
 // The mass configuration of a site by the built program.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <csignal>
 #include <filesystem>
 #include <string>
 
@@ -21,13 +18,6 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     text.replace(at, from.size(), to);
   }
   return text;
-}
-
-request upload(const std::string& csv) {
-  const std::string part = "--x\r\nContent-Disposition: form-data; name=";
-  return post(part + "\"CMD\"\r\n\r\nCSV_IMPORT\r\n" + part +
-                  "\"file\"; filename=\"site.csv\"\r\nContent-Type: text/csv\r\n\r\n" + csv + "\r\n--x--\r\n",
-              "multipart/form-data; boundary=x");
 }
 
 lines rows_of(const std::string& csv) {
@@ -74,7 +64,8 @@ TEST(MassUpdate, ASiteBecomesWhatItsCsvSays) {
     const std::string address = row.substr(0, row.find(','));
     if (i > 1) results += "Update Device #" + std::to_string(i - 1) + " @ " + address + " Result is OK\n";
   }
-  EXPECT_EQ(run_program(upload(text_of(rows))).out, page("CSV_IMPORT", "<p>Importing csv</p>\n"));
+  EXPECT_EQ(run_program(post_file("CSV_IMPORT", text_of(rows))).out,
+            page("CSV_IMPORT", "<p>Importing csv</p>\n"));
   EXPECT_EQ(body_of("PERFORM_CSV_IMPORT"), "");
   EXPECT_EQ(orders(), "");
   EXPECT_EQ(read_file("/tmp/import2.csv"), rows[0] + "\r\n");
@@ -133,7 +124,8 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   EXPECT_EQ(orders(), "");
 }
 
-// The first three datagrams decide, whoever sends them; what else one row's strangers send is not the next row's.
+// The first three datagrams decide, whoever sends them; what else one row's strangers send is not the next
+// row's.
 TEST(MassUpdate, AStrangersNoiseStaysWithItsRow) {
   std::string flood;
   for (int i = 0; i < 300; ++i) flood += "|API=SUCCESS";
@@ -148,45 +140,11 @@ TEST(MassUpdate, AStrangersNoiseStaysWithItsRow) {
                  "S2,10.77.1.3,API=FAIL,\r\n"
                  "S3,10.77.1.4,,127.9.9.9\r\n"
                  "S4,10.77.1.5,,\r\n");
-  start_fleet("--units /var/units.csv --reboot-ms 0");
+  start_fleet("--units /var/units.csv --reboot-ms 0 --log /tmp/fleet.log");
   write_file("/tmp/import.csv", "UNIT.SERIAL,UNIT.ID\r\nS0,a\r\nS1,b\r\nS2,c\r\nS3,d\r\nS4,e\r\n");
   const std::string result = " @  Result is ";
   EXPECT_EQ(body_of("PERFORM_CSV_UPDATE"), "Update Device #0" + result + "FAIL\nUpdate Device #1" + result +
                                                "OK\nUpdate Device #2" + result + "FAIL\nUpdate Device #3" +
                                                result + "FAIL\nUpdate Device #4" + result + "OK\n");
-  EXPECT_EQ(read_file("/var/link"), "running\n");
-}
-
-// The page can watch the run, and its leaving does not end it.
-TEST(MassUpdate, AClientThatLeavesDoesNotEndTheRun) {
-  write_file(
-      "/tmp/units.csv",
-      "UNIT.SERIAL,IP.ADDRESS,SIM.SILENT_AT\r\nS0,10.77.1.1,\r\nS1,10.77.1.2,set\r\nS2,10.77.1.3,\r\n");
-  start_fleet("--log /tmp/fleet.log --units /tmp/units.csv");
-  write_file("/tmp/import.csv", "UNIT.SERIAL,UNIT.ID\r\nS0,a\r\nS1,b\r\nS2,c\r\n");
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-  const int no_body = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  const pid_t process = start_program(get("CMD=PERFORM_CSV_UPDATE"), no_body, ends[1]);
-  close(ends[1]);
-  close(no_body);
-  std::string seen;
-  std::array<char, 4096> block;
-  while (seen.find("#0 @  Result is OK\n") == std::string::npos) {
-    const ssize_t length = read(ends[0], block.data(), block.size());
-    ASSERT_GT(length, 0) << seen;
-    seen.append(block.data(), static_cast<std::size_t>(length));
-  }
-  EXPECT_EQ(seen.find("#1"), std::string::npos);
-  EXPECT_EQ(read_file("/www/site.log").find("send_device_update(2)"), std::string::npos);
-  EXPECT_EQ(read_file("/var/link"), "stopped\n");
-  close(ends[0]);
-  for (int i = 0; i < 80; ++i) {
-    for (const int number : {SIGTERM, SIGPIPE, SIGHUP}) kill(process, number);
-    usleep(100'000);
-  }
-  EXPECT_EQ(wait_for(process), 0);
-  EXPECT_EQ(shell_output("grep -c 'Got Reply C' /tmp/site.log"), "2\n");
-  EXPECT_NE(orders().find("10.77.1.3 CMD=START&UNIT.ID=ALL&REBOOT=TRUE&CMD=END\n"), std::string::npos);
   EXPECT_EQ(read_file("/var/link"), "running\n");
 }

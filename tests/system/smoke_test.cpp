@@ -72,10 +72,7 @@ TEST(Smoke, ListsTheSimulatedFleet) {
              "UNIT.SERIAL,UNIT.MODEL,UNIT.ID,IP.ADDRESS,STREAM.ADDRESS,STREAM.HOST,VW.NAME\r\n"
              "K1,TX610,Desk,10.77.1.1,239.1.1.1,,\r\n"
              "K2,KestR-2,Wall,10.77.1.2,,10.77.1.1,\"Wall, left\"\r\n");
-  ASSERT_EQ(
-      std::system("fleet --units /tmp/units.csv > /tmp/fleet.out & "
-                  "for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; sleep 0.1; done; exit 1"),
-      0);
+  start_fleet("--units /tmp/units.csv");
   EXPECT_EQ(run_program(get("CMD=DISCOVER_DECODERS")).out,
             page("DISCOVER_DECODERS", "Wall,10.77.1.2,10.77.1.1,Wall, left\n"));
   EXPECT_EQ(tool_calls(), admitted_then({"qelparam g UNIT.MCD_TTL", "qelparam g UNIT.MCD_MODE",
@@ -105,10 +102,7 @@ TEST(Smoke, RefusesWhileAnotherRequestRuns) {
 TEST(Smoke, AnUploadArrivesByteForByte) {
   std::string content = "\r\n--\r\n--a\r\r\n-";
   for (unsigned i = 0; i < 300'000; ++i) content += static_cast<char>(i * i % 251);
-  const std::string head = "--bound\r\nContent-Disposition: form-data; name=";
-  const std::string body = head + "CMD\r\n\r\nUPDATE_SPLASH\r\n" + head +
-                           "\"file\"; filename=\"a;b.jpg\"\r\n\r\n" + content + "\r\n--bound--\r\n";
-  EXPECT_EQ(run_program(post(body, "multipart/form-data; boundary=bound")).out,
+  EXPECT_EQ(run_program(post_file("UPDATE_SPLASH", content, "a;b.jpg")).out,
             page("UPDATE_SPLASH", "<p>Updating splash</p>\n"));
   EXPECT_TRUE(read_file("/share/default.jpg") == content);
   EXPECT_EQ(read_file("/www/upload_file.txt"),

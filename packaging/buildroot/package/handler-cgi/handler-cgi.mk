@@ -2,14 +2,16 @@
 #
 # handler-cgi
 #
-# For an external tree: set HANDLER_CGI_OVERRIDE_SRCDIR in local.mk to a checkout,
-# in which script/build has built the console (build/console).
+# This folder's external tree is part of a checkout: make BR2_EXTERNAL=CHECKOUT/packaging/buildroot, Buildroot 2023.08
+# or later. script/build in the checkout makes the console (build/console); without it the program comes alone.
 #
 ################################################################################
 
 HANDLER_CGI_VERSION = 0.1.0
-HANDLER_CGI_SITE = $(BR2_EXTERNAL_HANDLER_PATH)/..
+HANDLER_CGI_SITE = $(BR2_EXTERNAL_HANDLER_PATH)/../..
 HANDLER_CGI_SITE_METHOD = local
+HANDLER_CGI_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = \
+	--include=/build/console --exclude=/build/* --exclude=node_modules
 HANDLER_CGI_LICENSE = Proprietary
 HANDLER_CGI_CONF_OPTS = -DBUILD_TESTING=OFF -DHANDLER_STATIC=OFF
 HANDLER_CGI_BUILD_OPTS = --target handler.cgi

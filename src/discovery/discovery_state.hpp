@@ -64,8 +64,8 @@ struct kvp_record {
 };
 
 // The device records, device_count of them, and the one that kvp_set_value fills. Null outside a compilation
-// or import. Written by kvp_alloc, kvp_free, kvp_parse_reply, load_import_csv and, as to marks, the checks before a
-// mass update.
+// or import. Written by kvp_alloc, kvp_free, kvp_parse_reply, kvp_set_value, kvp_sort, load_import_csv and, as to marks,
+// the checks before a mass update.
 extern zeroed_pointer<kvp_record> kvp_table;
 extern int current_record;
 

@@ -17,7 +17,6 @@
 namespace {
 
 constexpr std::size_t line_size = 256;
-constexpr int most_counted_keys = 998;
 constexpr std::uint16_t header_classes =
     KEY_CLASS_ENCODER | KEY_CLASS_DECODER | KEY_CLASS_STATUS | KEY_CLASS_EXCLUDED | KEY_CLASS_EXTENDED;
 
@@ -75,7 +74,7 @@ int ckht(int mode, const char* path) {
   const header columns = header_of(mode);
   columns.fill = 0;
   const int written = copy_keys(mode, keys.get(), csv.get());
-  columns.count = written <= most_counted_keys ? written : 0;
+  columns.count = written;
   columns.fill = 0;
   if (mode == discovery_mode) key_header_repeats = has_repeats();
   return written;

@@ -7,8 +7,7 @@
 //                              record has the same value
 //   duplicate_record           in the record_flags of every record that bears such a mark
 // Every pair of records is visited in both orders, and a pair is logged whenever its second record bears a mark
-// by then. The time is, unless the texts were made to collide, in proportion to
-// the records and the logged lines.
+// by then. The time is in proportion to the records and the logged lines, unless the texts were made to collide.
 
 #pragma once
 

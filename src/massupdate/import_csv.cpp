@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr int most_counted_keys = 998;
 constexpr std::size_t columns = header_slots;
 
 // The slot that each column's key got in import_header_table; -1 for a column without one.
@@ -51,8 +50,7 @@ column_slots read_header(std::string_view line) {
     line.remove_prefix(comma + 1);
   }
   if (column < columns) slots[column] = add_key(text_before_line_end(line));
-  const bool counts = import_header_fill >= 1 && import_header_fill <= most_counted_keys;
-  import_header_count = counts ? import_header_fill : 0;
+  import_header_count = import_header_fill;
   import_header_fill = 0;
   return slots;
 }

@@ -1,7 +1,8 @@
 // Echo: a whole program of the request layer. It answers a request with a page that shows what arrived, and
 // keeps the request as /tmp/request.cgic, for cgi-replay.
 //
-//   fields    each value of each name; of an upload, what the client told and the size
+//   fields    each value of each name; of a name whose first field is an upload, what the client told of that
+//             and its size
 //   cookies   their names
 //
 // Beside handler.cgi in the unit's web server it takes a request that makes trouble, to be run again
@@ -11,6 +12,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace {
@@ -68,9 +70,15 @@ void write_cookies() {
   cgiStringArrayFree(names);
 }
 
+// A request holds cookies and files. A file that is there already may be open to others and is not written.
+bool keep_request() {
+  umask(for_its_owner_alone);
+  if (std::remove(kept_request) != 0 && errno != ENOENT) return false;
+  return cgiWriteEnvironment(kept_request) == cgiEnvironmentSuccess;
+}
+
 int answer() {
-  umask(for_its_owner_alone);  // a request holds cookies and files
-  const bool kept = cgiWriteEnvironment(kept_request) == cgiEnvironmentSuccess;
+  const bool kept = keep_request();
   cgiHeaderContentType("text/html");
   std::fputs("<!DOCTYPE html>\n<html><head><title>Echo</title></head><body>\n", cgiOut);
   write_row("method", cgiRequestMethod);

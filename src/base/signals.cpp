@@ -36,7 +36,9 @@ void catch_signal(int number, void (*handler)(int)) {
 
 void catch_ending_signals() {
   for (const int number : {SIGPIPE, SIGHUP, SIGXFSZ}) catch_signal(number, note_signal);
-  catch_signal(SIGTERM, end_standard_input);
+  for (const int number : {SIGTERM, SIGINT, SIGQUIT, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2}) {
+    catch_signal(number, end_standard_input);
+  }
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -2,10 +2,13 @@
 
 #pragma once
 
-// Catches SIGPIPE, SIGTERM and SIGHUP for the rest of the process, so that a command that has begun runs to
-// its end. They are caught, not ignored, even where our starter ignored or blocked them: children start with
-// the default action, so that a tool whose output nobody reads any more ends. SIGXFSZ is caught too: a write
-// beyond the limit of file size then fails, as on a full disk. From SIGTERM on standard input is at its end,
-// so a request whose body is still being read fails as one that was cut short, and cleans up after itself.
+// Catches for the rest of the process what would end it, so that a command that has begun runs to its end:
+//   SIGPIPE, SIGHUP      the client is gone; nothing changes
+//   SIGXFSZ              the write beyond the limit of file size fails, as on a full disk
+//   SIGTERM, SIGINT, SIGQUIT, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2
+//                        standard input is at its end, so a request whose body is still being read fails as one
+//                        that was cut short, and cleans up after itself
+// They are caught, not ignored, even where our starter ignored or blocked them: children start with the default
+// action, so that a tool whose output nobody reads any more ends.
 // The end of a child is given its default action back, which shell.hpp needs to learn a command's status.
 void catch_ending_signals();

@@ -97,13 +97,19 @@ TEST(Hostile, ABodyThatStopsComingIsADecodingFailure) {
   struct row {
     std::string body;
     std::string type;
-    bool terminated;
+    int ending;  // the signal, 0 for the end of the body
   };
   for (const row& row : {
-           row{"CMD", "application/x-www-form-urlencoded", true},
-           {"CMD", "application/x-www-form-urlencoded", false},
-           {upload, multipart, true},
-           {upload, multipart, false},
+           row{"CMD", "application/x-www-form-urlencoded", SIGTERM},
+           {"CMD", "application/x-www-form-urlencoded", 0},
+           {upload, multipart, SIGTERM},
+           {upload, multipart, SIGINT},
+           {upload, multipart, SIGQUIT},
+           {upload, multipart, SIGXCPU},
+           {upload, multipart, SIGALRM},
+           {upload, multipart, SIGUSR1},
+           {upload, multipart, SIGUSR2},
+           {upload, multipart, 0},
        }) {
     write_file("/var/log/tools.log", "");
     pipe_ends body;
@@ -116,8 +122,8 @@ TEST(Hostile, ABodyThatStopsComingIsADecodingFailure) {
     for (int look = 0; look < 1000 && row.type == multipart && list_folder("/dev/shm").empty(); ++look)
       usleep(10'000);
     usleep(200'000);
-    if (row.terminated) kill(process, SIGTERM);
-    if (!row.terminated) close(body.ends[1]);
+    if (row.ending != 0) kill(process, row.ending);
+    if (row.ending == 0) close(body.ends[1]);
     EXPECT_EQ(wait_for(process), 255);
     std::array<char, 64> text{};
     EXPECT_GT(read(page.ends[0], text.data(), text.size()), 0);

@@ -42,6 +42,7 @@ TEST_F(Replay, ALiveUploadGivesTheSameAnswerAgain) {
   const std::string live = shell_output(form + "handler.cgi");
   const std::string live_traces = traces_of_upload();
   EXPECT_NE(live_traces.find(content), std::string::npos);
+  write_file("/tmp/request.cgic", "one that others may read");
   EXPECT_EQ(shell_output(form + "'echo.cgi?q=1'"),
             "<!DOCTYPE html>\n<html><head><title>Echo</title></head><body>\n<p><b>method</b> POST</p>\n"
             "<p><b>query</b> q=1</p>\n<p><b>CMD</b> UPDATE_SPLASH</p>\n<p><b>x</b> &lt;1&gt;&amp;;</p>\n"
@@ -91,9 +92,9 @@ TEST(ReplayTool, PrintsWhatItFindsOrWhatWentWrong) {
   write_file("/tmp/nameless", std::string("\7\0\0\0CGIC2.0", 11) + std::string(84, '\0') + entry);
   for (const row& row : {
            row{"", "cgi-replay: usage: cgi-replay FILE [PROGRAM [ARGUMENT...]]\n2\n"},
-           {"/tmp/none", "cgi-replay: /tmp/none cannot be read to its end\n1\n"},
+           {"/tmp/none", "cgi-replay: /tmp/none cannot be opened or read to its end\n1\n"},
            {"/tmp/other", "cgi-replay: /tmp/other is no capture file of this version\n1\n"},
-           {"/tmp/short", "cgi-replay: /tmp/short cannot be read to its end\n1\n"},
+           {"/tmp/short", "cgi-replay: /tmp/short cannot be opened or read to its end\n1\n"},
            {"/tmp/nameless",
             "CONTENT_LENGTH=0\n\nu: upload of 2 bytes, file name \"\", content type \"\"\n0\n"},
            {"/tmp/nameless ls /proc/self/fd", "0\n1\n2\n3\n0\n"},  // 3 is the folder itself

@@ -58,17 +58,26 @@ std::optional<std::string> header_text(std::string_view text) {
   return "\"" + std::string{text} + "\"";
 }
 
+// Whether a header line has room for the value, which ends in the given text. A value that was cut when it
+// arrived has lost its closing quote, and the end of the line stands for it.
+bool fits_line(std::string& value, std::string_view last_text) {
+  constexpr std::size_t longest_value = 1023;
+  if (value.size() == longest_value + 1 && last_text.starts_with('"')) value.pop_back();
+  return value.size() <= longest_value;
+}
+
 // The headers of a field's part; nothing when it cannot have any.
 std::optional<std::string> part_headers(const cgiFormEntry& entry) {
-  constexpr std::size_t longest_value = 1023;
   const auto name = header_text(entry.name.get());
   const auto file_name = header_text(entry.fileName.get());
-  const auto type = header_text(entry.contentType.get());
+  auto type = header_text(entry.contentType.get());
   if (!name || !file_name || !type) return std::nullopt;
   std::string disposition = "form-data";
   if (!name->empty()) disposition += ";name=" + *name;
   if (!file_name->empty()) disposition += ";filename=" + *file_name;
-  if (disposition.size() > longest_value || type->size() > longest_value) return std::nullopt;
+  if (!fits_line(disposition, file_name->empty() ? *name : *file_name) || !fits_line(*type, *type)) {
+    return std::nullopt;
+  }
   const std::string type_line = type->empty() ? "" : "Content-Type: " + *type + "\r\n";
   return "Content-Disposition: " + disposition + "\r\n" + type_line + "\r\n";
 }

@@ -43,7 +43,7 @@ std::string shown(std::string_view text) {
     const auto code = static_cast<unsigned char>(byte);
     if (byte == '\\') {
       line += "\\\\";
-    } else if (code < ' ' || code == 127) {
+    } else if (code < ' ' || code >= 127) {
       line.append({'\\', 'x', digits[code / 16U], digits[code % 16U]});
     } else {
       line += byte;
@@ -112,7 +112,7 @@ std::string failure_text(cgiEnvironmentResultType result) {
     case cgiEnvironmentMemory:
       return "ends inside an entry, or is too large";
     default:
-      return "cannot be read to its end";
+      return "cannot be opened or read to its end";
   }
 }
 

@@ -78,7 +78,11 @@ int run(const fleet::options& options) {
     return fail(1, "cannot write " + options.node_list_file);
   }
   std::ofstream log;
-  if (!options.log_file.empty()) log.open(options.log_file);
+  if (!options.log_file.empty()) {
+    log.open(options.log_file);
+    log.close();
+    log.open(options.log_file, std::ios::app);  // somebody may empty it on the way
+  }
   if (!log) return fail(1, "cannot write " + options.log_file);
   fleet::network wire;
   if (!wire.open()) return fail(1, std::string{"no socket on port 8000: "} + std::strerror(errno));

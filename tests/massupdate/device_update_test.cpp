@@ -87,6 +87,7 @@ TEST(DeviceUpdate, EachModelGetsItsSettings) {
         << row.model;
     EXPECT_EQ(discovery_socket, -1);
   }
+  const caught_answer page;
   EXPECT_EQ(send_device_update(0), 8);
 }
 

@@ -4,12 +4,13 @@
 
 #include "cgi/state.hpp"
 
-caught_answer::caught_answer() {
+caught_answer::caught_answer() : before_(cgiOut) {
   cgiOut = open_memstream(&text_, &size_);
 }
 
 caught_answer::~caught_answer() {
   std::fclose(cgiOut);
+  cgiOut = before_;
   std::free(text_);
 }
 

@@ -16,6 +16,7 @@ class caught_answer {
   std::string take();
 
  private:
+  std::FILE* before_;
   char* text_ = nullptr;
   std::size_t size_ = 0;
   std::size_t taken_ = 0;

@@ -12,15 +12,14 @@ namespace {
 void note_signal(int) {}
 
 // Puts the empty device in the place of standard input. A read that waits is restarted by the system and
-// then finds the end; one that was about to begin finds it too.
+// then finds the end; one that was about to begin finds it too. Without a free descriptor the body goes on: a
+// standard input that was closed would be the place of the next file.
 void end_standard_input(int) {
   const int saved_errno = errno;
   const int empty = open("/dev/null", O_RDONLY | O_CLOEXEC);
   if (empty >= 0) {
     dup2(empty, STDIN_FILENO);
     close(empty);
-  } else {
-    close(STDIN_FILENO);
   }
   errno = saved_errno;
 }

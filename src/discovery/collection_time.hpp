@@ -12,13 +12,10 @@ inline constexpr std::chrono::milliseconds pause_after_silence{100};
 
 class collection_time {
  public:
-  explicit collection_time(std::chrono::seconds longest = std::chrono::seconds{60})
-      : end_(steady_time() + longest) {}
-
   // True once the clock shows more than three seconds after the start.
   [[nodiscard]] bool window_over() const { return wall_seconds() > start_ + window_seconds; }
 
-  // True after the longest time, a minute if not told otherwise.
+  // True after a minute.
   [[nodiscard]] bool over() const { return steady_time() >= end_; }
 
   // The clock at the start and at this moment, as logs show them.
@@ -27,7 +24,8 @@ class collection_time {
 
  private:
   static constexpr std::time_t window_seconds = 3;
+  static constexpr std::chrono::seconds longest{60};
 
   std::time_t start_ = wall_seconds();
-  std::chrono::milliseconds end_;
+  std::chrono::milliseconds end_ = steady_time() + longest;
 };

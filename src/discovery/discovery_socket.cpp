@@ -17,7 +17,6 @@
 namespace {
 
 constexpr const char* ttl_log = "/tmp/MCt.log";
-constexpr std::chrono::milliseconds receive_timeout{100};
 constexpr int default_ttl = 64;
 constexpr int longest_ttl = 255;
 

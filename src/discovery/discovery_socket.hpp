@@ -9,6 +9,10 @@
 
 #include <netinet/in.h>
 
+#include <chrono>
+
+inline constexpr std::chrono::milliseconds receive_timeout{100};
+
 // Opens and sets up discovery_socket. Returns its descriptor; 0 when no socket could be created; -1 when it
 // could not be bound, and it is then open all the same: the system binds it with the first send. Callers take
 // every result but 0 for success.

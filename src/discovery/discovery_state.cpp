@@ -7,6 +7,7 @@ constinit std::int32_t encoder_count = 0;
 constinit std::int32_t decoder_count = 0;
 
 constinit std::array<in_addr_t, most_units> node_addresses{};
+constinit std::array<std::uint8_t, most_units + 1> node_datagrams{};
 
 constinit std::array<key_header_entry, header_slots> key_header_table{};
 constinit int key_header_count = 0;

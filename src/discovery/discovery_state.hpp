@@ -35,6 +35,10 @@ inline constexpr int most_datagrams_of_a_unit = 255;
 // The senders of the first pass, in network byte order; cleared and filled by hsdr.
 extern std::array<in_addr_t, most_units> node_addresses;
 
+// How many datagrams each of them has sent in the pass that runs, at most most_datagrams_of_a_unit, counted at the
+// sender's first place; the last one is for all other senders. Cleared by hsdr, counted there and in the second pass.
+extern std::array<std::uint8_t, most_units + 1> node_datagrams;
+
 inline constexpr std::size_t header_slots = 128;
 inline constexpr std::size_t key_size = 64;
 

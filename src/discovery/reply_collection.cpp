@@ -1,7 +1,8 @@
 #include "discovery/reply_collection.hpp"
 
+#include <algorithm>
 #include <array>
-#include <chrono>
+#include <cstdint>
 #include <cstdio>
 
 #include "base/clock.hpp"
@@ -12,6 +13,7 @@
 #include "base/trace.hpp"
 #include "base/unit.hpp"
 #include "discovery/collection_time.hpp"
+#include "discovery/discovery_socket.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/node_files.hpp"
 
@@ -20,7 +22,6 @@ namespace {
 constexpr std::size_t reply_size = 1500;
 constexpr int most_misses_of_a_pass = 6;
 constexpr int most_misses_of_a_unit = 5;
-constexpr std::chrono::seconds longest_flood{1};
 
 void log_exit(const collection_time& time, int misses, int count) {
   fixed_text<short_command_size> line;
@@ -30,10 +31,29 @@ void log_exit(const collection_time& time, int misses, int count) {
   trace_append(unit::pass_log, short_command_size, line.view());
 }
 
+// Counts a datagram of the sender. False when it has sent as many as are taken of one unit.
+bool is_taken(in_addr_t sender) {
+  const auto place = std::ranges::find(node_addresses, sender) - node_addresses.begin();
+  std::uint8_t& datagrams = node_datagrams[static_cast<std::size_t>(place)];
+  if (datagrams >= most_datagrams_of_a_unit) return false;
+  ++datagrams;
+  return true;
+}
+
+// Records the sender of a datagram behind those that are there. Returns their number.
+std::size_t record_sender(in_addr_t sender, std::size_t count) {
+  if (count >= node_addresses.size()) return count;
+  node_addresses[count] = sender;
+  if (is_taken(sender)) return count + 1;
+  node_addresses[count] = 0;
+  return count;
+}
+
 }  // namespace
 
 int hsdr() {
   node_addresses.fill(0);
+  node_datagrams.fill(0);
   shell_run("rm /tmp/MCb.log > /dev/null 2>&1");
   const collection_time time;
   std::array<char, reply_size + 1> reply;
@@ -43,13 +63,14 @@ int hsdr() {
     ++misses;
     sockaddr_in sender{};
     if (receive_datagram(discovery_socket, reply, &sender) > 0) {
-      if (count < node_addresses.size()) node_addresses[count++] = sender.sin_addr.s_addr;
+      count = record_sender(sender.sin_addr.s_addr, count);
       misses = 1;
       continue;
     }
     if (misses >= most_misses_of_a_pass && time.window_over()) break;
     pause_for(pause_after_silence);
   }
+  node_datagrams.fill(0);
   log_exit(time, misses, static_cast<int>(count));
   return static_cast<int>(count);
 }
@@ -59,21 +80,23 @@ int collect_node_reply(int number) {
   // Unbuffered: what is counted is in the file.
   if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
   std::array<char, reply_size + 1> reply;
-  const collection_time time{longest_flood};
   std::size_t total = 0;
-  int datagrams = 0;
   int misses = 1;
-  // A flood is read on: the next unit's answer shall not stand behind what is left of it.
-  while (datagrams < most_datagrams_of_a_unit || !time.over()) {
-    const int length = receive_datagram(discovery_socket, reply);
-    if (length > 0) {
-      const bool counts = ++datagrams <= most_datagrams_of_a_unit;
-      if (file && counts) total += std::fwrite(reply.data(), 1, static_cast<std::size_t>(length), file.get());
+  auto silent_since = steady_time();
+  for (;;) {
+    sockaddr_in sender{};
+    const int length = receive_datagram(discovery_socket, reply, &sender);
+    const bool floods = length > 0 && !is_taken(sender.sin_addr.s_addr);
+    if (length > 0 && !floods) {
+      if (file) total += std::fwrite(reply.data(), 1, static_cast<std::size_t>(length), file.get());
+      silent_since = steady_time();
       continue;
     }
+    if (floods && steady_time() < silent_since + receive_timeout) continue;
     ++misses;
     if (total > 0 || misses > most_misses_of_a_unit) break;
     pause_for(pause_after_silence);
+    silent_since = steady_time();
   }
   return static_cast<int>(total);
 }

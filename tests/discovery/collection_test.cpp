@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <ctime>
 #include <string>
 #include <vector>
 
+#include "base/datagram.hpp"
 #include "discovery/discovery_socket.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/key_header.hpp"
@@ -167,14 +169,27 @@ TEST(TwoPass, AnAnswerIsWhatComesWithoutAGap) {
   EXPECT_EQ(read_file("/tmp/node_7"), "");
 }
 
-// A flood is read to its end, or for a second, so that the next unit's answer does not stand behind it.
-TEST(TwoPass, OfAFloodOneAnswerIsKept) {
-  const discovery_session session;
+// Of each sender so many count in each pass, wherever they arrive; and a flood that goes on holds no unit's turn.
+TEST(TwoPass, AFloodTakesNeitherPlacesNorTime) {
+  constexpr auto less_than_a_silence = 60ms;
+  std::vector<scripted_answer> script(300, {.text = "0123456789&"});
+  script.push_back({.text = "other", .from = "10.77.1.2"});
   {
-    fake_network network{std::vector<scripted_answer>(300, {.text = "0123456789&"})};
+    const fake_network network{script};
+    const discovery_session session;
     EXPECT_GT(send_discovery_query(), 0);
-    EXPECT_EQ(network.heard(2).size(), 2U);
+    EXPECT_EQ(hsdr(), 256);
+    EXPECT_EQ(node_addresses[254], inet_addr("10.77.1.1"));
+    EXPECT_EQ(node_addresses[255], inet_addr("10.77.1.2"));
+    EXPECT_EQ(node_addresses[256], 0U);
   }
-  EXPECT_EQ(collect_node_reply(0), 255 * 11);
+  script.push_back({.text = "another", .from = "10.77.1.3"});
+  script.insert(script.end(), 100, {.text = "0123456789&", .wait = less_than_a_silence});
+  const fake_network network{script};
+  const discovery_session session;
+  EXPECT_GT(send_discovery_query(), 0);
+  EXPECT_EQ(collect_node_reply(0), 255 * 11 + 5 + 7);
   EXPECT_EQ(collect_node_reply(1), 0);
+  std::array<char, 12> more{};
+  EXPECT_EQ(receive_datagram(discovery_socket, more), 11) << "the flood ended before the unit's turn";
 }

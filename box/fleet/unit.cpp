@@ -31,13 +31,14 @@ constexpr auto renamed_keys = std::to_array<renamed_key>({
 });
 constexpr auto address_keys = std::span{renamed_keys}.first<4>();
 
-// No setting changes what a unit is; its id has a key of its own for that.
-constexpr auto fixed_keys =
-    std::to_array<std::string_view>({"UNIT.ID", "UNIT.SERIAL", "UNIT.MODEL", "UNIT.MAC_ADDRESS"});
+// No setting changes what a unit is or measures; its id has a key of its own for that.
+constexpr auto fixed_keys = std::to_array<std::string_view>(
+    {"UNIT.ID", "UNIT.SERIAL", "UNIT.MODEL", "UNIT.MAC_ADDRESS", "UNIT.FIRMWARE", "UNIT.FIRMWARE_DATE",
+     "IP.DHCP_STATUS", "UNIT.GPIO_IN1", "UNIT.GPIO_IN2"});
 
 constexpr auto status_keys =
     std::to_array<std::string_view>({"UNIT.MODEL", "UNIT.ID", "UNIT.SERIAL", "IP.ADDRESS", "UNIT.FIRMWARE",
-                                     "UNIT.MAC_ADDRESS", "IP.DHCP_STATUS"});
+                                     "UNIT.MAC_ADDRESS", "IP.DHCP_STATUS", "STREAM.HOST", "VW.NAME"});
 
 void append_pair(std::string& text, std::string_view key, std::string_view value) {
   if (value.empty()) return;
@@ -128,18 +129,26 @@ std::string unit::query_text(const request& asked) const {
     text = all_text();
   } else {
     for (const std::string_view key : status_keys) append_pair(text, key, value(key));
+    append_pair(text, "STREAM.ADDRESS", stream_address());
   }
   append_pair(text, "API.STATUS", "SUCCESS");
   return text;
 }
 
+std::string_view unit::stream_address() const {
+  const std::string_view known = value("STREAM.ADDRESS");
+  return known.empty() && is_encoder(value("UNIT.MODEL")) ? value("STREAM.RTP_ADDRESS") : known;
+}
+
 std::string unit::all_text() const {
-  // The address that an encoder streams to stands beside the setting it comes from.
-  const bool adds_stream = is_encoder(value("UNIT.MODEL")) && value("STREAM.ADDRESS").empty();
+  // It stands beside the setting it comes from.
+  const bool adds_stream = value("STREAM.ADDRESS").empty();
   std::string text;
   for (const parameter& known : running_) {
     append_pair(text, known.key, known.value);
-    if (adds_stream && known.key == "STREAM.RTP_ADDRESS") append_pair(text, "STREAM.ADDRESS", known.value);
+    if (adds_stream && known.key == "STREAM.RTP_ADDRESS") {
+      append_pair(text, "STREAM.ADDRESS", stream_address());
+    }
   }
   return text;
 }

@@ -52,6 +52,8 @@ class unit {
   void start_saved();
   [[nodiscard]] std::string query_text(const request& asked) const;
   [[nodiscard]] std::string all_text() const;
+  // The address that an encoder streams to; empty for others.
+  [[nodiscard]] std::string_view stream_address() const;
   [[nodiscard]] std::string acknowledgement(std::string_view result);
 
   std::size_t index_;

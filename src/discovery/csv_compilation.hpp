@@ -1,7 +1,7 @@
 // CSV compilation: turns the collected answers into the files that the web page shows.
 //   /tmp/discover.csv    a data line a unit behind the header line that ckht wrote, ordered by the first column
 //   /tmp/discover.info   Total=%d&Ecount=%d&Dcount=%d~~~
-//   /tmp/encoders.csv    the lines of discover.csv that hold the model name of an encoder
+//   /tmp/encoders.csv    the lines of discover.csv that hold a model name of an older list of encoders
 //   /tmp/decoders.csv    those that hold one of a decoder
 // Each answer lies in a node file /tmp/node_N; the text of its first 2048 bytes counts.
 

@@ -29,7 +29,7 @@ extern std::int32_t decoder_count;
 // The most units of one site.
 inline constexpr std::size_t most_units = 2047;
 
-// The most datagrams that a discovery takes from one unit; further ones are a flood: read and dropped.
+// The most datagrams that one pass of a discovery takes from one unit; further ones are a flood: read and dropped.
 inline constexpr int most_datagrams_of_a_unit = 255;
 
 // The senders of the first pass, in network byte order; cleared and filled by hsdr.

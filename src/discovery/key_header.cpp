@@ -42,13 +42,12 @@ header header_of(int mode) {
 
 // Writes the keys as the header line and puts them into the table. Returns their number.
 int copy_keys(int mode, std::FILE* keys, std::FILE* csv) {
-  const header columns = header_of(mode);
   int written = 0;
   fixed_text<line_size> line;
   while (read_line(keys, line.buffer()) > 0) {
     if (classify_key(line.buffer().data(), KEY_CLASS_EXCLUDED) != 0) continue;
     const std::string_view key = text_before_line_end(line.view());
-    if (!fits_as_key(key) || static_cast<std::size_t>(columns.fill) >= header_slots) continue;
+    if (!fits_as_key(key) || static_cast<std::size_t>(written) >= header_slots) continue;
     std::fprintf(csv, written == 0 ? "%.*s" : ",%.*s", static_cast<int>(key.size()), key.data());
     akkh(mode, key);
     ++written;

@@ -16,7 +16,7 @@
 // so that columns and slots always line up.
 int ckht(int mode, const char* path);
 
-// Adds a key to the mode's table. The import table takes a key only when ckv does.
+// Adds a key, without a line end, to the mode's table. The import table takes a key only when ckv does.
 // Returns the table's new fill position, 1 for the first key, or -1 when the key is not added.
 int akkh(int mode, std::string_view key);
 

@@ -114,7 +114,7 @@ int collect_answers() {
     if (length > 0) {
       store_datagram(run, sender.sin_addr, datagram.data());
       if (!time.over()) continue;
-    } else if (++misses <= most_misses || !time.window_over()) {
+    } else if (++misses <= most_misses || (!time.window_over() && !time.over())) {
       pause_for(pause_after_silence);
       if (timed_out) continue;
       return length;

@@ -146,8 +146,9 @@ TEST(TwoPass, RecordsEverySenderInOrder) {
   write_file("/tmp/MCb.log", "old");
   EXPECT_EQ(hsdr(), 3);
   const lines expected{"10.77.1.9", "10.77.1.3", "10.77.1.9"};
-  for (std::size_t i = 0; i < expected.size(); ++i)
+  for (std::size_t i = 0; i < expected.size(); ++i) {
     EXPECT_EQ(node_addresses[i], inet_addr(expected[i].c_str()));
+  }
   EXPECT_EQ(node_addresses[3], 0U);
   const std::string log = read_file("/tmp/MCb.log");
   EXPECT_EQ(log.find("hsdr() Exiting start:"), 0U) << log;

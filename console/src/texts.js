@@ -355,8 +355,10 @@ export const texts = {
     nothing: 'Nothing.',
     noImport: 'The unit has no imported CSV.',
     trialDone: 'The unit has read it.',
-    asRead: (records, refused) =>
-      `${times(records, 'record', 'records')}${refused.length > 0 ? `; refused columns: ${refused.join(', ')}` : ''}`,
+    asRead: (records, refused, unused) =>
+      times(records, 'record', 'records') +
+      (refused.length > 0 ? `; refused columns: ${refused.join(', ')}` : '') +
+      (unused.length > 0 ? `; never sent, too many columns stand in front: ${unused.join(', ')}` : ''),
     download: 'Download',
   },
 };

@@ -43,7 +43,9 @@ test('a CSV is read as the unit reads it', () => {
       `${header} / ${line}`,
     );
   }
-  assert.deepEqual(readAsUnit('', keys), { slots: [], records: [] });
+  assert.deepEqual(readAsUnit('', keys), { slots: [], records: [], unused: [] });
+  const pushedOut = ['UNIT.REBOOT', 'UNKNOWN', ...keys].join(',');
+  assert.deepEqual(readAsUnit(`${pushedOut},\r\n`, keys).unused, keys.slice(-1));
 });
 
 test('a model counts in every column but the last', () => {

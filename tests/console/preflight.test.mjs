@@ -97,6 +97,8 @@ test('only what changes is sent, and can be taken back', () => {
   assert.deepEqual(told(plan), ['fixed model-filled UNIT.MODEL 2,3,4']);
   const whole = check('UNIT.SERIAL,UNIT.ID,VW.NAME\nS2,NEW-2,"Room 2, left"\n', { onlyChanges: false });
   assert.equal(whole.text, 'UNIT.SERIAL,UNIT.MODEL,UNIT.ID,VW.NAME,\r\nS2,RX610,NEW-2,"Room 2, left",\r\n');
+  const inFront = check('UNIT.REBOOT,VW.ACTIVE,UNIT.ID,UNIT.SERIAL\nTRUE,1,NEW-2,S2\n');
+  assert.equal(inFront.text, 'UNIT.SERIAL,UNIT.MODEL,UNIT.ID,\r\nS2,RX610,NEW-2,\r\n'); // they would push settings out
 });
 
 test('every problem is told at once', () => {

@@ -71,13 +71,15 @@ function readRecord(line, slots) {
   return record;
 }
 
-// Reads a CSV as a mass update does, for a unit whose settings are `keys`. Returns {slots, records}: the key of each
-// column, null for a refused one, and for each data line its values by key and its kind.
+// Reads a CSV as a mass update does, for a unit whose settings are `keys`. Returns {slots, records, unused}: the key of
+// each column, null for a refused one, for each data line its values by key and its kind, and the keys of columns that are
+// stored but never sent, since the accepted ones in front of them are as many as the unit has settings.
 export function readAsUnit(text, keys) {
   const [header, ...lines] = linesOf(text);
   const fields = header === undefined ? [] : header.split(',').slice(0, mostColumns);
   const slots = fields.map((field) => (acceptedKey(field, keys) === null ? null : field));
-  return { slots, records: lines.map((line) => readRecord(line, slots)) };
+  const unused = slots.filter((key) => key !== null).slice(keys.length);
+  return { slots, records: lines.map((line) => readRecord(line, slots)), unused };
 }
 
 // Returns why the unit cannot be given a value, or null when it can.

@@ -39,14 +39,14 @@ const kinds = {
   imported: async (unit, site) => {
     if ((await unit.ask('CHECK_IMPORT_CSV_STATUS')) !== 'true') return { note: words.noImport };
     const text = await unit.ask('GET_CSV_IMPORT');
-    const { slots, records } = readAsUnit(text, site?.keys ?? []);
+    const { slots, records, unused } = readAsUnit(text, site?.keys ?? []);
     const refused = site
       ? text
           .split('\r\n')[0]
           .split(',')
           .filter((field, at) => slots[at] === null && field !== '')
       : [];
-    return { note: words.asRead(records.length, refused), text, csv: 'import.csv' };
+    return { note: words.asRead(records.length, refused, site ? unused : []), text, csv: 'import.csv' };
   },
   trial: async (unit) => {
     await unit.ask('PERFORM_CSV_IMPORT');

@@ -13,7 +13,8 @@ HANDLER_CGI_SITE_METHOD = local
 HANDLER_CGI_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = \
 	--include=/build/console --exclude=/build/* --exclude=node_modules
 HANDLER_CGI_LICENSE = Proprietary
-HANDLER_CGI_CONF_OPTS = -DBUILD_TESTING=OFF -DHANDLER_STATIC=OFF
+HANDLER_CGI_REDISTRIBUTE = NO
+HANDLER_CGI_CONF_OPTS = -DBUILD_TESTING=OFF -DHANDLER_STATIC=OFF -DHANDLER_WERROR=OFF
 HANDLER_CGI_BUILD_OPTS = --target handler.cgi
 
 # The build's own install rules are not used: the unit wants two places and nothing else.

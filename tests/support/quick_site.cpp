@@ -107,6 +107,21 @@ lines quick_site::orders() {
   return found;
 }
 
+lines undecodable_uploads() {
+  lines found;
+  for (const known_command& command : every_command) {
+    if (!command.uploads()) continue;
+    found.push_back(command.name + ": " + undecodable);
+    found.push_back(command.name + " status 255");
+    if (command.name != "UPDATE_FIRMWARE") found.push_back(command.name + " link stopped\n");
+  }
+  for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
+                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"}) {
+    found.emplace_back(line);
+  }
+  return found;
+}
+
 request ask(const std::string& command, const std::string& words) {
   const bool uploads = known_command{command, {}}.uploads();
   request sent = uploads ? post_file(command, uploaded_csv(words), words) : get("CMD=" + command);

@@ -44,6 +44,9 @@ class quick_site {
   fake_network network_;
 };
 
+// What differs where no upload can be decoded and none came before.
+lines undecodable_uploads();
+
 // The CSV of 256 bytes that an upload brings. By it, the unit S1 gets these words as its id.
 std::string uploaded_csv(const std::string& words = "f");
 

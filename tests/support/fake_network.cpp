@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -13,10 +14,8 @@
 namespace {
 
 constexpr const char* group = "226.0.0.19";
+constexpr const char* first_unit = "10.77.1.1";
 constexpr in_port_t api_port = 8000;
-
-// Of the settings, the save and the reboot: nobody minds that they come together.
-const std::vector<scripted_answer> acknowledgements(3, {.text = "API=SUCCESS"});
 
 // Waits shortly for one datagram.
 bool receive(int socket, std::string& text, sockaddr_in& sender) {
@@ -52,19 +51,22 @@ int bind_unit_socket(const std::string& address) {
   return descriptor;
 }
 
-fake_network::fake_network(std::vector<scripted_answer> script)
-    : script_(std::move(script)), group_socket_(bind_unit_socket(group)) {
+fake_network::fake_network(std::vector<scripted_answer> script) : script_(std::move(script)) {
+  for (const std::string address : {group, first_unit}) sockets_[address] = bind_unit_socket(address);
+  for (const scripted_answer& answer : script_) {
+    if (!sockets_.contains(answer.from)) sockets_[answer.from] = bind_unit_socket(answer.from);
+  }
   ip_mreq membership{};
   inet_aton(group, &membership.imr_multiaddr);
   inet_aton("10.77.0.1", &membership.imr_interface);
-  setsockopt(group_socket_, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership);
+  setsockopt(sockets_[group], IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership);
   thread_ = std::thread{[this] { serve(); }};
 }
 
 fake_network::~fake_network() {
   ending_ = true;
   thread_.join();
-  close(group_socket_);
+  for (const auto& [address, socket] : sockets_) close(socket);
 }
 
 std::vector<std::string> fake_network::heard(std::size_t count) {
@@ -81,22 +83,35 @@ std::vector<std::string> fake_network::heard(std::size_t count) {
 }
 
 void fake_network::serve() {
+  constexpr int short_wait = 20;
+  std::vector<pollfd> arrivals;
+  for (const auto& [address, socket] : sockets_) arrivals.push_back({socket, POLLIN, 0});
   while (!ending_) {
-    std::string request;
-    sockaddr_in sender{};
-    if (!receive(group_socket_, request, sender)) continue;
-    {
-      const std::lock_guard lock{mutex_};
-      heard_.push_back(request);
+    poll(arrivals.data(), arrivals.size(), short_wait);
+    auto arrival = arrivals.begin();
+    for (const auto& [address, socket] : sockets_) {
+      if ((arrival++)->revents != 0) take(address);
     }
-    if (request.find("UNIT.ID=NONE") != std::string::npos) continue;
-    const bool to_all = request.find("UNIT.ID=ALL") != std::string::npos;
-    for (const scripted_answer& answer : to_all ? script_ : acknowledgements) {
-      std::this_thread::sleep_for(answer.wait);
-      const int unit = bind_unit_socket(answer.from);
-      send(unit, answer.text, sender);
-      close(unit);
-    }
+  }
+}
+
+void fake_network::take(const std::string& address) {
+  std::string request;
+  sockaddr_in sender{};
+  if (!receive(sockets_[address], request, sender)) return;
+  {
+    const std::lock_guard lock{mutex_};
+    heard_.push_back(request);
+  }
+  if (request.find("UNIT.ID=NONE") != std::string::npos) return;
+  if (request.find("&QUERY.") == std::string::npos) {
+    send(sockets_[address == group ? first_unit : address], "API=SUCCESS", sender);
+    return;
+  }
+  for (const scripted_answer& answer : script_) {
+    if (address != group && address != answer.from) continue;
+    std::this_thread::sleep_for(answer.wait);
+    send(sockets_[answer.from], answer.text, sender);
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -18,20 +19,23 @@ struct scripted_answer {
 
 class fake_network {
  public:
-  // Answers every query of all units with the whole script, and acknowledges what one unit is told.
+  // Answers a query of all units with the whole script, and one of a single unit with that unit's part. Any
+  // other order is acknowledged: by the unit that it reaches, or by 10.77.1.1 where it reaches the group.
   explicit fake_network(std::vector<scripted_answer> script = {});
   fake_network(const fake_network&) = delete;
   fake_network& operator=(const fake_network&) = delete;
   ~fake_network();
 
-  // The datagrams that reached the group, in order. Waits until `count` have come, for at most 5 s.
+  // The datagrams that reached the group or a unit of the script, in order. Waits until `count` have come, for
+  // at most 5 s.
   std::vector<std::string> heard(std::size_t count);
 
  private:
   void serve();
+  void take(const std::string& address);
 
   std::vector<scripted_answer> script_;
-  int group_socket_;
+  std::map<std::string, int> sockets_;  // by address: the group's and each unit's
   std::atomic<bool> ending_ = false;
   std::mutex mutex_;
   std::vector<std::string> heard_;

@@ -48,5 +48,8 @@ std::string refusal(const std::string& message);
 inline const std::string busy_message =
     "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
 
+// The whole answer to a request whose form data cannot be decoded.
+inline const std::string undecodable = "Status: 500 Error reading form data\r\n\r\n";
+
 // What the program writes around the body lines of a command.
 std::string page(const std::string& command, const std::string& body);

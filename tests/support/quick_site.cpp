@@ -6,12 +6,6 @@ std::string answer_of(const std::string& unit, const std::string& model, const s
   return "UNIT.ID=U" + unit + "&X=" + words + "&UNIT.MODEL=" + model + "&IP.ADDRESS=10.77.1." + unit + "&";
 }
 
-std::string csv(const std::string& words) {
-  const std::string columns = "UNIT.SERIAL,UNIT.MODEL,UNIT.ID,";
-  const std::string row = "\r\nS1,TX610," + words + ",\r\n";
-  return columns + std::string(256 - columns.size() - row.size(), 'X') + row;
-}
-
 std::string seen_answer(const known_command& command, const answer& got) {
   const std::string frame = page(command.name, "|");
   const std::size_t head = frame.find('|');
@@ -38,6 +32,12 @@ void add_remains(const std::string& name, lines& found) {
 
 }  // namespace
 
+std::string uploaded_csv(const std::string& words) {
+  const std::string columns = "UNIT.SERIAL,UNIT.MODEL,UNIT.ID,";
+  const std::string row = "\r\nS1,TX610," + words + ",\r\n";
+  return columns + std::string(256 - columns.size() - row.size(), 'X') + row;
+}
+
 const std::array<known_command, 17> every_command{{
     {"UPDATE_FIRMWARE", "<p>Updating firmware ret:0</p>\n"},
     {"UPDATE_EDID", "<p>Updating edid</p>\n"},
@@ -52,7 +52,7 @@ const std::array<known_command, 17> every_command{{
      "DISCOVERED CSV DATA: Total=2&Ecount=1&Dcount=1~~~\n\n"
      "UNIT.ID,UNIT.SERIAL,UNIT.MODEL\r\nU1,,TX610\r\nU2,,RX610\r\n"},
     {"CSV_IMPORT", "<p>Importing csv</p>\n"},
-    {"GET_CSV_IMPORT", csv("f")},
+    {"GET_CSV_IMPORT", uploaded_csv()},
     {"PERFORM_CSV_IMPORT", ""},
     {"PERFORM_CSV_UPDATE", "Update Device #0 @  Result is OK\n"},
     {"CHECK_IMPORT_CSV_STATUS", "true"},
@@ -68,19 +68,30 @@ quick_site::quick_site(const std::string& words)
 }
 
 answer quick_site::run(const request& sent, const std::function<void(pid_t)>& meanwhile) const {
+  return while_serving([&] { return run_program(sent, meanwhile); });
+}
+
+// The script is known by its command line: its shell has that one from the start.
+answer quick_site::while_serving(const std::function<answer()>& asked) const {
   const fake_service service{{{"API=SUCCESS"}, {"API=SUCCESS"}}};
-  answer got = run_program(sent, meanwhile);
+  answer got = asked();
   static_cast<void>(
-      shell_output("for i in $(seq 600); do pidof update_fw.sh > /dev/null || exit; sleep 0.1; done"));
+      shell_output("for i in $(seq 600); do pgrep -f '[u]pdate_fw.sh' > /dev/null || exit; sleep 0.1; done"));
   return got;
 }
 
 lines quick_site::differences(const std::function<void(request&)>& change) const {
-  lines found;
-  for (const known_command& command : every_command) {
+  return differences_behind([&change](const known_command& command) {
     request sent = ask(command.name);
     if (change) change(sent);
-    const answer got = run(sent);
+    return run_program(sent);
+  });
+}
+
+lines quick_site::differences_behind(const std::function<answer(const known_command&)>& asked) const {
+  lines found;
+  for (const known_command& command : every_command) {
+    const answer got = while_serving([&] { return asked(command); });
     const std::string body = seen_answer(command, got);
     if (body != command.body) found.push_back(command.name + ": " + body);
     if (got.status != 0) found.push_back(command.name + " status " + std::to_string(got.status));
@@ -90,9 +101,30 @@ lines quick_site::differences(const std::function<void(request&)>& change) const
   return found;
 }
 
+lines quick_site::orders() {
+  lines found = network_.heard(0);
+  std::erase_if(found, [](const std::string& text) { return text.find("&QUERY.") != std::string::npos; });
+  return found;
+}
+
+lines undecodable_uploads() {
+  lines found;
+  for (const known_command& command : every_command) {
+    if (!command.uploads()) continue;
+    found.push_back(command.name + ": " + undecodable);
+    found.push_back(command.name + " status 255");
+    if (command.name != "UPDATE_FIRMWARE") found.push_back(command.name + " link stopped\n");
+  }
+  for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
+                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"}) {
+    found.emplace_back(line);
+  }
+  return found;
+}
+
 request ask(const std::string& command, const std::string& words) {
   const bool uploads = known_command{command, {}}.uploads();
-  request sent = uploads ? post_file(command, csv(words), words) : get("CMD=" + command);
+  request sent = uploads ? post_file(command, uploaded_csv(words), words) : get("CMD=" + command);
   sent.environment["UPDATE_FW_SECONDS"] = "0";
   return sent;
 }

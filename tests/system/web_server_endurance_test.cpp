@@ -16,12 +16,12 @@ struct Endurance : testing::Test {
   Endurance() { start_web_server(); }
 };
 
-// Waits until no request runs any more. Returns what is left then of its processes, and of those that are
-// dead.
+// Waits until nothing is left of any request: no process, be it one that ends or is dead. Returns what is left
+// after a minute.
 std::string left_processes() {
   return shell_output(
-      "for i in $(seq 600); do pidof handler.cgi > /dev/null || break; sleep 0.1; done; "
-      "grep -l -e handler.cgi -e ast_send_event -e 'State:.Z' /proc/[0-9]*/status");
+      "for i in $(seq 600); do left=$(grep -e handler.cgi -e 'request done' -e ast_send_event -e 'State:.Z' "
+      "/proc/[0-9]*/status 2> /dev/null) || exit; sleep 0.1; done; echo \"left after a minute: $left\"");
 }
 
 }  // namespace

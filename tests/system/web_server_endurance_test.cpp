@@ -20,8 +20,9 @@ struct Endurance : testing::Test {
 // after a minute.
 std::string left_processes() {
   return shell_output(
-      "for i in $(seq 600); do left=$(grep -e handler.cgi -e 'request done' -e ast_send_event -e 'State:.Z' "
-      "/proc/[0-9]*/status 2> /dev/null); [ -n \"$left\" ] || exit; sleep 0.1; done; "
+      "for i in $(seq 600); do left=$(pidof handler.cgi; grep -e handler.cgi -e 'request done' -e "
+      "ast_send_event "
+      "-e 'State:.Z' /proc/[0-9]*/status 2> /dev/null); [ -n \"$left\" ] || exit; sleep 0.1; done; "
       "echo \"left after a minute: $left\"");
 }
 

@@ -37,18 +37,19 @@ void use_shell(const std::string& name) {
   std::filesystem::create_symlink("/usr/bin/" + name, "/bin/sh");
 }
 
-// Runs a request and sends it a signal. It may end ahead of everything; with an upload, as one whose body was
-// cut short; else as without the signal, by these calls of the tools. Returns whether it ended so.
-bool ends_as_usual(const quick_site& site, const known_command& command, int number, useconds_t moment,
-                   const lines& usual_calls) {
+answer run_with_signal(const quick_site& site, const std::string& command, int number, useconds_t moment) {
   write_file("/var/log/tools.log", "");
-  const answer got = site.run(ask(command.name), [number, moment](pid_t process) {
+  return site.run(ask(command), [number, moment](pid_t process) {
     usleep(moment);
     kill(process, number);
   });
-  for (const std::string& file : list_folder("/dev/shm")) EXPECT_FALSE(file.starts_with("cgic")) << file;
+}
+
+// How a request may end at a signal: ahead of everything; where it may be cut, as one whose body was; else as
+// without the signal, by these calls of the tools. Returns whether it ended so.
+bool ends_as_usual(const answer& got, const known_command& command, bool may_be_cut,
+                   const lines& usual_calls) {
   const bool empty_body = got.out == page("", "<p>No command supplied</p>\n");
-  const bool may_be_cut = command.uploads() && number != SIGPIPE && number != SIGHUP;
   if (got.status < 0) {
     EXPECT_EQ(tool_calls(), lines{});
   } else if (may_be_cut && (got.status == 255 || empty_body)) {
@@ -259,7 +260,10 @@ TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
       const auto moment = static_cast<useconds_t>(random() % static_cast<unsigned>(longest.count()));
       SCOPED_TRACE(command.name + " " + std::to_string(number) + " after " + std::to_string(moment));
       const std::size_t ordered = site.orders().size();
-      const bool as_usual = ends_as_usual(site, command, number, moment, usual_calls);
+      const answer got = run_with_signal(site, command.name, number, moment);
+      const bool may_be_cut = command.uploads() && number != SIGPIPE && number != SIGHUP;
+      const bool as_usual = ends_as_usual(got, command, may_be_cut, usual_calls);
+      for (const std::string& file : list_folder("/dev/shm")) EXPECT_FALSE(file.starts_with("cgic")) << file;
       lines orders = site.orders();
       orders.erase(orders.begin(), orders.begin() + static_cast<std::ptrdiff_t>(ordered));
       EXPECT_EQ(orders, as_usual && command.name == "PERFORM_CSV_UPDATE" ? update : lines{});

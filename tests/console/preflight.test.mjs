@@ -4,17 +4,16 @@ import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 import * as catalogue from '../../console/src/logic/catalogue.js';
-import { fateOfSetting, kindOfModel } from '../../console/src/logic/class_rules.js';
 import { gatherProblems, preflight } from '../../console/src/logic/preflight.js';
 import { compareSites, memoryOf, readSite } from '../../console/src/logic/site.js';
 import { readSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
 
 const site = readSite(
   [
-    'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,IP.STATIC_ADDRESS,STREAM.BIT_RATE,VW.NAME,IP.STATIC_NETMASK',
-    '10.0.0.1,ENC-1,TX610,S1,10.0.0.1,100,,',
-    '10.0.0.2,DEC-2,RX610,S2,10.0.0.2,,"Room 2, left",',
-    '10.0.0.3,WALL-3,KestT-PL,S3,10.0.0.3,200,,',
+    'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,IP.STATIC_ADDRESS,STREAM.BIT_RATE,VW.NAME,IP.STATIC_NETMASK,AUDIO.DAC_MUTE',
+    '10.0.0.1,ENC-1,TX610,S1,10.0.0.1,100,,,',
+    '10.0.0.2,DEC-2,RX610,S2,10.0.0.2,,"Room 2, left",,',
+    '10.0.0.3,WALL-3,KestT-PL,S3,10.0.0.3,200,,,',
   ].join('\r\n'),
 );
 
@@ -43,27 +42,6 @@ test('the catalogue is the program’s', () => {
   assert.deepEqual(program, known);
 });
 
-test('classes decide what a unit is sent', () => {
-  const table = [
-    ['STREAM.BIT_RATE', 'TX610', 'STREAM.BIT_RATE'],
-    ['STREAM.BIT_RATE', 'RX610', 'encoder'],
-    ['VW.NAME', 'rx610', 'VW.NAME'],
-    ['VW.NAME', 'TX610', 'decoder'],
-    ['VW.NAME', '', 'model'],
-    ['UNIT.ID', '', 'UNIT.SET_ID'],
-    ['IP.STATIC_ADDRESS', '', 'IP.ADDRESS'],
-    ['AUDIO.DAC_MUTE', 'TX610', 'extended'],
-    ['AUDIO.DAC_MUTE', 'T-PL', 'AUDIO.DAC_MUTE'],
-    ['AUDIO.DAC_MUTE', 'KestR-2', 'AUDIO.DAC_MUTE'],
-    ['OTHER.KEY', 'TX610', 'OTHER.KEY'],
-    ['VW.ACTIVE', 'RX610', 'excluded'],
-  ];
-  for (const [key, model, expected] of table) {
-    const { sent, held } = fateOfSetting(key, kindOfModel(model));
-    assert.equal(sent ?? held, expected, `${key} ${model}`);
-  }
-});
-
 test('only what changes is sent, and can be taken back', () => {
   const rows = ['S1,ENC-1,,150', 'S2,NEW-2,"Room 2, left",', 'S3,WALL-3,,200'];
   const draft = `UNIT.SERIAL,UNIT.ID,VW.NAME,STREAM.BIT_RATE\n${rows.join('\n')}\n`;
@@ -80,14 +58,17 @@ test('only what changes is sent, and can be taken back', () => {
 
 test('every problem is told at once, and nothing faulty is sent', () => {
   const draft = [
-    'UNIT.SERIAL,UNIT.MODEL,unit.id,UNIT.REBOOT,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,VW.NAME,IP.ADDRESS',
-    's1,TX610,A&B=C,TRUE,010.0.0.7,255.254.0.0,Wall,10.9.9.9',
+    'UNIT.SERIAL,UNIT.MODEL,unit.id,UNIT.REBOOT,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,VW.NAME,IP.ADDRESS,' +
+      'STREAM.BIT_RATE,AUDIO.DAC_MUTE',
+    's1,TX610,A&B=C,TRUE,010.0.0.7,255.254.0.0,Wall,10.9.9.9,50,TRUE',
     'S2,TX610,"B ",,0.0.0.0,1.2.3.4,,10.0.0.2',
     ',,',
     ',TX610,C',
     'ALL,TX610,D',
-    'S8,RX610,  ,,10.0.0.256,,"A""B, C",,more',
-    'S9,TX610,wall-3,,,,,10.0.0.2',
+    'S7,rx610,  ,,10.0.0.256,,"A""B, C",,60,,more',
+    'S8,T-PL,wall-3,,,,,10.0.0.2,,TRUE',
+    'S9,KestR-2,,,10.0.0.9,,Hall,,,TRUE',
+    'S10,,F,,,,Hall,,,',
     'S3,KestT-PL,E',
   ].join('\n');
   const plan = check(`${draft}\n`, { ownSerial: 's3' });
@@ -102,13 +83,16 @@ test('every problem is told at once, and nothing faulty is sent', () => {
     'out too-many-cells  7',
     'out cell-blanks UNIT.ID 7',
     'out cell-quote VW.NAME 7',
-    'out row-self  9',
+    'out row-self  11',
     'check model-differs UNIT.MODEL 3',
     'check id-edges UNIT.ID 3',
-    'check unit-unknown UNIT.SERIAL 6,7,8',
+    'check unit-unknown UNIT.SERIAL 6,7,8,9,10',
     'check id-taken UNIT.ID 8',
     'held held-decoder VW.NAME 2',
     'held held-status IP.ADDRESS 2,8',
+    'held held-extended AUDIO.DAC_MUTE 2',
+    'held held-encoder STREAM.BIT_RATE 7',
+    'held held-model VW.NAME 10',
     'fixed column-spelling unit.id 1',
     'fixed serial-spelling UNIT.SERIAL 2',
     'fixed quoting UNIT.ID 3',
@@ -116,8 +100,15 @@ test('every problem is told at once, and nothing faulty is sent', () => {
     'fixed quoting VW.NAME 7',
     'fixed address-shared IP.ADDRESS 3,8',
   ]);
-  const sent = 'S1,TX610,10.9.9.9,,255.254.0.0,\r\nS2,TX610,,B ,,\r\nS9,TX610,,wall-3,,\r\n';
-  assert.equal(plan.text, `UNIT.SERIAL,UNIT.MODEL,IP.ADDRESS,UNIT.ID,IP.STATIC_NETMASK,\r\n${sent}`);
+  assert.deepEqual(plan.text.split(',\r\n').slice(1, -1), [
+    'S1,TX610,10.9.9.9,,,255.254.0.0,,50,',
+    'S2,TX610,,B ,,,,,',
+    'S8,T-PL,,wall-3,,,,,TRUE',
+    'S9,KestR-2,,,10.0.0.9,,Hall,,TRUE',
+    'S10,,,F,,,,,',
+  ]);
+  const names = plan.sending.slice(2).map(({ settings }) => settings.map(({ name }) => name).join());
+  assert.deepEqual(names, ['UNIT.SET_ID,AUDIO.DAC_MUTE', 'IP.ADDRESS,VW.NAME,AUDIO.DAC_MUTE', 'UNIT.SET_ID']);
   const { text, problems } = check('UNIT.SERIAL,UNIT.ID,UNIT.ID\nS1,A,B\n');
   assert.deepEqual([text, problems[0].code], ['', 'column-twice']);
   assert.equal(check('UNIT.ID\nA\n').problems[0].code, 'no-serial-column');

@@ -59,14 +59,14 @@ test('only what changes is sent, and can be taken back', () => {
 test('every problem is told at once, and nothing faulty is sent', () => {
   const draft = [
     'UNIT.SERIAL,UNIT.MODEL,unit.id,UNIT.REBOOT,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,VW.NAME,IP.ADDRESS,' +
-      'STREAM.BIT_RATE,AUDIO.DAC_MUTE',
+      'STREAM.BIT_RATE,AUDIO.DAC_MUTE,NO.SUCH',
     's1,TX610,A&B=C,TRUE,010.0.0.7,255.254.0.0,Wall,10.9.9.9,50,TRUE',
     'S2,TX610,"B ",,0.0.0.0,1.2.3.4,,10.0.0.2',
     ',,',
     ',TX610,C',
     'ALL,TX610,D',
-    'S7,rx610,  ,,10.0.0.256,,"A""B, C",,60,,more',
-    'S8,T-PL,wall-3,,,,,10.0.0.2,,TRUE',
+    'S7,rx610,  ,,10.0.0.256,,"A""B, C",,60,,,more',
+    'S8,T-PL,Wall-3,,,,,10.0.0.2,,TRUE',
     'S9,KestR-2,,,10.0.0.9,,Hall,,,TRUE',
     'S10,,F,,,,Hall,,,',
     'S3,KestT-PL,E',
@@ -74,6 +74,7 @@ test('every problem is told at once, and nothing faulty is sent', () => {
   const plan = check(`${draft}\n`, { ownSerial: 's3' });
   assert.deepEqual(told(plan), [
     'out column-excluded UNIT.REBOOT 1',
+    'out column-unknown NO.SUCH 1',
     'out cell-ampersand UNIT.ID 2',
     'out cell-address IP.STATIC_ADDRESS 2,7',
     'out cell-host IP.STATIC_ADDRESS 3',
@@ -103,7 +104,7 @@ test('every problem is told at once, and nothing faulty is sent', () => {
   assert.deepEqual(plan.text.split(',\r\n').slice(1, -1), [
     'S1,TX610,10.9.9.9,,,255.254.0.0,,50,',
     'S2,TX610,,B ,,,,,',
-    'S8,T-PL,,wall-3,,,,,TRUE',
+    'S8,T-PL,,Wall-3,,,,,TRUE',
     'S9,KestR-2,,,10.0.0.9,,Hall,,TRUE',
     'S10,,,F,,,,,',
   ]);
@@ -143,8 +144,8 @@ test('a message that would not fit is not sent', () => {
   const keys = Array.from({ length: 20 }, (_, at) => `${at}`.padStart(36, 'K'));
   const header = `UNIT.SERIAL,UNIT.MODEL,${keys}\n`;
   const rowOf = (length) => `S1,TX610,${keys.map((_, at) => 'v'.repeat(at === 0 ? length : 63))}\n`;
-  const sent = (length) => check(header + rowOf(length), {}, readSite(`${header}S1,TX610\n`)).sending.length;
-  assert.deepEqual([sent(62), sent(63)], [1, 0]); // of 2047 and 2048 bytes, 28 of them around the settings
+  const sent = (length) => check(header + rowOf(length), {}, readSite(`${header}S1,TX610\n`)).settings;
+  assert.deepEqual([sent(62), sent(63)], [20, 0]); // of 2047 and 2048 bytes, 28 of them around the settings
 });
 
 test('a site tells conflicts, hidden units and what changed', () => {

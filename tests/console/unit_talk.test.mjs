@@ -155,6 +155,7 @@ test('records follow each other, no unit’s text passes for a line, and result 
     'Update Device #1 @  Result is FAIL',
     'Skipping Myself #3 ',
     'Update Device #9 @ x Result is OK',
+    'noise',
   ];
   const states = applyResults(records, lines, false).map(({ state }) => state);
   assert.deepEqual(states, ['ok', 'fail', 'skipped', 'self', 'waiting']);

@@ -1,6 +1,8 @@
 // Files to upload.
 
-import { randomFillSync } from 'node:crypto';
+import { execFileSync } from 'node:child_process';
+import { randomBytes } from 'node:crypto';
+import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 
 // An EDID of two blocks: maker ABC, 1920 x 1080 at 60 Hz.
 export function makeEdid(name) {
@@ -19,18 +21,9 @@ export function makeEdid(name) {
 
 // A tar archive of one file of random bytes.
 export function makeTar(name, size) {
-  const bytes = new Uint8Array(512 + Math.ceil(size / 512) * 512 + 1024);
-  const put = (text, at) => bytes.set(new TextEncoder().encode(text), at);
-  put(name, 0);
-  put('0000644\0', 100);
-  put('0000000\0', 108);
-  put('0000000\0', 116);
-  put(`${size.toString(8).padStart(11, '0')}\0`, 124);
-  put('00000000000\0', 136);
-  put('        0', 148);
-  put('ustar\x0000', 257);
-  const sum = bytes.subarray(0, 512).reduce((total, byte) => total + byte, 0);
-  put(`${sum.toString(8).padStart(6, '0')}\0 `, 148);
-  randomFillSync(bytes.subarray(512, 512 + size));
+  const folder = mkdtempSync('/tmp/tar-');
+  writeFileSync(`${folder}/${name}`, randomBytes(size));
+  const bytes = execFileSync('tar', ['-C', folder, '-c', name], { maxBuffer: Infinity });
+  rmSync(folder, { recursive: true });
   return bytes;
 }

@@ -2,6 +2,7 @@
 
 import { spawn } from 'node:child_process';
 import { readFileSync, readdirSync } from 'node:fs';
+import { setTimeout as sleep } from 'node:timers/promises';
 import { accessibilityProblems, openPage } from '../clients/browser.mjs';
 
 export const address = 'http://127.0.0.1:8080/';
@@ -15,15 +16,9 @@ export function start(command, ...options) {
   return () => child.kill() && ended;
 }
 
-// Waits, without a limit of its own, until `test()` returns something true. Returns that.
+// Waits, without a limit of its own, until `test()` returns something true.
 export async function until(test) {
-  for (;;) {
-    const result = await test();
-    if (result) return result;
-    await new Promise((resolve) => {
-      setTimeout(resolve, 100);
-    });
-  }
+  while (!(await test())) await sleep(100);
 }
 
 export const content = (path) => readFileSync(path, 'utf8');
@@ -31,12 +26,7 @@ export const content = (path) => readFileSync(path, 'utf8');
 // Starts the web server that HANDLER_WEB_SERVER names. Returns the procedure that ends it.
 export async function startServer() {
   const end = start('box/web-server', process.env.HANDLER_WEB_SERVER ?? 'lighttpd');
-  await until(() =>
-    fetch(address).then(
-      () => true,
-      () => false,
-    ),
-  );
+  await until(() => fetch(address).catch(() => null));
   return end;
 }
 

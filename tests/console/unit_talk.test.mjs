@@ -7,227 +7,156 @@ import { RequestQueue } from '../../console/src/logic/request_queue.js';
 import { applyResults, readSiteLog } from '../../console/src/logic/site_log.js';
 
 const top = '<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: CMD value: X</p>\n';
-const refusal = (message) =>
-  `<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 VLINK=#800080>\n<Center>\n&HANDLER=ERROR ${message}\n</Center></BODY></HTML>`;
+const refusal =
+  '<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 ' +
+  'VLINK=#800080>\n<Center>\n&HANDLER=ERROR Firmware Update In Progress, try again later.\n</Center></BODY></HTML>';
 
-test('answers are told apart', () => {
+test('answers that no browser run sees are told apart', () => {
+  const ended = '</BODY></HTML>\n';
   const table = [
-    [200, `${top}true</BODY></HTML>\n`, 'done', 'true'],
-    [200, `${top}two\nlines\n</BODY></HTML>\n`, 'done', 'two\nlines\n'],
-    [200, refusal('handler.cgi only supports one concurrent request, try again.'), 'busy', ''],
-    [200, refusal('Firmware Update In Progress, try again later.'), 'updating', ''],
-    [
-      200,
-      `${top}${refusal('Firmware Update In Progress, try again later.')}\n</BODY></HTML>\n`,
-      'done',
-      null,
-    ],
-    [200, `${refusal('handler.cgi only supports one concurrent request, try again.')} `, 'broken', ''],
-    [200, `${top}cut`, 'broken', ''],
-    [200, `${top.replace('value: X', 'value: Y')}true</BODY></HTML>\n`, 'broken', ''],
-    [500, '', 'broken', ''],
+    [`${top}${refusal}\n${ended}`, { kind: 'done', body: `${refusal}\n` }], // a unit's own text is no refusal
+    [`${refusal} `, { kind: 'broken', body: '' }],
+    [`${top}cut`, { kind: 'broken', body: '' }],
+    [`${top.replace('value: X', 'value: Y')}true${ended}`, { kind: 'broken', body: '' }],
   ];
-  for (const [status, text, kind, body] of table)
-    assert.deepEqual(
-      readAnswer('X', status, text),
-      { kind, body: body ?? text.slice(top.length, -15) },
-      text,
-    );
+  for (const [text, answer] of table) assert.deepEqual(readAnswer('X', 200, text), answer, text);
   assert.deepEqual(linesSoFar('X', `${top}one\ntwo\nthr`), ['one', 'two']);
-  assert.deepEqual(
-    [
-      failureOf('<p>Updating splash</p>\n'),
-      failureOf('<p>Updating edid</p>\n<p>Error: Failed to update EDID</p>\n'),
-    ],
-    [null, 'Error: Failed to update EDID'],
-  );
+  const failed = '<p>Updating edid</p>\n<p>Error: Failed to update EDID</p>\n';
+  assert.equal(failureOf(failed), 'Error: Failed to update EDID');
 });
 
-// A queue whose unit answers with these kinds in turn, then `done`. All that happens goes to `events`.
-function scripted(kinds) {
+// A queue whose unit answers with these kinds in turn, then `done`. All that happens goes to `events`, each wait to
+// `onWait` as well.
+function scripted(kinds, onWait = () => {}) {
   const events = [];
   let running = 0;
   const send = async (command, { file }) => {
-    assert.equal(running, 0);
-    running += 1;
+    assert.equal(running++, 0);
     await Promise.resolve();
     running -= 1;
     events.push(file ? `${command} with file` : command);
     return { kind: kinds.shift() ?? 'done', body: command };
   };
-  const sleep = async (milliseconds) => {
-    events.push(milliseconds);
-  };
+  const sleep = async (milliseconds) => onWait(events.push(milliseconds), milliseconds);
   return { events, queue: new RequestQueue(send, sleep) };
 }
 
 test('requests wait for each other and keep their distance', async () => {
   const { events, queue } = scripted([]);
-  await Promise.all([
+  await Promise.allSettled([
     queue.run('a', async (unit) => [await unit.ask('A1'), await unit.ask('A2')]),
-    queue
-      .run('b', async () => {
-        throw new Error('a job that fails');
-      })
-      .catch(() => {}),
+    queue.run('b', () => Promise.reject(new Error('a job that fails'))),
     queue.ask('c', 'C'),
   ]);
   assert.deepEqual(events, ['A1', 200, 'A2', 200, 'C', 200]);
 });
 
+const small = 'CHECK_IMPORT_CSV_STATUS';
+
 test('a busy unit is asked again, any other failure ends the request', async () => {
-  const small = 'CHECK_IMPORT_CSV_STATUS';
+  const delays = [300, 500, 1000, 2000, 3000, 5000, 5000, 5000, 5000, 5000];
+  const retries = delays.flatMap((delay) => ['A', 200, delay]);
   const table = [
-    [['busy', 'busy'], ['A', 200, 300, 'A', 200, 500, 'A', 200], 'A'],
-    [['updating'], ['A', 200], 'updating'],
-    [['broken'], ['A', 200], 'broken'],
-    [Array(20).fill('busy'), null, 'busy'],
+    [['busy', 'busy'], [...retries.slice(0, 6), 'A', 200], 'A'],
+    [Array(20).fill('busy'), [...retries, 'A', 200], 'busy'],
   ];
   for (const [kinds, expected, result] of table) {
-    const { events, queue } = scripted([...kinds]);
-    assert.equal(await queue.ask('', 'A').catch((failure) => failure.kind), result);
-    if (expected) assert.deepEqual(events, expected);
+    const { events, queue } = scripted(kinds);
+    assert.equal(await queue.ask('', 'A').catch(({ kind }) => kind), result);
+    assert.deepEqual(events, expected);
   }
-  const { events, queue } = scripted(['busy', 'done', 'broken']);
-  await assert.rejects(
-    queue.run('', (unit) => unit.upload('U', {})),
-    { kind: 'broken' },
-  );
-  const requests = events.filter((event) => typeof event === 'string');
-  assert.deepEqual(requests, [small, small, 'U with file', small]); // the last one restarts the link
-  await assert.rejects(
-    scripted(['done', 'broken', 'updating']).queue.run('', (unit) => unit.upload('U', {})),
-    { kind: 'started' },
-  );
+  const uploads = [
+    [['busy', 'done', 'broken'], [small, small, 'U with file', small], 'broken'], // the last one restarts the link
+    [['done', 'broken', 'updating'], [small, 'U with file', small], 'started'],
+  ];
+  for (const [kinds, expected, result] of uploads) {
+    const { events, queue } = scripted(kinds);
+    const upload = queue.run('', (unit) => unit.upload('U', {}));
+    await assert.rejects(upload, { kind: result });
+    assert.deepEqual(events.filter(isNaN), expected); // without the waits
+  }
 });
 
 test('a cancelled upload is not sent, whatever it waits for', async () => {
-  const cancelAt = [[], ['busy'], ['busy', 'done', 'busy']];
-  for (const kinds of cancelAt) {
-    const events = [];
+  for (const kinds of [[], ['busy'], ['busy', 'done', 'busy']]) {
     const abort = new AbortController();
-    const send = async (command, { file }) => {
-      events.push(file ? 'file' : 'small');
-      return { kind: kinds.shift() ?? 'done', body: '' };
-    };
-    const sleep = async (milliseconds) => {
-      if (milliseconds > 200 && kinds.length === 0) abort.abort();
-    };
-    const queue = new RequestQueue(send, sleep);
+    const cancel = (_, milliseconds) => milliseconds !== 200 && kinds.length === 0 && abort.abort();
+    const { events, queue } = scripted(kinds, cancel);
     if (kinds.length === 0) abort.abort();
     const job = queue.run('', (unit) => unit.upload('U', {}, { signal: abort.signal }), abort.signal);
     await assert.rejects(job, { kind: 'withdrawn' });
-    assert.ok(events.filter((event) => event === 'file').length < 2, events.join());
-    assert.equal(await queue.ask('', 'NEXT'), '');
+    assert.ok(events.filter((event) => event === 'U with file').length < 2, events.join());
+    assert.equal(await queue.ask('', 'NEXT'), 'NEXT');
   }
+});
+
+test('a job that waits for its turn is cancelled while another one runs', async () => {
   const { events, queue } = scripted([]);
   const abort = new AbortController();
   let release;
-  queue.run(
-    'long',
-    () =>
-      new Promise((resolve) => {
-        release = resolve;
-      }),
-  );
+  queue.run('long', () => new Promise((resolve) => (release = resolve)));
   const waiting = queue.run('', (unit) => unit.ask('A'), abort.signal);
   const last = queue.ask('', 'B');
   abort.abort();
-  await assert.rejects(waiting, { kind: 'withdrawn' }); // while the long job still runs
+  await assert.rejects(waiting, { kind: 'withdrawn' });
   assert.deepEqual(events, []);
   release();
   await last;
   assert.deepEqual(events, ['B', 200]);
 });
 
-// The log of an exchange as far as these steps.
-const inside = (...steps) => steps.map((step) => ` Inside handle_device_update_reply() ${step} `);
-const calling = (row) => [
-  `  Calling send_device_update(${row})... `,
-  '   Starting send_device_update()...3 ',
-  '    IP... 10.0.0.1 0x0a000001 ',
-  'CMD=START&UNIT.ID=S1&CMD=END {28}',
-];
-const head = (count) => [` Starting send_csv_to_devices()...${count} `, '     BEGIN duplicate_check_vdt(): '];
-const logOf = (...lines) => `${lines.flat(2).join('\n')}\n`;
+const inside = (step) => ` Inside handle_device_update_reply() ${step} `;
+const calling = (row) => [`  Calling send_device_update(${row})... `, 'CMD=START&UNIT.ID=S1&CMD=END {28}'];
+const textOf = ({ state, reason }) => `${state} ${reason}`;
+const logOf = (count, ...lines) =>
+  `${[` Starting send_csv_to_devices()...${count} `, lines].flat(2).join('\n')}\n`;
 
 test('the site log tells how far each unit is', () => {
-  const whole = [
-    '0',
-    'Got Reply A: API=SUCCESS',
-    'Sent SAVE',
-    'Got Reply B: API=SUCCESS',
-    'Sent REBOOT',
-    'Got Reply C',
-  ];
+  const whole = ['0', 'Got Reply A: API=SUCCESS', 'Sent SAVE', 'Got Reply B: API=SUCCESS', 'Sent REBOOT'];
   const table = [
     // steps, state while it runs, state and reason when the run is over
-    [null, 'waiting', 'unsent', 'not-reached'],
-    [[], 'sent', 'fail', 'not-sent'],
-    [['0'], 'sent', 'fail', 'no-answer'],
-    [['0', 'No UPDATE Reply -1/0x0b'], 'fail', 'fail', 'no-answer'],
-    [['0', 'Got Reply A: API=FAIL', 'UPDATE Reply FAILED  8/0x00'], 'fail', 'fail', 'refused'],
-    [whole.slice(0, 2).concat('SAVE Send FAILED  -1/0x65'), 'fail', 'fail', 'save-not-sent'],
-    [whole.slice(0, 3), 'sent', 'fail', 'no-save'],
-    [whole.slice(0, 4).concat('SAVE Reply FAILED  8/0x00'), 'fail', 'fail', 'save-refused'],
-    [whole.slice(0, 4), 'saved', 'fail', 'reboot-not-sent'],
-    [whole.slice(0, 5), 'rebooting', 'fail', 'no-reboot'],
-    [whole, 'ok', 'ok', ''],
+    [[], 'sent', 'fail not-sent'],
+    [['0'], 'sent', 'fail no-answer'],
+    [['0', 'No UPDATE Reply -1/0x0b'], 'fail', 'fail no-answer'],
+    [['0', 'Got Reply A: API=FAIL', 'UPDATE Reply FAILED  8/0x00'], 'fail', 'fail refused'],
+    [[...whole.slice(0, 2), 'SAVE Send FAILED  -1/0x65'], 'fail', 'fail save-not-sent'],
+    [whole.slice(0, 3), 'sent', 'fail no-save'],
+    [[...whole.slice(0, 4), 'SAVE Reply FAILED  8/0x00'], 'fail', 'fail save-refused'],
+    [whole.slice(0, 4), 'saved', 'fail reboot-not-sent'],
+    [whole, 'rebooting', 'fail no-reboot'],
+    [[...whole, 'Got Reply C'], 'ok', 'ok '],
   ];
-  for (const [steps, running, state, reason] of table) {
-    const log = logOf(head(1), steps ? [calling(0), inside(...steps)] : []);
-    const {
-      records: [record],
-    } = readSiteLog(log);
-    assert.equal(record.state, running, log);
-    assert.deepEqual(applyResults([record], [], true), [{ state, reason }], log);
+  for (const [steps, running, over] of table) {
+    const { records } = readSiteLog(logOf(2, calling(0), steps.map(inside)), ['S1']);
+    assert.equal(records[0].state, running, steps.join());
+    assert.deepEqual(applyResults(records, [], true).map(textOf), [over, 'unsent not-reached'], steps.join());
   }
-  assert.deepEqual(readSiteLog('something else'), { total: null, records: [] });
+  const foreign = readSiteLog(logOf(1, calling(0), ['0', 'Got Reply C'].map(inside)), ['S']);
+  assert.equal(textOf(foreign.records[0]), 'fail unclear'); // an OK stands only behind the message to that unit
   assert.equal(readSiteLog(' Starting send_csv_to_devices()...3').total, null);
 });
 
-test('records follow each other, and no unit’s text passes for a line', () => {
-  const { records } = readSiteLog(
-    logOf(
-      head(4),
-      calling(0),
-      inside('0', 'Got Reply A: API=SUCCESS'),
-      ['  Calling send_device_update(3)... '],
-      inside('Sent SAVE'),
-      [
-        '  Skipping send_device_update(1) this is ME... ',
-        '  Skipping send_device_update(2)... Duplicate Data Detected(0x14/0x00)) ',
-      ],
-      calling(3),
-    ),
+test('records follow each other, no unit’s text passes for a line, and result lines have the last word', () => {
+  const log = logOf(
+    5,
+    calling(0),
+    ['0', 'Got Reply A: API=SUCCESS'].map(inside),
+    '  Calling send_device_update(3)... ',
+    inside('Sent SAVE'),
+    '  Skipping send_device_update(1) this is ME... ',
+    '  Skipping send_device_update(2)... Duplicate Data Detected(0x14/0x00)) ',
+    calling(3),
   );
-  assert.deepEqual(records, [
-    { state: 'fail', reason: 'no-save' },
-    { state: 'self', reason: '' },
-    { state: 'skipped', reason: 'duplicate' },
-    { state: 'sent', reason: 'not-sent' },
-  ]);
-});
-
-test('an OK of the log stands only behind the message to that unit', () => {
-  const stateOf = (serial) => {
-    const log = logOf(head(1), calling(0), inside('0', 'Got Reply C'));
-    return readSiteLog(log, [serial]).records[0].state;
-  };
-  assert.deepEqual([stateOf('S1'), stateOf('S2'), stateOf('S')], ['ok', 'fail', 'fail']);
-});
-
-test('result lines have the last word', () => {
-  const waiting = Array.from({ length: 4 }, () => ({ state: 'waiting', reason: '' }));
+  const { records } = readSiteLog(log);
+  const told = ['fail no-save', 'self ', 'skipped duplicate', 'sent not-sent', 'waiting '];
+  assert.deepEqual(records.map(textOf), told);
   const lines = [
     'Update Device #0 @ 10.0.0.1 Result is OK',
-    'Skipping Myself #1 ',
-    'Update Device #2 @  Result is FAIL',
+    'Update Device #1 @  Result is FAIL',
+    'Skipping Myself #3 ',
     'Update Device #9 @ x Result is OK',
     'noise',
   ];
-  assert.deepEqual(
-    applyResults(waiting, lines, false).map(({ state }) => state),
-    ['ok', 'self', 'fail', 'waiting'],
-  );
+  const states = applyResults(records, lines, false).map(({ state }) => state);
+  assert.deepEqual(states, ['ok', 'fail', 'skipped', 'self', 'waiting']);
 });

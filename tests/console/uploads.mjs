@@ -11,67 +11,52 @@ start('fleet', '--self', '--count', '3');
 const page = await openConsole();
 const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
 const card = (name) => page.locator(`#${name}`);
-const choose = (name, file, bytes) =>
-  card(name)
-    .locator('input[type=file]')
-    .setInputFiles({ name: file, mimeType: '', buffer: Buffer.from(bytes) });
-
-// What Chromium makes of a grey picture.
-const jpeg = await page
-  .evaluate(() => {
-    const canvas = document.createElement('canvas');
-    [canvas.width, canvas.height] = [320, 180];
-    const paper = canvas.getContext('2d');
-    paper.fillStyle = 'steelblue';
-    paper.fillRect(0, 0, 320, 180);
-    return canvas.toDataURL('image/jpeg').split(',')[1];
-  })
-  .then((text) => Buffer.from(text, 'base64'));
+const says = async (name, ...words) => {
+  for (const text of words) await card(name).getByText(text).waitFor();
+};
+const upload = (name) => card(name).getByRole('button', { name: 'Upload' });
+const choose = (name, file, buffer) =>
+  card(name).locator('input[type=file]').setInputFiles({ name: file, mimeType: '', buffer });
 
 await chapter(page, 'a splash image is shown before it is sent', async () => {
   await goTo('This unit');
-  await choose('splash', 'logo.png', '\x89PNG');
-  await card('splash').getByText('Not a picture that can be shown.').waitFor();
-  assert.ok(await card('splash').getByRole('button', { name: 'Upload' }).isDisabled());
+  await choose('splash', 'logo.png', Buffer.from('\x89PNG'));
+  await says('splash', 'Not a picture that can be shown.');
+  assert.ok(await upload('splash').isDisabled());
+  const jpeg = await page.screenshot({ type: 'jpeg', clip: { x: 0, y: 0, width: 320, height: 180 } });
   await choose('splash', 'logo.jpg', jpeg);
-  await card('splash').getByText('JPEG, 320 × 180 pixels.').waitFor();
+  await says('splash', 'JPEG, 320 × 180 pixels.');
   await card('splash').getByAltText('The chosen picture').waitFor();
   assert.deepEqual(await look(page, 'splash'), []);
-  await card('splash').getByRole('button', { name: 'Upload' }).click();
-  await card('splash').getByText('The unit has taken the splash image.').waitFor();
+  await upload('splash').click();
+  await says('splash', 'The unit has taken the splash image.');
   assert.ok(readFileSync('/xoem/default.jpg').equals(jpeg));
 });
 
 await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
-  const edid = makeEdid('DESK 24');
-  await card('edid')
-    .locator('.drop')
-    .evaluate(
-      (zone, bytes) => {
-        const data = new DataTransfer();
-        data.items.add(new File([Uint8Array.from(bytes)], 'desk.bin'));
-        zone.dispatchEvent(new DragEvent('drop', { dataTransfer: data, bubbles: true, cancelable: true }));
-      },
-      [...edid],
-    );
-  await card('edid').getByText('Monitor: DESK 24 (ABC)').waitFor();
-  await card('edid').getByText('Preferred timing: 1920 × 1080 at 60 Hz').waitFor();
+  const edid = Buffer.from(makeEdid('DESK 24'));
+  const dragged = await page.evaluateHandle(
+    (bytes) => {
+      const data = new DataTransfer();
+      data.items.add(new File([Uint8Array.from(bytes)], 'desk.bin'));
+      return data;
+    },
+    [...edid],
+  );
+  await card('edid').locator('.drop').dispatchEvent('drop', { dataTransfer: dragged });
+  await says('edid', 'Monitor: DESK 24 (ABC)', 'Preferred timing: 1920 × 1080 at 60 Hz');
   await card('edid').getByLabel('Install as').selectOption('custom EDID 2');
-  await card('edid').getByRole('button', { name: 'Upload' }).click();
-  await card('edid').getByText('The unit has taken the EDID.').waitFor();
+  await upload('edid').click();
+  await says('edid', 'The unit has taken the EDID.');
   assert.ok(readFileSync('/config/CUSTOM_2.cbin').equals(edid));
 
-  await choose(
-    'edid',
-    'odd.bin',
-    edid.map((byte, at) => (at === 20 ? byte ^ 1 : byte)),
-  );
-  await card('edid').getByText('Wrong checksum in block 1.').waitFor();
-  assert.ok(await card('edid').getByRole('button', { name: 'Upload' }).isDisabled());
+  await choose('edid', 'odd.bin', Buffer.concat([edid.subarray(0, 255), Buffer.of(edid[255] ^ 1)]));
+  await says('edid', 'Wrong checksum in block 2.');
+  assert.ok(await upload('edid').isDisabled());
   await card('edid').getByLabel('Upload it all the same').check();
-  assert.ok(await card('edid').getByRole('button', { name: 'Upload' }).isEnabled());
-  await choose('edid', 'short.bin', edid.slice(0, 128));
-  await card('edid').getByText('Only 128 bytes; an EDID for this unit has 256.').waitFor();
+  assert.ok(await upload('edid').isEnabled());
+  await choose('edid', 'short.bin', edid.subarray(0, 128));
+  await says('edid', 'Only 128 bytes; an EDID for this unit has 256.');
 });
 
 await chapter(page, 'a busy unit is asked until it answers, a broken answer is told', async () => {
@@ -92,16 +77,16 @@ await chapter(page, 'firmware is checked, confirmed, and waited for', async () =
   await goTo('This unit');
   const firmware = gzipSync(makeTar('firmware.bin', 200_000));
   await choose('firmware', 'cut.tar.gz', firmware.subarray(0, 100_000));
-  await card('firmware').getByText('damaged, or cut short').waitFor();
+  await says('firmware', 'damaged, or cut short');
   await choose('firmware', 'fw.tar.gz', firmware);
-  await card('firmware').getByText('first member “firmware.bin”').waitFor();
+  await says('firmware', 'first member “firmware.bin”');
   await card('firmware').getByRole('button', { name: 'Install firmware…' }).click();
   const go = page.getByRole('dialog').getByRole('button', { name: 'Install firmware' });
   assert.ok(await go.isDisabled());
   await page.getByLabel('The power is safe').check();
   assert.deepEqual(await look(page, 'firmware'), []);
   await go.click();
-  await card('firmware').getByText('Do not remove its power.').waitFor();
+  await says('firmware', 'Do not remove its power.');
   await goTo('Listings');
   await page.getByRole('button', { name: 'Encoders' }).click();
   await page.getByRole('alert').getByText('firmware is being updated').waitFor();
@@ -109,10 +94,10 @@ await chapter(page, 'firmware is checked, confirmed, and waited for', async () =
   // The unit restarts: its pages go and come back, and it is asked without being told to.
   await goTo('This unit');
   await endServer();
-  await card('firmware').getByText('The unit restarts…').waitFor();
+  await says('firmware', 'The unit restarts…');
   await until(() => content('/var/log/update_fw.log').includes('done'));
   endServer = await startServer();
-  await card('firmware').getByText('The unit is back.').waitFor();
+  await says('firmware', 'The unit is back.');
   assert.match(content('/var/link'), /running/);
 });
 process.exit();

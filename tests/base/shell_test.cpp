@@ -42,5 +42,4 @@ INSTANTIATE_TEST_SUITE_P(
     Shell, ToolPath,
     testing::Values(std::pair{static_cast<const char*>(nullptr), every_folder}, std::pair{"", every_folder},
                     std::pair{"/bin", "/bin:/usr/local/bin"},
-                    std::pair{"/usr/local/bin:/bin", "/usr/local/bin:/bin"},
                     std::pair{"/bin:/usr/local/bin2", "/bin:/usr/local/bin2:/usr/local/bin"}));

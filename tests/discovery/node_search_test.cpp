@@ -41,20 +41,11 @@ std::size_t pick(std::size_t count) {
 }
 
 std::string random_text() {
-  static const lines pieces{"IP.ADDRESS=",
-                            "IP.STATIC_ADDRESS=",
-                            "DHCP.ADDRESS=",
-                            "ADDRESS=",
-                            "IP_ADDRESS=",
-                            "\r\n",
-                            "\n",
-                            "&",
-                            "_3",
-                            "DHCP.ADDRESS=9x9y9z9",
-                            "DHCP.ADDRESS=9.9.9\n9",
-                            "xyz"};
+  static const lines keys{"IP.ADDRESS=", "IP.STATIC_ADDRESS=", "DHCP.ADDRESS=", "ADDRESS=", "IP_ADDRESS="};
+  static const lines others{"\r\n", "\n", "&", "_3", "DHCP.ADDRESS=9x9y9z9", "DHCP.ADDRESS=9.9.9\n9"};
   std::string text;
   for (std::size_t count = 1 + pick(7); count > 0; --count) {
+    const lines& pieces = pick(2) == 0 ? keys : others;
     text += pieces[pick(pieces.size())];
     if (pick(2) == 0) text += addresses[pick(addresses.size())].substr(0, 4 + pick(20));
     if (pick(10) == 0) text.append(130, 'x');

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -12,7 +11,6 @@
 #include <thread>
 
 #include "base/handles.hpp"
-#include "support/fake_network.hpp"
 
 namespace {
 

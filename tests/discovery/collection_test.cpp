@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -107,7 +106,7 @@ TEST(OnePass, AStrangerFillsItsOwnLine) {
 
 TEST(TwoPass, AnAnswerIsWhatComesWithoutAGap) {
   write_file("/tmp/node_7", "old");
-  const fake_network network{{{.text = "one&"}, {.text = "two", .wait = 1500ms, .from = "10.77.1.2"}}};
+  const fake_network network{{{.text = "one&"}, {.text = "two", .wait = 500ms, .from = "10.77.1.2"}}};
   const discovery_session session;
   EXPECT_EQ(collect_node_reply(7), 0);
   EXPECT_EQ(read_file("/tmp/node_7"), "");

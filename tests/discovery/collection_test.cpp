@@ -130,8 +130,9 @@ TEST(TwoPass, AFloodTakesNeitherPlacesNorTime) {
     write_file("/tmp/MCb.log", "old");
     EXPECT_EQ(hsdr(), 257);
     const lines senders{"10.77.1.1", "10.77.1.2", "10.77.1.3", "0.0.0.0"};
-    for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i) {
       EXPECT_EQ(node_addresses[254 + i], inet_addr(senders[i].c_str())) << i;
+    }
     EXPECT_EQ(read_file("/tmp/MCb.log").find("hsdr() Exiting start:"), 0U);
   }
   script.push_back({.text = "another", .from = "10.77.1.3"});

@@ -29,9 +29,13 @@ void expect_greps_results(const node_search& search) {
   }
 }
 
-void append(node_search& search, int number, const std::string& text) {
-  ASSERT_EQ(append_to_node_file(number, text), static_cast<int>(text.size()));
-  search.add(number, text);
+// Appends the text in pieces of that size.
+void append(node_search& search, int number, const std::string& text, std::size_t size = 4096) {
+  for (std::size_t at = 0; at < text.size(); at += size) {
+    const std::string piece = text.substr(at, size);
+    ASSERT_EQ(append_to_node_file(number, piece), static_cast<int>(piece.size()));
+    search.add(number, piece);
+  }
 }
 
 std::mt19937 random_number{20261124};
@@ -77,11 +81,7 @@ TEST(NodeSearch, AgreesWithGrepOnRandomFiles) {
     for (int step = 0; step < 60; ++step) {
       if (files < 3) expect_greps_results(search);
       const std::size_t number = pick(files + 1);
-      const std::string text = random_text();
-      const std::size_t size = pick(2) == 0 ? 1 : 1 + pick(100);
-      for (std::size_t at = 0; at < text.size(); at += size) {
-        append(search, static_cast<int>(number), text.substr(at, size));
-      }
+      append(search, static_cast<int>(number), random_text(), pick(2) == 0 ? 1 : 1 + pick(100));
       files = std::max(files, number + 1);
     }
     expect_greps_results(search);

@@ -31,8 +31,7 @@ void send(int socket, const std::string& text, const sockaddr_in& to) {
   sendto(socket, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
 }
 
-}  // namespace
-
+// A UDP socket bound to the API port of one address.
 int bind_unit_socket(const std::string& address) {
   const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in own{};
@@ -50,6 +49,8 @@ int bind_unit_socket(const std::string& address) {
   }
   return descriptor;
 }
+
+}  // namespace
 
 fake_network::fake_network(std::vector<scripted_answer> script) : script_(std::move(script)) {
   for (const std::string address : {group, first_unit}) sockets_[address] = bind_unit_socket(address);

@@ -63,6 +63,3 @@ class fake_service {
   std::vector<std::string> heard_;
   std::thread thread_;
 };
-
-// A UDP socket bound to the API port of one address.
-int bind_unit_socket(const std::string& address);

@@ -13,8 +13,6 @@ namespace {
 
 constexpr int most_names = 16;
 
-using text_reader = cgiFormResultType (*)(const char* name, char* result, int max);
-
 // The text as the accessor copies it with that limit; a write beyond it is a finding.
 std::string copy_of(text_reader read, const char* name, std::size_t max, cgiFormResultType& result) {
   std::vector<char> buffer(max);
@@ -23,17 +21,6 @@ std::string copy_of(text_reader read, const char* name, std::size_t max, cgiForm
   const auto end = std::ranges::find(buffer, '\0');
   require(end != buffer.end(), "a copy is terminated");
   return {buffer.begin(), end};
-}
-
-void check_limits(text_reader read, const char* name, std::size_t enough) {
-  cgiFormResultType result = cgiFormSuccess;
-  const std::string whole = copy_of(read, name, enough, result);
-  require(result != cgiFormTruncated && result != cgiFormNotFound, "a copy with enough room is whole");
-  for (const std::size_t max : {std::size_t{0}, std::size_t{1}, whole.size(), whole.size() + 1}) {
-    const std::string cut = copy_of(read, name, max, result);
-    require(cut == whole.substr(0, max > 0 ? max - 1 : 0), "a cut copy is the beginning of the whole one");
-    require((result == cgiFormTruncated) == (cut.size() < whole.size()), "a copy tells when it is cut");
-  }
 }
 
 void check_numbers(const char* name) {
@@ -100,6 +87,17 @@ std::string take_request() {
   cgiFreeResources();
   require(std::filesystem::is_empty("/dev/shm"), "no temporary file is left");
   return request;
+}
+
+void check_limits(text_reader read, const char* name, std::size_t enough) {
+  cgiFormResultType result = cgiFormSuccess;
+  const std::string whole = copy_of(read, name, enough, result);
+  require(result != cgiFormTruncated, "a copy with enough room is whole");
+  for (const std::size_t max : {std::size_t{0}, std::size_t{1}, whole.size(), whole.size() + 1}) {
+    const std::string cut = copy_of(read, name, max, result);
+    require(cut == whole.substr(0, max > 0 ? max - 1 : 0), "a cut copy is the beginning of the whole one");
+    require((result == cgiFormTruncated) == (cut.size() < whole.size()), "a copy tells when it is cut");
+  }
 }
 
 void check_accessors() {

@@ -29,7 +29,6 @@ void check_numbers(const char* name) {
   const bool is_number = cgiFormIntegerBounded(name, &number, -9, 9, 77) == cgiFormSuccess;
   require(number == 77 || (number >= -9 && number <= 9), "a bounded number lies within its bounds");
   require(!is_number || number != 77, "a number that was read is no default");
-  cgiFormInteger(name, &number, 0);
   cgiFormDouble(name, &real, 0);
   cgiFormDoubleBounded(name, &real, -9, 9, 77);
 }
@@ -44,9 +43,6 @@ std::size_t check_values(const char* name) {
   require(cgiFormStringMultiple(name, &values) == cgiFormSuccess, "a name of the list has values");
   std::size_t count = 0;
   while (values[count] != nullptr) ++count;
-  cgiFormResultType result = cgiFormSuccess;
-  require(copy_of(cgiFormString, name, static_cast<std::size_t>(space), result) == values[0],
-          "the first value is the one of cgiFormString");
   std::vector<int> flags(count);
   int invalid = 0;
   cgiFormSelectMultiple(name, values, static_cast<int>(count), flags.data(), &invalid);

@@ -172,14 +172,9 @@ TEST(Multipart, BodiesBecomeFields) {
            {"--b\r\nX-" + long_text + ": " + long_text + "\r\ncONTENT-tYPE: text/x\r\n" +
                 part("NAME=a", "1", "content - TYPE:t\n") + "--",
             {0, {{"a", "1", "", "t"}}}},
-           // One that begins with a ":" is no header, and ends them.
-           {"--b\r\n:x: y\r\n" + part("name=a", "1") + "--", {0, {}}},
            // Only form-data counts, and a blank behind it belongs to it.
            {other + "attachment; name=a\r\n\r\n1\r\n" + other + "form-data ; name=a\r\n\r\n1\r\n--b--",
             {0, {}}},
-           // White space behind the ":" is skipped over line ends, into what follows.
-           {other + "\r\n\r\nform-data; name=a\r\n\r\n1\r\n--b--", {0, {{"a", "1"}}}},
-           {"--b\r\n" + part("name=a", "1", "Content-Type: \r\n") + "--", {2, {}}},
        }) {
     EXPECT_EQ(decode("b", row.body), row.expected) << row.body;
   }
@@ -258,7 +253,6 @@ TEST(HeaderValue, IsSplitAtSemicolonsOutsideQuotes) {
            {"m; Name=a; FILENAME=b; name=c", {"m", "c", "b"}},
            {"m; x=\"name=n;\"; name=a", {"m", "a", ""}},
            {"m; filename*=utf-8''x; name=a", {"m", "", ""}},
-           {"m;; name=a", {"m", "", ""}},
            {"m; name; filename=f", {"m", "", ""}},
            {"m; name=; filename=\"open", {"m", "", "open"}},
            {"m; name=12345678901; filename=123456789012", {"m", "12345678901", "12345678901"}},
@@ -271,23 +265,13 @@ TEST(HeaderValue, IsSplitAtSemicolonsOutsideQuotes) {
   }
 }
 
-TEST(BodyStream, DeliversWhatWasPutBackOldestFirst) {
-  cgiContentLength = 6;
-  cgiIn = input_of("abcdefgh", 2);
+TEST(BodyStream, DeliversWhatWasPutBackAroundItsRing) {
   const auto stream = std::make_unique<cgiBodyStream>();
-  const auto read = [&stream](std::size_t count) {
-    std::string bytes(count, '\0');
-    bytes.resize(cgiBodyRead(*stream, bytes));
-    return bytes;
-  };
-  EXPECT_EQ(read(3), "abc");
-  cgiBodyPutBack(*stream, "abc");
-  EXPECT_EQ(read(2), "ab");
-  // Around the ring's end, which it fills.
-  const std::string more(1022, 'x');
-  cgiBodyPutBack(*stream, more);
-  EXPECT_EQ(stream->offset, 2 - 1022);
-  EXPECT_EQ(read(2000), "c" + more + "def");
-  EXPECT_EQ(stream->offset, 6);
-  std::fclose(cgiIn);
+  for (const std::string& bytes : {std::string(700, 'a'), std::string(1022, 'b') + "c"}) {
+    std::string got(2000, '#');
+    cgiBodyPutBack(*stream, bytes);
+    got.resize(cgiBodyRead(*stream, got));
+    EXPECT_EQ(got, bytes);
+  }
+  EXPECT_EQ(stream->offset, 0);
 }

@@ -22,8 +22,8 @@ struct live {
   std::string problem, body;
 };
 
-live live_request(const std::string& method, const std::string& type) {
-  cgiRequestMethod = method.c_str();
+live live_request(const std::string& type) {
+  cgiRequestMethod = "POST";
   cgiContentType = type.c_str();
   std::FILE* file = std::fopen("/tmp/body", "we");
   live made{.problem = write_live_body(file, "bb"), .body = {}};
@@ -49,12 +49,6 @@ std::vector<field> decoded(const live& made, const std::string& type) {
 
 }  // namespace
 
-TEST(LiveRequest, OfAnotherKindHasNoBody) {
-  append_field({"a", "1"});
-  EXPECT_EQ(live_request("GET", url_encoded).body, "");
-  EXPECT_EQ(live_request("POST", "text/plain").body, "");
-}
-
 TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
   const std::string no_header = "a field whose texts no header can hold";
   struct row {
@@ -71,10 +65,9 @@ TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
            {{";" + std::string(1006, 'n'), ""}, multipart, ""},
            {{std::string(1008, 'n') + "\"", ""}, multipart, no_header},
            {{"a", "", "f"}, url_encoded, "an upload in a url-encoded request"},
-           {{"a\nb;\"", ""}, url_encoded, ""},
        }) {
     append_field(row.sent);
-    const live made = live_request("POST", row.type);
+    const live made = live_request(row.type);
     EXPECT_EQ(made.problem, row.problem) << row.sent;
     if (row.problem.empty()) {
       EXPECT_EQ(decoded(made, row.type), std::vector<field>{row.sent});
@@ -105,7 +98,7 @@ TEST(LiveRequest, RandomRequestsAreDecodedToTheSameFields) {
                         is_upload ? header_text(8) : ""});
       append_field(fields.back());
     }
-    const live made = live_request("POST", type);
+    const live made = live_request(type);
     ASSERT_EQ(made.problem, "");
     ASSERT_EQ(decoded(made, type), fields) << made.body;
   }

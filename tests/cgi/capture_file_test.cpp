@@ -92,10 +92,9 @@ TEST(CaptureFile, FailuresLeaveAnEmptyList) {
     loaded expected;
   };
   for (const row& row : {
-           row{"another version", text("CGIC2.1") + rest, {cgiEnvironmentWrongVersion, {}}},
-           {"a longer magic text",
-            text(std::string("CGIC2.0\0", 8)) + rest,
-            {cgiEnvironmentWrongVersion, {}}},
+           row{"a longer magic text",
+               text(std::string("CGIC2.0\0", 8)) + rest,
+               {cgiEnvironmentWrongVersion, {}}},
            {"a negative length", number(-1) + head.substr(4), {cgiEnvironmentIO, {}}},
            {"a negative name", head + entry("a", "1") + number(-7), {cgiEnvironmentSuccess, {{"a", "1"}}}},
            {"a negative upload", head + upload("u", -1, "x"), {cgiEnvironmentIO, {}}},

@@ -167,7 +167,6 @@ TEST(Multipart, BodiesBecomeFields) {
                    part("name=f; filename=\"a;b:c\\\"", content, "Content-Type: image/x; q=1\r\n") +
                    "--\r\nepilogue --b",
                {0, {{"a", "1"}, {"f", content, "a;b:c\\", "image/x"}}}},
-           {"--b\r\n" + part("filename=\"\"; name=f", content) + "--", {0, {{"f", content}}}},
            // Headers in any letter case and order; unknown ones and long lines are read over.
            {"--b\r\nX-" + long_text + ": " + long_text + "\r\ncONTENT-tYPE: text/x\r\n" +
                 part("NAME=a", "1", "content - TYPE:t\n") + "--",
@@ -245,8 +244,7 @@ TEST(HeaderValue, IsSplitAtSemicolonsOutsideQuotes) {
     lines texts;  // main, name, file name
   };
   for (const row& row : {
-           row{"", {"", "", ""}},
-           {" \t form-data ; name=a", {"form-data ", "a", ""}},
+           row{" \t form-data ; name=a", {"form-data ", "a", ""}},
            {"\"quoted;main\"rest; name=a", {"quoted;main", "a", ""}},
            {"\"open; name=a", {"open; name=", "", ""}},
            {"m;name=\"a;b\" rest;filename = \t c d ", {"m", "a;b", "c d "}},

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,7 +53,7 @@ loaded load(const std::string& content) {
 }  // namespace
 
 TEST(CaptureFile, HasItsFormatByteForByteAndIsLoadedInThePlaceOfTheRequest) {
-  const std::string content(3000, 'c');
+  const std::string content(3000, '\xFF');
   for (std::size_t i = 0; i < cgiVariables.size(); ++i) {
     cgiRestoreVariable(i, cgiCopyText("v" + std::to_string(i)));
   }
@@ -72,8 +71,10 @@ TEST(CaptureFile, HasItsFormatByteForByteAndIsLoadedInThePlaceOfTheRequest) {
                                  entry("", "") + text("gone") + text("") + text("gone.bin") + text("t") +
                                  number(7) + number(0));
 
-  const std::string whole = capture_head(9) + entry("CMD", "") + upload("file", 3000, content);
+  const std::string whole =
+      capture_head(9) + entry("CMD", "\r\n\xFF") + entry("", "") + upload("file", 3000, content);
   write_file(path, whole);
+  cgiReleaseVariables();
   ASSERT_EQ(cgiReadEnvironment(path), cgiEnvironmentSuccess);
   EXPECT_EQ(cgiRestored, 1);
   ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
@@ -129,26 +130,5 @@ TEST(CaptureFile, EveryCutFailsOrLoadsWholeEntries) {
     EXPECT_EQ(got.first, expected) << length;
     EXPECT_EQ(cgiContentLength, length < head.size() ? 7 : 1) << length;
     EXPECT_EQ(got.second.size(), got.first == cgiEnvironmentSuccess ? whole : 0U) << length;
-  }
-}
-
-TEST(CaptureFile, RandomRequestsComeBackAsTheyWere) {
-  constexpr int rounds = 500;
-  std::mt19937 random{16};
-  const auto bytes = [&random](std::size_t longest) {
-    std::string made(random() % (longest + 1), '\0');
-    for (char& byte : made) byte = static_cast<char>(1 + random() % 255);
-    return made;
-  };
-  for (int round = 0; round < rounds; ++round) {
-    std::vector<field> fields;
-    for (std::size_t count = random() % 6; count > 0; --count) {
-      const bool is_upload = random() % 2 == 0;
-      fields.push_back({bytes(8), bytes(2100), is_upload ? "f" + bytes(8) : "", is_upload ? bytes(8) : ""});
-      append_field(fields.back());
-    }
-    ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
-    ASSERT_EQ(cgiReadEnvironment(path), cgiEnvironmentSuccess);
-    ASSERT_EQ(take_fields(), fields);
   }
 }

@@ -22,7 +22,7 @@ std::string write_body(const std::string& type) {
   cgiRequestMethod = "POST";
   cgiContentType = type.c_str();
   std::FILE* file = std::fopen("/tmp/body", "we");
-  const std::string problem = write_live_body(file, "bb");
+  std::string problem = write_live_body(file, "bb");
   std::fclose(file);
   return problem;
 }

@@ -21,7 +21,7 @@ std::string saved() {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  write_file(input_file, text_of(data, size));
+  write_file(input_file, std::string{text_of(data, size)});
   if (cgiReadEnvironment(input_file) == cgiEnvironmentSuccess) {
     check_accessors();
     const std::string first = saved();

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 std::string_view take_up_to(std::string_view& input, char end) {
   const std::string_view taken = input.substr(0, input.find(end));
@@ -16,13 +14,4 @@ void require(bool holds, const char* rule) {
   if (holds) return;
   std::fprintf(stderr, "broken rule: %s\n", rule);
   std::abort();
-}
-
-std::string read_file(const char* path) {
-  std::ifstream file{path, std::ios::binary};
-  return {std::istreambuf_iterator<char>{file}, {}};
-}
-
-void write_file(const char* path, std::string_view content) {
-  std::ofstream{path, std::ios::binary | std::ios::trunc} << content;
 }

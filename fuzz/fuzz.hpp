@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/files.hpp"
+
 // The target; the engine and run_corpus.cpp call it. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
@@ -21,6 +23,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 // Ends the process with the rule's text unless it holds.
 void require(bool holds, const char* rule);
-
-[[nodiscard]] std::string read_file(const char* path);
-void write_file(const char* path, std::string_view content);

@@ -32,7 +32,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view csv = text_of(data, size);
   const auto line_feeds = std::ranges::count(csv, '\n');
   if (line_feeds > most_lines) return 0;
-  write_file(csv_file, csv);
+  write_file(csv_file, std::string{csv});
 
   const int records = load_import_csv(csv_file);
   const bool open_end = !csv.empty() && !csv.ends_with('\n');

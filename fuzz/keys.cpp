@@ -29,7 +29,7 @@ std::string header_line(const Table& table, int count) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  write_file(unit::keys_file, text_of(data, size));
+  write_file(unit::keys_file, std::string{text_of(data, size)});
   const int count = ckht(discovery_mode, csv_file);
   require(count >= 0 && count <= static_cast<int>(header_slots), "columns fit into the table");
   require(key_header_count == count && key_header_fill == 0, "columns are counted");

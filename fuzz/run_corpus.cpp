@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
   for (const auto& file : std::filesystem::directory_iterator{argv[1]}) {
     std::printf("%s\n", file.path().filename().c_str());
     std::fflush(stdout);
-    const std::string input = read_file(file.path().c_str());
+    const std::string input = read_file(file.path());
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
     ++inputs;
   }

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <filesystem>
-#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cgi/form_entry.hpp"
@@ -42,12 +41,8 @@ std::string capture_head(std::int32_t length) {
   return head + number(length);
 }
 
-// What a file loads to; the request is then released.
-struct loaded {
-  int result;
-  std::vector<field> fields;
-  bool operator==(const loaded&) const = default;
-};
+// What a file loads to, result and fields; the request is then released.
+using loaded = std::pair<int, std::vector<field>>;
 
 loaded load(const std::string& content) {
   write_file(path, content);
@@ -57,14 +52,13 @@ loaded load(const std::string& content) {
 
 }  // namespace
 
-TEST(CaptureFile, HasItsFormatByteForByte) {
-  const std::string content(3000, 'c');
+TEST(CaptureFile, HasItsFormatByteForByteAndIsLoadedInThePlaceOfTheRequest) {
+  const std::string content(3000, '\xFF');
   for (std::size_t i = 0; i < cgiVariables.size(); ++i) {
-    const std::string value = "v" + std::to_string(i);
-    cgiRestoreVariable(i, cgiCopyText(value));
+    cgiRestoreVariable(i, cgiCopyText("v" + std::to_string(i)));
   }
   cgiContentLength = -5;
-  append_field({"CMD", "a"});
+  append_field({"CMD", "a\r\n"});
   append_field({"file", content, "client.bin", "image/x"});
   append_field({"zero", std::string("b\0c", 3)});
   append_field({"", ""});
@@ -72,30 +66,19 @@ TEST(CaptureFile, HasItsFormatByteForByte) {
   std::filesystem::remove(cgiFormEntryFirst->next->next->next->next->tfileName.get());
   write_file(path, std::string(9000, 'x'));
   ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
-  EXPECT_EQ(read_file(path), capture_head(-5) + entry("CMD", "a") + upload("file", 3000, content) +
+  EXPECT_EQ(read_file(path), capture_head(-5) + entry("CMD", "a\r\n") + upload("file", 3000, content) +
                                  text("zero") + text("b") + text("") + text("") + number(3) + number(0) +
                                  entry("", "") + text("gone") + text("") + text("gone.bin") + text("t") +
                                  number(7) + number(0));
-}
 
-TEST(CaptureFile, LoadsInThePlaceOfTheRequest) {
-  append_field({"live", "content", "live.bin", "t"});
-  const std::string live = cgiFormEntryFirst->tfileName.get();
-  const std::string content(3000, 'c');
   const std::string whole =
-      capture_head(9) + entry("CMD", "a\r\n") + upload("file", 3000, content) + entry("CMD", "");
+      capture_head(9) + entry("CMD", "\r\n\xFF") + entry("", "") + upload("file", 3000, content);
   write_file(path, whole);
+  cgiReleaseVariables();
   ASSERT_EQ(cgiReadEnvironment(path), cgiEnvironmentSuccess);
-  EXPECT_FALSE(std::filesystem::exists(live));
-  EXPECT_EQ(fields_of_request(),
-            (std::vector<field>{{"CMD", "a\r\n"}, {"file", content, "client.bin", "image/x"}, {"CMD", ""}}));
-  EXPECT_EQ(cgiContentLength, 9);
   EXPECT_EQ(cgiRestored, 1);
-  for (std::size_t i = 0; i < cgiVariables.size(); ++i) {
-    EXPECT_EQ(*cgiVariables[i].value, "v" + std::to_string(i));
-  }
-  ASSERT_EQ(cgiWriteEnvironment("/tmp/again.cgic"), cgiEnvironmentSuccess);
-  EXPECT_EQ(read_file("/tmp/again.cgic"), whole);
+  ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
+  EXPECT_EQ(read_file(path), whole);
   // Releasing it leaves a request without anything.
   take_fields();
   EXPECT_EQ(cgiRestored, 0);
@@ -104,33 +87,21 @@ TEST(CaptureFile, LoadsInThePlaceOfTheRequest) {
 
 TEST(CaptureFile, FailuresLeaveAnEmptyList) {
   const std::string head = capture_head(0);
-  const std::string whole = head + entry("a", "1");
+  const std::string rest = head.substr(11);
   struct row {
     std::string what, content;
     loaded expected;
   };
   for (const row& row : {
-           row{"another version", text("CGIC2.1") + whole.substr(11), {cgiEnvironmentWrongVersion, {}}},
-           {"a longer magic text", text("CGIC2.00") + whole.substr(11), {cgiEnvironmentWrongVersion, {}}},
-           {"a magic text with a zero byte in it",
-            text(std::string("CGIC2.0\0junk", 12)) + whole.substr(11),
-            {cgiEnvironmentWrongVersion, {}}},
-           {"a magic text of the wrong length",
-            number(6) + whole.substr(4),
-            {cgiEnvironmentWrongVersion, {}}},
-           {"a magic text beyond memory", number(2147483647) + whole.substr(4), {cgiEnvironmentIO, {}}},
-           {"a negative length", number(-1) + whole.substr(4), {cgiEnvironmentIO, {}}},
-           {"a variable beyond memory", text("CGIC2.0") + number(2147483647) + "x", {cgiEnvironmentIO, {}}},
-           {"a name beyond memory", whole + number(2147483647), {cgiEnvironmentSuccess, {{"a", "1"}}}},
-           {"a negative name", whole + number(-7), {cgiEnvironmentSuccess, {{"a", "1"}}}},
-           {"a value beyond memory",
-            whole + text("b") + number(2147483647) + "v",
-            {cgiEnvironmentMemory, {}}},
+           row{"a longer magic text",
+               text(std::string("CGIC2.0\0", 8)) + rest,
+               {cgiEnvironmentWrongVersion, {}}},
+           {"a negative length", number(-1) + head.substr(4), {cgiEnvironmentIO, {}}},
+           {"a negative name", head + entry("a", "1") + number(-7), {cgiEnvironmentSuccess, {{"a", "1"}}}},
+           {"a negative upload", head + upload("u", -1, "x"), {cgiEnvironmentIO, {}}},
            {"an empty upload",
-            whole + upload("u", 0, ""),
-            {cgiEnvironmentSuccess, {{"a", "1"}, {"u", "", "client.bin", "image/x"}}}},
-           {"an upload beyond memory", whole + upload("u", 2147483647, "x"), {cgiEnvironmentIO, {}}},
-           {"a negative upload", whole + upload("u", -1, "x"), {cgiEnvironmentIO, {}}},
+            head + upload("u", 0, ""),
+            {cgiEnvironmentSuccess, {{"u", "", "client.bin", "image/x"}}}},
            {"a flag that is not 1",
             head + text("u") + text("") + text("f") + text("t") + number(2) + number(-7) + "xy",
             {cgiEnvironmentSuccess, {{"u", "xy", "f", "t"}}}},
@@ -139,17 +110,13 @@ TEST(CaptureFile, FailuresLeaveAnEmptyList) {
     EXPECT_EQ(load(row.content), row.expected) << row.what;
     EXPECT_EQ(cgiRestored, 0);
   }
-  for (const char* unreadable : {"/tmp/none", "/tmp"}) {
-    append_field({"live", "1"});
-    EXPECT_EQ(cgiReadEnvironment(unreadable), cgiEnvironmentIO) << unreadable;
-    EXPECT_EQ(cgiFormEntryFirst, nullptr) << unreadable;
-  }
 }
 
 TEST(CaptureFile, EveryCutFailsOrLoadsWholeEntries) {
   const std::string head = capture_head(1);
   const std::string first = head + entry("a", "1");
   const std::string second = first + upload("u", 5, "12345");
+  cgiContentLength = 7;
   for (std::size_t length = 0; length <= second.size(); ++length) {
     const loaded got = load(second.substr(0, length));
     const std::size_t whole = length < first.size() ? 0 : length < second.size() ? 1 : 2;
@@ -160,49 +127,8 @@ TEST(CaptureFile, EveryCutFailsOrLoadsWholeEntries) {
                          : in_name            ? cgiEnvironmentSuccess
                          : in_content         ? cgiEnvironmentIO
                                               : cgiEnvironmentMemory;
-    EXPECT_EQ(got.result, expected) << length;
-    EXPECT_EQ(got.fields.size(), got.result == cgiEnvironmentSuccess ? whole : 0U) << length;
-  }
-}
-
-TEST(CaptureFile, ALaterLoadFollowsAFailedOne) {
-  const std::string cut = capture_head(1).substr(0, 60);
-  EXPECT_EQ(load(cut).result, cgiEnvironmentIO);
-  EXPECT_STREQ(cgiServerName, "v1");
-  const std::string head = capture_head(-1);
-  cgiContentLength = 7;
-  EXPECT_EQ(load(head.substr(0, head.size() - 1)).result, cgiEnvironmentIO);
-  EXPECT_EQ(cgiContentLength, 7);
-  EXPECT_EQ(load(capture_head(1) + entry("a", "1")).fields, (std::vector<field>{{"a", "1"}}));
-}
-
-TEST(CaptureFile, RandomRequestsComeBackAsTheyWere) {
-  constexpr int rounds = 500;
-  std::mt19937 random{16};
-  const auto bytes = [&random](std::size_t longest) {
-    std::string made(random() % (longest + 1), '\0');
-    for (char& byte : made) byte = static_cast<char>(1 + random() % 255);
-    return made;
-  };
-  for (int round = 0; round < rounds; ++round) {
-    std::vector<std::string> variables;
-    for (std::size_t i = 0; i < cgiVariables.size(); ++i) {
-      variables.push_back(bytes(20));
-      cgiRestoreVariable(i, cgiCopyText(variables[i]));
-    }
-    std::vector<field> fields;
-    for (std::size_t count = random() % 6; count > 0; --count) {
-      const bool is_upload = random() % 2 == 0;
-      fields.push_back({bytes(8), bytes(2100), is_upload ? "f" + bytes(8) : "", is_upload ? bytes(8) : ""});
-      append_field(fields.back());
-    }
-    cgiContentLength = static_cast<std::int32_t>(random());
-    const std::int32_t length = cgiContentLength;
-    ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
-    cgiContentLength = 0;
-    ASSERT_EQ(cgiReadEnvironment(path), cgiEnvironmentSuccess);
-    ASSERT_EQ(cgiContentLength, length);
-    for (std::size_t i = 0; i < cgiVariables.size(); ++i) ASSERT_EQ(*cgiVariables[i].value, variables[i]);
-    ASSERT_EQ(take_fields(), fields);
+    EXPECT_EQ(got.first, expected) << length;
+    EXPECT_EQ(cgiContentLength, length < head.size() ? 7 : 1) << length;
+    EXPECT_EQ(got.second.size(), got.first == cgiEnvironmentSuccess ? whole : 0U) << length;
   }
 }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -18,74 +17,33 @@ namespace {
 const std::string url_encoded = "application/x-www-form-urlencoded";
 const std::string multipart = "multipart/form-data";
 
-// What the program would get for the request: its body, or the reason why there is none.
-struct live {
-  std::string problem, body, content_type, content_length;
-};
-
-live live_request(const std::string& method, const std::string& type) {
-  cgiRequestMethod = method.c_str();
+// Writes what the program would get as the body of the request; returns the reason why there is none.
+std::string write_body(const std::string& type) {
+  cgiRequestMethod = "POST";
   cgiContentType = type.c_str();
-  cgiContentLength = 99;
-  std::FILE* file = std::fopen("/tmp/body", "w+be");
-  live made{.problem = write_live_body(file, "bb"), .body = {}, .content_type = {}, .content_length = {}};
-  if (made.problem.empty()) set_live_environment(file, "bb");
+  std::FILE* file = std::fopen("/tmp/body", "we");
+  std::string problem = write_live_body(file, "bb");
   std::fclose(file);
-  made.body = read_file("/tmp/body");
-  const auto set_value = [](const char* name) {
-    const char* value = std::getenv(name);
-    return std::string{value != nullptr ? value : "(unset)"};
-  };
-  made.content_type = set_value("CONTENT_TYPE");
-  made.content_length = set_value("CONTENT_LENGTH");
-  return made;
+  return problem;
 }
 
 // The fields that the program decodes from the body.
-std::vector<field> decoded(const live& made, const std::string& type) {
+std::vector<field> decoded(const std::string& type) {
   cgiFreeResources();
+  const std::string body = read_file("/tmp/body");
   if (type == url_encoded) {
-    EXPECT_EQ(cgiParseFormInput(made.body), cgiParseSuccess);
-  } else {
-    cgiIn = std::fopen("/tmp/body", "rbe");
-    cgiContentLength = static_cast<std::int32_t>(made.body.size());
-    cgiMultipartBoundary = "bb";
-    EXPECT_EQ(cgiParsePostMultipartInput(), cgiParseSuccess);
-    std::fclose(cgiIn);
+    EXPECT_EQ(cgiParseFormInput(body), cgiParseSuccess);
+    return take_fields();
   }
+  cgiIn = std::fopen("/tmp/body", "rbe");
+  cgiContentLength = static_cast<std::int32_t>(body.size());
+  cgiMultipartBoundary = "bb";
+  EXPECT_EQ(cgiParsePostMultipartInput(), cgiParseSuccess);
+  std::fclose(cgiIn);
   return take_fields();
 }
 
 }  // namespace
-
-TEST(LiveRequest, HasTheBodyOfItsKind) {
-  struct row {
-    std::string method, type;
-    live expected;
-  };
-  for (const row& row : {
-           row{"GET", "", {"", "", "(unset)", "99"}},
-           {"POST", "text/plain", {"", "", "text/plain", "99"}},
-           {"post", url_encoded, {"", "a=1%0D%0A&%00=%C3%BC&b=", url_encoded, "23"}},
-           {"POST",
-            multipart,
-            {"",
-             "--bb\r\nContent-Disposition: form-data;name=a\r\n\r\n1\r\n"
-             "\r\n--bb\r\nContent-Disposition: form-data\r\n\r\nü"
-             "\r\n--bb\r\nContent-Disposition: form-data;name=b\r\n\r\n\r\n--bb--\r\n",
-             "multipart/form-data; boundary=bb", "153"}},
-       }) {
-    append_field({"a", "1\r\n"});
-    append_field({"", "ü"});
-    append_field({"b", ""});
-    const live made = live_request(row.method, row.type);
-    EXPECT_EQ(made.problem, "");
-    EXPECT_EQ(made.body, row.expected.body);
-    EXPECT_EQ(made.content_type, row.expected.content_type);
-    EXPECT_EQ(made.content_length, row.expected.content_length);
-    cgiFreeResources();
-  }
-}
 
 TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
   const std::string no_header = "a field whose texts no header can hold";
@@ -96,8 +54,6 @@ TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
   for (const row& row : {
            row{{"a\nb", ""}, multipart, no_header},
            {{"\"a;", ""}, multipart, no_header},
-           {{" \"", ""}, multipart, no_header},
-           {{"a", "", "a;\"b"}, multipart, no_header},
            {{"a", "", "f", "\""}, multipart, no_header},
            {{std::string(1009, 'n'), ""}, multipart, no_header},
            {{std::string(1008, 'n'), ""}, multipart, ""},
@@ -105,14 +61,11 @@ TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
            {{";" + std::string(1006, 'n'), ""}, multipart, ""},
            {{std::string(1008, 'n') + "\"", ""}, multipart, no_header},
            {{"a", "", "f"}, url_encoded, "an upload in a url-encoded request"},
-           {{"a\nb;\"", ""}, url_encoded, ""},
        }) {
     append_field(row.sent);
-    const live made = live_request("POST", row.type);
-    EXPECT_EQ(made.problem, row.problem) << row.sent;
-    const std::vector<field> expected{row.sent};
+    EXPECT_EQ(write_body(row.type), row.problem) << row.sent;
     if (row.problem.empty()) {
-      EXPECT_EQ(decoded(made, row.type), expected);
+      EXPECT_EQ(decoded(row.type), std::vector<field>{row.sent});
     }
     cgiFreeResources();
   }
@@ -140,8 +93,7 @@ TEST(LiveRequest, RandomRequestsAreDecodedToTheSameFields) {
                         is_upload ? header_text(8) : ""});
       append_field(fields.back());
     }
-    const live made = live_request("POST", type);
-    ASSERT_EQ(made.problem, "");
-    ASSERT_EQ(decoded(made, type), fields) << made.body;
+    ASSERT_EQ(write_body(type), "");
+    ASSERT_EQ(decoded(type), fields) << read_file("/tmp/body");
   }
 }

@@ -14,10 +14,6 @@ import { openPage } from './browser.mjs';
 
 const command = 'UPDATE_SPLASH';
 
-// upload.html, as the unit's web server serves it.
-const formPage = '/upload.html';
-const fileInput = 'input[type=file]';
-
 // Makes, for a URL, the procedure that uploads the file at a path and returns the body of the answer.
 const clients = {
   // Streams the file between headers of its own.
@@ -40,32 +36,14 @@ const clients = {
     };
   },
 
-  // Submits the page's form.
+  // Submits the form of upload.html, as the unit's web server serves it.
   async chromium_form(url) {
     const page = await openPage();
     return async (path) => {
-      await page.goto(new URL(formPage, url).href);
-      await page.setInputFiles(fileInput, path);
+      await page.goto(new URL('/upload.html', url).href);
+      await page.setInputFiles('input[type=file]', path);
       const [answer] = await Promise.all([page.waitForNavigation(), page.click('button')]);
       return answer.text();
-    };
-  },
-
-  // A script of the page sends the file chosen there.
-  async chromium_fetch(url) {
-    const page = await openPage();
-    await page.goto(new URL(formPage, url).href);
-    return async (path) => {
-      await page.setInputFiles(fileInput, path);
-      return page.evaluate(
-        async ({ url, command, fileInput }) => {
-          const form = new FormData();
-          form.append('file', document.querySelector(fileInput).files[0]);
-          form.append('CMD', command);
-          return (await fetch(url, { method: 'POST', body: form })).text();
-        },
-        { url, command, fileInput },
-      );
     };
   },
 };

@@ -6,19 +6,13 @@ std::string answer_of(const std::string& unit, const std::string& model, const s
   return "UNIT.ID=U" + unit + "&X=" + words + "&UNIT.MODEL=" + model + "&IP.ADDRESS=10.77.1." + unit + "&";
 }
 
-std::string seen_answer(const known_command& command, const answer& got) {
-  const std::string frame = page(command.name, "|");
-  const std::size_t head = frame.find('|');
-  const std::size_t tail = frame.size() - head - 1;
-  const bool framed = got.out.size() >= head + tail && got.out.starts_with(frame.substr(0, head)) &&
-                      got.out.ends_with(frame.substr(head + 1));
-  if (framed) return got.out.substr(head, got.out.size() - head - tail);
-  return got.out.empty() ? "no answer" : got.out;
-}
-
 bool is_only_line(const std::string& text) {
   return text.starts_with("Request Method: ") && text.find('\n') == text.size() - 1;
 }
+
+// What differs where no upload of a CSV came before.
+const lines no_import{"GET_CSV_IMPORT: No Import CSV File Present\n",
+                      "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"};
 
 // What a command has left undone, or behind.
 void add_remains(const std::string& name, lines& found) {
@@ -75,8 +69,7 @@ answer quick_site::run(const request& sent, const std::function<void(pid_t)>& me
 answer quick_site::while_serving(const std::function<answer()>& asked) const {
   const fake_service service{{{"API=SUCCESS"}, {"API=SUCCESS"}}};
   answer got = asked();
-  static_cast<void>(
-      shell_output("for i in $(seq 600); do pgrep -f '[u]pdate_fw.sh' > /dev/null || exit; sleep 0.1; done"));
+  wait_until("! pgrep -f '[u]pdate_fw.sh' > /dev/null");
   return got;
 }
 
@@ -92,7 +85,7 @@ lines quick_site::differences_behind(const std::function<answer(const known_comm
   lines found;
   for (const known_command& command : every_command) {
     const answer got = while_serving([&] { return asked(command); });
-    const std::string body = seen_answer(command, got);
+    const std::string body = got.out.empty() ? "no answer" : body_of(command.name, got.out);
     if (body != command.body) found.push_back(command.name + ": " + body);
     if (got.status != 0) found.push_back(command.name + " status " + std::to_string(got.status));
     if (!got.err.empty() && !is_only_line(got.err)) found.push_back(command.name + " stderr " + got.err);
@@ -115,9 +108,19 @@ lines undecodable_uploads() {
     found.push_back(command.name + " status 255");
     if (command.name != "UPDATE_FIRMWARE") found.push_back(command.name + " link stopped\n");
   }
-  for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
-                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"}) {
-    found.emplace_back(line);
+  found.insert(found.end(), no_import.begin(), no_import.end());
+  return found;
+}
+
+lines without_tmp(const std::string& discovered, const std::string& nodes) {
+  lines found;
+  for (const char* command : {"UPDATE_EDID", "UPDATE_EDID1", "UPDATE_EDID2", "UPDATE_EDID3"}) {
+    found.push_back(command + std::string{": <p>Error: Failed to update EDID</p>\n"});
+  }
+  for (const std::string& line :
+       {"GET_CSV_DISCOVER: " + discovered, std::string{"CSV_IMPORT: <p>Failed to import csv file (C)</p>\n"},
+        no_import[0], no_import[1], no_import[2], "GET_NODES: " + nodes}) {
+    found.push_back(line);
   }
   return found;
 }

@@ -29,8 +29,8 @@ class quick_site {
   answer run(const request& sent, const std::function<void(pid_t)>& meanwhile = {}) const;
 
   // Asks for every command, after a change to its request, or in another way than by the program itself.
-  // Returns what differs from a unit without fault, a line each: "COMMAND: BODY" for another body, "no answer" for an empty one and the answer as it is for one
-  // without the frame, "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE"
+  // Returns what differs from a unit without fault, a line each: "COMMAND: BODY" for another body, "no answer"
+  // for an empty one and the answer as it is for one without the frame, "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE"
   // for a temporary file.
   lines differences(const std::function<void(request&)>& change = {}) const;
   lines differences_behind(const std::function<answer(const known_command&)>& asked) const;
@@ -46,6 +46,9 @@ class quick_site {
 
 // What differs where no upload can be decoded and none came before.
 lines undecodable_uploads();
+
+// What differs where nothing can be written to /tmp, with these bodies of GET_CSV_DISCOVER and GET_NODES.
+lines without_tmp(const std::string& discovered, const std::string& nodes);
 
 // The CSV of 256 bytes that an upload brings. By it, the unit S1 gets these words as its id.
 std::string uploaded_csv(const std::string& words = "f");

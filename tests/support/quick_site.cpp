@@ -94,12 +94,6 @@ lines quick_site::differences_behind(const std::function<answer(const known_comm
   return found;
 }
 
-lines quick_site::orders() {
-  lines found = network_.heard(0);
-  std::erase_if(found, [](const std::string& text) { return text.find("&QUERY.") != std::string::npos; });
-  return found;
-}
-
 lines undecodable_uploads() {
   lines found;
   for (const known_command& command : every_command) {

@@ -35,9 +35,6 @@ class quick_site {
   lines differences(const std::function<void(request&)>& change = {}) const;
   lines differences_behind(const std::function<answer(const known_command&)>& asked) const;
 
-  // What the units have been told so far, but for queries.
-  lines orders();
-
  private:
   answer while_serving(const std::function<answer()>& asked) const;
 

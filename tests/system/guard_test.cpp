@@ -26,9 +26,10 @@ TEST(Guard, AQueryThatCannotBeStartedAdmits) {
   EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out, page("DISCOVER_ENCODERS", ""));
 }
 
+// Also where the server has asked for reads that do not wait.
 TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   std::array<int, 2> body{};
-  ASSERT_EQ(pipe2(body.data(), O_CLOEXEC), 0);
+  ASSERT_EQ(pipe2(body.data(), O_CLOEXEC | O_NONBLOCK), 0);
   const int out = open("/tmp/first.answer", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   const pid_t first = start_program(post("CMD=GET_NODES"), body[0], out);
   wait_until("[ -s /var/log/tools.log ]");

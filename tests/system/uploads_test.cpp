@@ -119,12 +119,7 @@ TEST(UpdateEdid, TheSizeDecides) {
   const std::string updating = "<p>Updating edid</p>\n";
   const std::string failed = updating + "<p>Error: Failed to update EDID</p>\n";
   std::string bytes;
-  std::string text;
-  for (int i = 0; i < 256; ++i) {
-    constexpr const char* digits = "0123456789abcdef";
-    bytes += static_cast<char>(i);
-    text = text + "0x" + digits[i / 16] + digits[i % 16] + "," + (i % 16 == 15 ? "\n" : "");
-  }
+  for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
   struct row {
     std::size_t size;
     std::string active, custom;
@@ -140,7 +135,8 @@ TEST(UpdateEdid, TheSizeDecides) {
     EXPECT_EQ(read_file("/tmp/edid.bin"), row.custom == invalid ? block : "(missing)") << row.size;
     EXPECT_EQ(service.end().size(), row.custom.empty() ? 2U : 0U) << row.size;
   }
-  EXPECT_EQ(read_file("/sys/devices/platform/videoip/eeprom_content"), text);
+  EXPECT_EQ(read_file("/sys/devices/platform/videoip/eeprom_content"),
+            shell_output("od -An -v -tx1 /share/CUSTOM_2.cbin | sed 's/ \\(..\\)/0x\\1,/g'"));
   EXPECT_EQ(read_file("/config/params/VIDEO.EDID"), "CUSTOM\n");
   EXPECT_EQ(read_file("/share/CUSTOM_2.cbin"), bytes);
   EXPECT_EQ(read_file("/config/CUSTOM_2.cbin"), bytes);

@@ -42,8 +42,4 @@ const clients = {
 };
 
 const [client, url, path] = process.argv.slice(2);
-if (!Object.hasOwn(clients, client) || !path) {
-  console.error(`usage: upload.mjs ${Object.keys(clients).join('|')} URL PATH`);
-  process.exit(2);
-}
 process.stdout.write(await clients[client](url, path), () => process.exit());

@@ -10,10 +10,6 @@ bool is_only_line(const std::string& text) {
   return text.starts_with("Request Method: ") && text.find('\n') == text.size() - 1;
 }
 
-// What differs where no upload of a CSV came before.
-const lines no_import{"GET_CSV_IMPORT: No Import CSV File Present\n",
-                      "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"};
-
 // What a command has left undone, or behind.
 void add_remains(const std::string& name, lines& found) {
   const std::string link = read_file("/var/link");
@@ -90,31 +86,6 @@ lines quick_site::differences_behind(const std::function<answer(const known_comm
     if (got.status != 0) found.push_back(command.name + " status " + std::to_string(got.status));
     if (!got.err.empty() && !is_only_line(got.err)) found.push_back(command.name + " stderr " + got.err);
     add_remains(command.name, found);
-  }
-  return found;
-}
-
-lines undecodable_uploads() {
-  lines found;
-  for (const known_command& command : every_command) {
-    if (!command.uploads()) continue;
-    found.push_back(command.name + ": " + undecodable);
-    found.push_back(command.name + " status 255");
-    if (command.name != "UPDATE_FIRMWARE") found.push_back(command.name + " link stopped\n");
-  }
-  found.insert(found.end(), no_import.begin(), no_import.end());
-  return found;
-}
-
-lines without_tmp(const std::string& discovered, const std::string& nodes) {
-  lines found;
-  for (const char* command : {"UPDATE_EDID", "UPDATE_EDID1", "UPDATE_EDID2", "UPDATE_EDID3"}) {
-    found.push_back(command + std::string{": <p>Error: Failed to update EDID</p>\n"});
-  }
-  for (const std::string& line :
-       {"GET_CSV_DISCOVER: " + discovered, std::string{"CSV_IMPORT: <p>Failed to import csv file (C)</p>\n"},
-        no_import[0], no_import[1], no_import[2], "GET_NODES: " + nodes}) {
-    found.push_back(line);
   }
   return found;
 }

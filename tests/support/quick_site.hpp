@@ -41,12 +41,6 @@ class quick_site {
   fake_network network_;
 };
 
-// What differs where no upload can be decoded and none came before.
-lines undecodable_uploads();
-
-// What differs where nothing can be written to /tmp, with these bodies of GET_CSV_DISCOVER and GET_NODES.
-lines without_tmp(const std::string& discovered, const std::string& nodes);
-
 // The CSV of 256 bytes that an upload brings. By it, the unit S1 gets these words as its id.
 std::string uploaded_csv(const std::string& words = "f");
 

@@ -105,6 +105,16 @@ TEST(Tools, OneThatHangsEndsNothing) {
 // Unwritable ones, all of a row at once.
 TEST(Files, FailingOnesAreAnsweredByTheCommandsThatNeedThem) {
   const quick_site site;
+  lines no_upload;
+  for (const known_command& command : every_command) {
+    if (!command.uploads()) continue;
+    no_upload.push_back(command.name + ": " + undecodable);
+    no_upload.push_back(command.name + " status 255");
+    if (command.name != "UPDATE_FIRMWARE") no_upload.push_back(command.name + " link stopped\n");
+  }
+  for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
+                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"})
+    no_upload.emplace_back(line);
   plant_tool("GUI", "");
   write_file("/var/info_local", "");
   const std::string eeprom = "/sys/devices/platform/videoip";
@@ -112,8 +122,7 @@ TEST(Files, FailingOnesAreAnsweredByTheCommandsThatNeedThem) {
     lines paths, expected;
   };
   for (const row& row : {
-           row{{"/tmp"}, without_tmp("No Discover CSV File Present\n", "No Nodes Detected\n")},
-           {{"/dev/shm"}, undecodable_uploads()},
+           row{{"/dev/shm"}, no_upload},
            {{"/share", "/config", "/www/images", eeprom}, {}},
            {{eeprom + "/eeprom_content", "/dev/mtdblkxoem", "/var/info_local"}, {}},
            {{"/etc/keys.txt"},

@@ -1,4 +1,5 @@
-// Requests and clients that mean no good: always the given answer, never a hang, nothing left behind.
+// Requests and clients that come at a bad moment or mean no good: always the given answer, never a hang, nothing left
+// behind.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 
 #include <array>
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -16,24 +18,53 @@
 namespace {
 
 struct pipe_ends {
-  pipe_ends() { EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0); }
+  explicit pipe_ends(int flags = 0) { EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC | flags), 0); }
   std::array<int, 2> ends{};
 };
 
 }  // namespace
 
-TEST(Hostile, TextReachesTheLogLiterallyAndIsCut) {
-  run_program(get("CMD=%24(touch+/tmp/owned)%3b%60reboot%60%22'\\n%25s%7c%26" + std::string(5000, 'q')));
-  const std::string log = read_file("/tmp/dbgCGI.log");
-  const std::string longest_line = "echo \"\" > /tmp/dbgCGI.log";  // stood for 255 characters with its text
-  const std::string first =
-      "cgic main() before cgiOnCalled() CMD=%24(touch+/tmp/owned)%3b%60reboot%60%22'\\n%25s%7c%26";
-  const std::string second = "\tCMD=$(touch /tmp/owned);`reboot`\"'\\n%s|&";
-  const std::size_t length = 255 - longest_line.size();
-  EXPECT_EQ(log.substr(0, log.find("\tAbout")), first + std::string(length - first.size(), 'q') + "\n" +
-                                                    second + std::string(length - 1 - second.size(), 'q') +
-                                                    "\n");
-  EXPECT_EQ(list_folder("/tmp"), lines{"dbgCGI.log"});
+// A process list that does not even hold this process cannot be trusted.
+TEST(Guard, AnEmptyProcessListRefuses) {
+  request blind = get("CMD=GET_NODES");
+  blind.environment["PATH"] = "/usr/local/bin:/bin";
+  plant_tool("pidof", "exit 1");
+  EXPECT_EQ(run_program(blind).out, refusal(busy_message));
+}
+
+// Without a shell no query can be started: that counts as finding nothing.
+TEST(Guard, AQueryThatCannotBeStartedAdmits) {
+  std::filesystem::rename("/bin/sh", "/bin/no_sh");
+  EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, page("GET_NODES", "No Nodes Detected\n"));
+  EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out, page("DISCOVER_ENCODERS", ""));
+}
+
+// Also where the server has asked for reads that do not wait.
+TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
+  const pipe_ends body{O_NONBLOCK};
+  const int out = open("/tmp/first.answer", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  const pid_t first = start_program(post("CMD=GET_NODES"), body.ends[0], out);
+  wait_until("[ -s /var/log/tools.log ]");
+  EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, refusal(busy_message));
+  ASSERT_EQ(write(body.ends[1], "CMD=GET_NODES", 13), 13);
+  EXPECT_EQ(wait_for(first), 0);
+  EXPECT_EQ(read_file("/tmp/first.answer"), page("GET_NODES", "No Nodes Detected\n"));
+}
+
+// Its answer is at its end, so its client may ask again, though its server has not noticed yet that it is
+// dead.
+TEST(Guard, ARequestRightBehindAnotherIsServed) {
+  request cut = post("CMD=GET_NODES");
+  cut.environment["CONTENT_LENGTH"] = "100";
+  for (const request& first : {get("CMD=GET_NODES"), cut}) {
+    const pipe_ends answer;
+    const int no_body = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const pid_t process = start_program(first, no_body, answer.ends[1]);
+    close(answer.ends[1]);
+    for (char byte = 0; read(answer.ends[0], &byte, 1) == 1;) continue;
+    EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, page("GET_NODES", "No Nodes Detected\n"));
+    wait_for(process);
+  }
 }
 
 TEST(Hostile, OddRequestsGetTheirAnswer) {

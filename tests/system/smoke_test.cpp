@@ -7,16 +7,19 @@
 
 #include "support/quick_site.hpp"
 
+// A log line is literal; with the command that once wrote it, it had 255 characters.
 TEST(Smoke, OneRequestFromStartToExit) {
-  const answer got = run_program(get("CMD=GET_NODES&x=%24(touch+/tmp/owned)"));
+  const std::string sent = "%24(touch+/tmp/owned)%3b%60reboot%60%22'\\n%25s%7c%26" + std::string(5000, 'q');
+  const std::string command = "$(touch /tmp/owned);`reboot`\"'\\n%s|&" + std::string(5000, 'q');
+  const answer got = run_program(get("CMD=" + sent));
   EXPECT_EQ(got.status, 0);
-  EXPECT_EQ(got.out, page("GET_NODES", "No Nodes Detected\n"));
+  EXPECT_EQ(got.out, page(command.substr(0, 254), "<p>No command supplied</p>\n"));
   EXPECT_EQ(got.err, "Request Method: GET\n");
+  const std::size_t length = 255 - std::string{"echo \"\" > /tmp/dbgCGI.log"}.size();
   EXPECT_EQ(read_file("/tmp/dbgCGI.log"),
-            "cgic main() before cgiOnCalled() CMD=GET_NODES&x=%24(touch+/tmp/owned)\n"
-            "\tCMD=GET_NODES\n"
-            "\tAbout to Call cgiMain() _%p_\n"
-            "\tAbout to Call cgiOnClose()\n");
+            ("cgic main() before cgiOnCalled() CMD=" + sent).substr(0, length) + "\n" +
+                ("\tCMD=" + command).substr(0, length - 1) + "\n" +
+                "\tAbout to Call cgiMain() _%p_\n\tAbout to Call cgiOnClose()\n");
   EXPECT_EQ(list_folder("/tmp"), (lines{"dbgCGI.log"}));
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }

@@ -27,7 +27,7 @@ int memory_file(const std::string& content = {}) {
 }
 
 std::string take_content(int file) {
-  const std::string content = read_file(path_of(file));
+  std::string content = read_file(path_of(file));
   close(file);
   return content;
 }

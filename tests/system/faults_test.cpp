@@ -113,8 +113,9 @@ TEST(Files, FailingOnesAreAnsweredByTheCommandsThatNeedThem) {
     if (command.name != "UPDATE_FIRMWARE") no_upload.push_back(command.name + " link stopped\n");
   }
   for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
-                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"})
+                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"}) {
     no_upload.emplace_back(line);
+  }
   plant_tool("GUI", "");
   write_file("/var/info_local", "");
   const std::string eeprom = "/sys/devices/platform/videoip";
@@ -145,8 +146,9 @@ TEST(Files, APlantedLinkIsNotFollowed) {
   lines of_commands;
   for (const char* name :
        {"dbgCGI.log", "MCt.log", "MCm.log", "MCa.log", "MCb.log", "mcD.log", "discover.csv", "node_0",
-        "node_1", "discover.info", "import2.csv", "site.log", "edid.edid"})
+        "node_1", "discover.info", "import2.csv", "site.log", "edid.edid"}) {
     of_commands.push_back(std::string{"/tmp/"} + name);
+  }
   for (const lines& paths : {of_commands, of_uploads}) {
     for (const std::string& path : paths) {
       std::filesystem::remove(path);
@@ -190,7 +192,7 @@ TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
         expected = got.out;
         calls = {"ast_send_event -1 e_stop_link"};
       }
-      EXPECT_EQ(got.out, expected);
+      EXPECT_EQ(got.out, expected) << got.status;
       EXPECT_EQ(tool_calls(), calls);
       for (const std::string& file : list_folder("/dev/shm")) EXPECT_FALSE(file.starts_with("cgic")) << file;
     }

@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <string>
 #include <utility>
 
@@ -51,13 +50,12 @@ TEST(FullDisk, AFileThatFailsWhenItIsClosedIsADecodingFailure) {
 TEST(FullDisk, AShortWriteOfStagingIsLogged) {
   write_file("/dev/shm/filler", std::string(32'768, 'f'));
   // The first is noticed by a write, the other when the file is closed.
-  for (const auto& [size, counts] :
-       {std::pair{disk_size * 6 / 10, "[0-9]+ != 1023"}, {508'000, "0 != 592"}}) {
+  for (const auto& [size, counts] : {std::pair{disk_size * 6 / 10, "some != 1023"}, {508'000, "0 != 592"}}) {
     std::filesystem::remove("/dev/shm/source_file");
     EXPECT_EQ(upload("UPDATE_SPLASH", size), "<p>Failed to update splash</p>\n");
-    const std::string log =
-        "file name: f\nfile size: " + std::to_string(size) + " bytes\nfailed to write to source_file ";
-    EXPECT_TRUE(std::regex_match(read_file("/www/upload_file.txt"), std::regex{log + counts + "\n"})) << size;
+    EXPECT_EQ(shell_output("sed 's/[0-9]* != 1023/some != 1023/' /www/upload_file.txt"),
+              "file name: f\nfile size: " + std::to_string(size) + " bytes\nfailed to write to source_file " +
+                  counts + "\n");
     EXPECT_EQ(list_folder("/xoem"), lines{});
     EXPECT_EQ(list_folder("/dev/shm"), (lines{"filler", "source_file"}));
   }

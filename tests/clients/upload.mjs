@@ -1,82 +1,45 @@
-// Uploads files to a unit as one real web client does; for the box only.
+// Uploads a file to a unit as one real web client does; for the box only.
 //
-//   upload.mjs CLIENT URL
+//   upload.mjs CLIENT URL PATH
 //
-// Each line of standard input is the path of a file. The file is sent to URL as the field "file", beside the command
-// UPDATE_SPLASH, and the body of the answer goes to standard output as it came, then a zero byte. Whatever keeps an
-// answer away ends the script with its message and a status that is not 0.
+// The file is sent to URL as the field "file", beside the command UPDATE_SPLASH, and the body of the answer goes to
+// standard output as it came. Whatever keeps an answer away ends the script with its message and a status that is not 0.
 
 import { createReadStream } from 'node:fs';
-import { createInterface } from 'node:readline';
 import { text } from 'node:stream/consumers';
 import { promisify } from 'node:util';
 import { openPage } from './browser.mjs';
 
 const command = 'UPDATE_SPLASH';
 
-// upload.html, as the unit's web server serves it.
-const formPage = '/upload.html';
-const fileInput = 'input[type=file]';
-
-// Makes, for a URL, the procedure that uploads the file at a path and returns the body of the answer.
+// Each uploads the file at a path and returns the body of the answer.
 const clients = {
   // Streams the file between headers of its own.
-  async form_data(url) {
+  async form_data(url, path) {
     const { default: FormData } = await import('form-data');
-    return async (path) => {
-      const form = new FormData();
-      form.append('CMD', command);
-      form.append('file', createReadStream(path));
-      return text(await promisify(form.submit.bind(form))(url));
-    };
+    const form = new FormData();
+    form.append('CMD', command);
+    form.append('file', createReadStream(path));
+    return text(await promisify(form.submit.bind(form))(url));
   },
 
   // Joins the whole body in memory: a name percent-encoded, a third header to the file, no line end after all.
-  async needle(url) {
+  async needle(url, path) {
     const { default: needle } = await import('needle');
-    return async (path) => {
-      const form = { file: { file: path, content_type: 'image/jpeg' }, CMD: command };
-      return (await needle('post', url, form, { multipart: true, open_timeout: 0 })).raw.toString();
-    };
+    const form = { file: { file: path, content_type: 'image/jpeg' }, CMD: command };
+    return (await needle('post', url, form, { multipart: true, open_timeout: 0 })).raw.toString();
   },
 
-  // Submits the page's form.
-  async chromium_form(url) {
+  // Submits the form of a page.
+  async chromium_form(url, path) {
     const page = await openPage();
-    return async (path) => {
-      await page.goto(new URL(formPage, url).href);
-      await page.setInputFiles(fileInput, path);
-      const [answer] = await Promise.all([page.waitForNavigation(), page.click('button')]);
-      return answer.text();
-    };
-  },
-
-  // A script of the page sends the file chosen there.
-  async chromium_fetch(url) {
-    const page = await openPage();
-    await page.goto(new URL(formPage, url).href);
-    return async (path) => {
-      await page.setInputFiles(fileInput, path);
-      return page.evaluate(
-        async ({ url, command, fileInput }) => {
-          const form = new FormData();
-          form.append('file', document.querySelector(fileInput).files[0]);
-          form.append('CMD', command);
-          return (await fetch(url, { method: 'POST', body: form })).text();
-        },
-        { url, command, fileInput },
-      );
-    };
+    await page.setContent(`<form action="${url}" method="post" enctype="multipart/form-data">
+      <input name="CMD" value="${command}"><input type="file" name="file"><button>Upload</button></form>`);
+    await page.setInputFiles('input[type=file]', path);
+    const [answer] = await Promise.all([page.waitForNavigation(), page.click('button')]);
+    return answer.text();
   },
 };
 
-const [client, url] = process.argv.slice(2);
-if (!Object.hasOwn(clients, client) || !url) {
-  console.error(`usage: upload.mjs ${Object.keys(clients).join('|')} URL`);
-  process.exit(2);
-}
-const upload = await clients[client](url);
-for await (const path of createInterface({ input: process.stdin })) {
-  process.stdout.write(`${await upload(path)}\0`);
-}
-process.exit();
+const [client, url, path] = process.argv.slice(2);
+process.stdout.write(await clients[client](url, path), () => process.exit());

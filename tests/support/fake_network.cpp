@@ -72,15 +72,11 @@ fake_network::~fake_network() {
 
 std::vector<std::string> fake_network::heard(std::size_t count) {
   constexpr int most_looks = 500;
-  for (int look = 0; look < most_looks; ++look) {
-    {
-      const std::lock_guard lock{mutex_};
-      if (heard_.size() >= count) return heard_;
-    }
+  for (int look = 0;; ++look) {
     usleep(10'000);
+    const std::lock_guard lock{mutex_};
+    if (heard_.size() >= count || look == most_looks) return heard_;
   }
-  const std::lock_guard lock{mutex_};
-  return heard_;
 }
 
 void fake_network::serve() {

@@ -10,24 +10,24 @@
 #include <cstdlib>
 #include <vector>
 
+#include "support/files.hpp"
+
 namespace {
 
 constexpr const char* program = "/www/cgi-bin/handler.cgi";
 
+std::string path_of(int file) {
+  return "/proc/self/fd/" + std::to_string(file);
+}
+
 int memory_file(const std::string& content = {}) {
   const int file = memfd_create("test", MFD_CLOEXEC);
-  if (write(file, content.data(), content.size()) < 0) std::perror("memory_file");
-  lseek(file, 0, SEEK_SET);
+  write_file(path_of(file), content);
   return file;
 }
 
 std::string take_content(int file) {
-  lseek(file, 0, SEEK_SET);
-  std::string content;
-  std::array<char, 65536> block;
-  for (ssize_t length = 0; (length = read(file, block.data(), block.size())) > 0;) {
-    content.append(block.data(), static_cast<std::size_t>(length));
-  }
+  std::string content = read_file(path_of(file));
   close(file);
   return content;
 }
@@ -109,17 +109,32 @@ std::string shell_output(const std::string& command) {
 }
 
 void start_fleet(const std::string& options) {
-  const std::string command =
-      "fleet " + options +
-      " > /tmp/fleet.out & for i in $(seq 300); do grep -q ready /tmp/fleet.out && exit 0; "
-      "sleep 0.1; done; exit 1";
-  ASSERT_EQ(std::system(command.c_str()), 0);
+  std::system(("fleet " + options + " > /tmp/fleet.out &").c_str());
+  wait_until("grep -q ready /tmp/fleet.out");
+}
+
+void wait_until(const std::string& condition) {
+  const std::string loop = "for i in $(seq 600); do " + condition + " && exit; sleep 0.1; done; exit 1";
+  EXPECT_EQ(std::system(loop.c_str()), 0) << condition;
 }
 
 std::string refusal(const std::string& message) {
   return "Content-type: text/html,\n\n<HTML><HEAD><meta name=\"ERROR_RORRE\" content=\"none\"></HEAD>"
          "<BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 VLINK=#800080>\n<Center>\n" +
          message + "</Center></BODY></HTML>";
+}
+
+std::string body_of(const std::string& command, const std::string& answer) {
+  const std::string frame = page(command, "|");
+  const std::size_t head = frame.find('|');
+  const std::size_t tail = frame.size() - head - 1;
+  const bool framed = answer.size() >= head + tail && answer.starts_with(frame.substr(0, head)) &&
+                      answer.ends_with(frame.substr(head + 1));
+  return framed ? answer.substr(head, answer.size() - head - tail) : answer;
+}
+
+std::string body_of(const std::string& command) {
+  return body_of(command, run_program(get("CMD=" + command)).out);
 }
 
 std::string page(const std::string& command, const std::string& body) {

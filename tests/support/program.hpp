@@ -40,6 +40,9 @@ bool is_sanitized();
 // Runs a shell command, such as curl or fleet, and returns what it writes to standard output.
 std::string shell_output(const std::string& command);
 
+// Waits until a shell command succeeds, for at most a minute or so.
+void wait_until(const std::string& condition);
+
 // Starts simulated units and waits until they can answer. What they print goes to /tmp/fleet.out.
 void start_fleet(const std::string& options);
 
@@ -53,3 +56,7 @@ inline const std::string undecodable = "Status: 500 Error reading form data\r\n\
 
 // What the program writes around the body lines of a command.
 std::string page(const std::string& command, const std::string& body);
+
+// The body lines of a command's answer, or of its answer to a GET; the whole of one without the page around it.
+std::string body_of(const std::string& command, const std::string& answer);
+std::string body_of(const std::string& command);

@@ -6,16 +6,6 @@ std::string answer_of(const std::string& unit, const std::string& model, const s
   return "UNIT.ID=U" + unit + "&X=" + words + "&UNIT.MODEL=" + model + "&IP.ADDRESS=10.77.1." + unit + "&";
 }
 
-std::string seen_answer(const known_command& command, const answer& got) {
-  const std::string frame = page(command.name, "|");
-  const std::size_t head = frame.find('|');
-  const std::size_t tail = frame.size() - head - 1;
-  const bool framed = got.out.size() >= head + tail && got.out.starts_with(frame.substr(0, head)) &&
-                      got.out.ends_with(frame.substr(head + 1));
-  if (framed) return got.out.substr(head, got.out.size() - head - tail);
-  return got.out.empty() ? "no answer" : got.out;
-}
-
 bool is_only_line(const std::string& text) {
   return text.starts_with("Request Method: ") && text.find('\n') == text.size() - 1;
 }
@@ -75,8 +65,7 @@ answer quick_site::run(const request& sent, const std::function<void(pid_t)>& me
 answer quick_site::while_serving(const std::function<answer()>& asked) const {
   const fake_service service{{{"API=SUCCESS"}, {"API=SUCCESS"}}};
   answer got = asked();
-  static_cast<void>(
-      shell_output("for i in $(seq 600); do pgrep -f '[u]pdate_fw.sh' > /dev/null || exit; sleep 0.1; done"));
+  wait_until("! pgrep -f '[u]pdate_fw.sh' > /dev/null");
   return got;
 }
 
@@ -92,32 +81,11 @@ lines quick_site::differences_behind(const std::function<answer(const known_comm
   lines found;
   for (const known_command& command : every_command) {
     const answer got = while_serving([&] { return asked(command); });
-    const std::string body = seen_answer(command, got);
+    const std::string body = got.out.empty() ? "no answer" : body_of(command.name, got.out);
     if (body != command.body) found.push_back(command.name + ": " + body);
     if (got.status != 0) found.push_back(command.name + " status " + std::to_string(got.status));
     if (!got.err.empty() && !is_only_line(got.err)) found.push_back(command.name + " stderr " + got.err);
     add_remains(command.name, found);
-  }
-  return found;
-}
-
-lines quick_site::orders() {
-  lines found = network_.heard(0);
-  std::erase_if(found, [](const std::string& text) { return text.find("&QUERY.") != std::string::npos; });
-  return found;
-}
-
-lines undecodable_uploads() {
-  lines found;
-  for (const known_command& command : every_command) {
-    if (!command.uploads()) continue;
-    found.push_back(command.name + ": " + undecodable);
-    found.push_back(command.name + " status 255");
-    if (command.name != "UPDATE_FIRMWARE") found.push_back(command.name + " link stopped\n");
-  }
-  for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
-                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"}) {
-    found.emplace_back(line);
   }
   return found;
 }

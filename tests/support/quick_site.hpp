@@ -29,23 +29,17 @@ class quick_site {
   answer run(const request& sent, const std::function<void(pid_t)>& meanwhile = {}) const;
 
   // Asks for every command, after a change to its request, or in another way than by the program itself.
-  // Returns what differs from a unit without fault, a line each: "COMMAND: BODY" for another body, "no answer" for an empty one and the answer as it is for one
-  // without the frame, "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE"
+  // Returns what differs from a unit without fault, a line each: "COMMAND: BODY" for another body, "no answer"
+  // for an empty one and the answer as it is for one without the frame, "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE"
   // for a temporary file.
   lines differences(const std::function<void(request&)>& change = {}) const;
   lines differences_behind(const std::function<answer(const known_command&)>& asked) const;
-
-  // What the units have been told so far, but for queries.
-  lines orders();
 
  private:
   answer while_serving(const std::function<answer()>& asked) const;
 
   fake_network network_;
 };
-
-// What differs where no upload can be decoded and none came before.
-lines undecodable_uploads();
 
 // The CSV of 256 bytes that an upload brings. By it, the unit S1 gets these words as its id.
 std::string uploaded_csv(const std::string& words = "f");

@@ -5,43 +5,62 @@
 #include <cstdlib>
 #include <string>
 
-#include "support/files.hpp"
-#include "support/program.hpp"
+#include "support/quick_site.hpp"
 
-namespace {
-
-const lines admitted{"ast_send_event -1 e_stop_link"};
-
-lines admitted_then(const lines& calls) {
-  lines all = admitted;
-  all.insert(all.end(), calls.begin(), calls.end());
-  return all;
-}
-
-}  // namespace
-
+// A log line is literal; with the command that once wrote it, it had 255 characters.
 TEST(Smoke, OneRequestFromStartToExit) {
-  const answer got = run_program(get("CMD=GET_NODES&x=%24(touch+/tmp/owned)"));
+  const std::string sent = "%24(touch+/tmp/owned)%3b%60reboot%60%22'\\n%25s%7c%26" + std::string(5000, 'q');
+  const std::string command = "$(touch /tmp/owned);`reboot`\"'\\n%s|&" + std::string(5000, 'q');
+  const answer got = run_program(get("CMD=" + sent));
   EXPECT_EQ(got.status, 0);
-  EXPECT_EQ(got.out, page("GET_NODES", "No Nodes Detected\n"));
+  EXPECT_EQ(got.out, page(command.substr(0, 254), "<p>No command supplied</p>\n"));
   EXPECT_EQ(got.err, "Request Method: GET\n");
+  const std::size_t length = 255 - std::string{"echo \"\" > /tmp/dbgCGI.log"}.size();
   EXPECT_EQ(read_file("/tmp/dbgCGI.log"),
-            "cgic main() before cgiOnCalled() CMD=GET_NODES&x=%24(touch+/tmp/owned)\n"
-            "\tCMD=GET_NODES\n"
-            "\tAbout to Call cgiMain() _%p_\n"
-            "\tAbout to Call cgiOnClose()\n");
-  EXPECT_EQ(tool_calls(), admitted_then({"ast_send_event -1 e_reconnect"}));
-  EXPECT_EQ(read_file("/var/link"), "running\n");
+            ("cgic main() before cgiOnCalled() CMD=" + sent).substr(0, length) + "\n" +
+                ("\tCMD=" + command).substr(0, length - 1) + "\n" +
+                "\tAbout to Call cgiMain() _%p_\n\tAbout to Call cgiOnClose()\n");
   EXPECT_EQ(list_folder("/tmp"), (lines{"dbgCGI.log"}));
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-TEST(Smoke, ARequestWithoutACommandLeavesTheLinkStopped) {
-  const answer got = run_program({});
-  EXPECT_EQ(got.status, 0);
-  EXPECT_EQ(got.out, page("", "<p>No command supplied</p>\n"));
-  EXPECT_EQ(got.err, "Request Method: \n");
-  EXPECT_EQ(tool_calls(), admitted);
+TEST(Smoke, EveryCommandAnswersAndCallsItsTools) {
+  const quick_site site;
+  EXPECT_EQ(site.differences(), lines{});
+  const std::string stop = "ast_send_event -1 e_stop_link\n";
+  const std::string reconnect = "ast_send_event -1 e_reconnect\n";
+  const std::string staged = stop + stop;
+  const std::string query = stop + "qelparam g UNIT.MCD_TTL\nqelparam g UNIT.MCD_MODE\n";
+  const std::string store_edid = " CUSTOM\nqelparam save\n";
+  const auto custom_edid = [&](const std::string& key) {
+    return staged + "api CMD=START&UNIT.ID=ALL&CONFIG.SAVE=TRUE&CMD=END\nqelparam s " + key + store_edid +
+           "api CMD=START&UNIT.ID=ALL&" + key + "=CUSTOM&CMD=END\n" + reconnect;
+  };
+  std::string expected;
+  for (const std::string& calls : {
+           staged + "update_fw.sh\n",
+           staged + "qelparam s VIDEO.EDID" + store_edid + reconnect,
+           custom_edid("VIDEO.EDID1"),
+           custom_edid("VIDEO.EDID2"),
+           custom_edid("VIDEO.EDID3"),
+           staged + reconnect + reconnect,
+           query + "astparam g STREAM.HOST\nastparam g STREAM.ADDRESS\n" + reconnect,
+           query + reconnect,
+           query + reconnect,
+           stop + reconnect,
+           staged + reconnect,
+           stop + reconnect,
+           query + reconnect,
+           query + "astparam g UNIT.SERIAL\nqelparam g UNIT.MCD_TTL\n" + reconnect,
+           stop + reconnect,
+           stop + "node_list\n" + reconnect,
+           stop + reconnect,
+       }) {
+    expected += calls;
+  }
+  EXPECT_EQ(read_file("/var/log/tools.log"), expected);
+  EXPECT_EQ(list_folder("/www/images"), lines{"default.jpg"});
+  EXPECT_EQ(read_file("/www/images/default.jpg"), uploaded_csv());
 }
 
 TEST(Smoke, AnUndecodableBodyEndsTheRequest) {
@@ -50,61 +69,37 @@ TEST(Smoke, AnUndecodableBodyEndsTheRequest) {
   const answer got = run_program(cut);
   EXPECT_EQ(got.status, 255);
   EXPECT_EQ(got.out, "Status: 500 Error reading form data\r\n\r\n");
-  EXPECT_EQ(tool_calls(), admitted);
+  EXPECT_EQ(tool_calls(), lines{"ast_send_event -1 e_stop_link"});
   EXPECT_EQ(list_folder("/tmp"), lines{});
 }
 
-TEST(Smoke, NodesAndImportedFile) {
-  write_file("/var/nodes", "10.77.1.1 UNIT-002 TX610 more\n0.1 zero\n");
-  EXPECT_EQ(run_program(post("CMD=DISCOVER_DEVICES")).out, page("DISCOVER_DEVICES", ""));
-  EXPECT_EQ(tool_calls(), admitted_then({"node_list", "ast_send_event -1 e_reconnect"}));
-  EXPECT_EQ(read_file("/tmp/nodes.txt"), "IP Name\n10.77.1.1 UNIT-002\n0.1 zero\n");
-  EXPECT_EQ(run_program(get("CMD=GET_NODES")).out,
-            page("GET_NODES", "Device Listing:\nIP Name\n10.77.1.1 UNIT-002\n"));
-  EXPECT_EQ(run_program(get("CMD=CHECK_IMPORT_CSV_STATUS")).out, page("CHECK_IMPORT_CSV_STATUS", "false"));
-  write_file("/tmp/import.csv", "a,b\r\n1,2\r\n");
-  EXPECT_EQ(run_program(get("CMD=CHECK_IMPORT_CSV_STATUS")).out, page("CHECK_IMPORT_CSV_STATUS", "true"));
-  EXPECT_EQ(run_program(get("CMD=GET_CSV_IMPORT")).out, page("GET_CSV_IMPORT", "a,b\r\n1,2\r\n"));
-}
-
-TEST(Smoke, ListsTheSimulatedFleet) {
-  write_file("/tmp/units.csv",
-             "UNIT.SERIAL,UNIT.MODEL,UNIT.ID,IP.ADDRESS,STREAM.ADDRESS,STREAM.HOST,VW.NAME\r\n"
-             "K1,TX610,Desk,10.77.1.1,239.1.1.1,,\r\n"
-             "K2,KestR-2,Wall,10.77.1.2,,10.77.1.1,\"Wall, left\"\r\n");
-  start_fleet("--units /tmp/units.csv");
-  EXPECT_EQ(run_program(get("CMD=DISCOVER_DECODERS")).out,
-            page("DISCOVER_DECODERS", "Wall,10.77.1.2,10.77.1.1,Wall, left\n"));
-  EXPECT_EQ(tool_calls(), admitted_then({"qelparam g UNIT.MCD_TTL", "qelparam g UNIT.MCD_MODE",
-                                         "ast_send_event -1 e_reconnect"}));
-  EXPECT_EQ(list_folder("/www/images"), lines{});
-  write_file("/var/log/tools.log", "");
-  EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out,
-            page("DISCOVER_ENCODERS", "MYSELF,10.77.0.1,239.77.0.1\nDesk,10.77.1.1,239.1.1.1\n"));
-  EXPECT_EQ(tool_calls(),
-            admitted_then({"qelparam g UNIT.MCD_TTL", "qelparam g UNIT.MCD_MODE", "astparam g STREAM.HOST",
-                           "astparam g STREAM.ADDRESS", "ast_send_event -1 e_reconnect"}));
-  EXPECT_EQ(read_file("/tmp/MCt.log") + read_file("/tmp/MCm.log"), "Using TTL 64\nUsing Mode 1\n");
-}
-
-TEST(Smoke, RefusesWhileAnotherRequestRuns) {
-  write_file("/tmp/handler.cgi", "#!/bin/sh\nsleep 60\n");
-  ASSERT_EQ(std::system("chmod +x /tmp/handler.cgi; /tmp/handler.cgi & "
-                        "for i in $(seq 100); do pidof handler.cgi && exit 0; sleep 0.1; done; exit 1"),
-            0);
-  const answer got = run_program(get("CMD=GET_NODES"));
-  EXPECT_EQ(got.status, 0);
-  EXPECT_EQ(got.out, refusal(busy_message));
-  EXPECT_EQ(got.err, "");
-  EXPECT_EQ(tool_calls(), lines{});
+TEST(Smoke, ARefusalTouchesNothingAndNamesAnotherRequestFirst) {
+  for (const std::string running : {"update_fw.sh", "handler.cgi"}) {
+    const std::string message = running == "handler.cgi"
+                                    ? busy_message
+                                    : "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
+    plant_tool(running, "sleep 60");
+    std::system((running + " &").c_str());
+    wait_until("pidof " + running + " > /dev/null");
+    const answer got = run_program(get("CMD=GET_NODES"));
+    EXPECT_EQ(got.status, 0);
+    EXPECT_EQ(got.out, refusal(message));
+    EXPECT_EQ(got.err, "");
+    EXPECT_EQ(tool_calls(), lines{});
+    EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "(missing)");
+  }
 }
 
 TEST(Smoke, AnUploadArrivesByteForByte) {
   std::string content = "\r\n--\r\n--a\r\r\n-";
   for (unsigned i = 0; i < 300'000; ++i) content += static_cast<char>(i * i % 251);
+  write_file("/xoem/other", "kept");
   EXPECT_EQ(run_program(post_file("UPDATE_SPLASH", content, "a;b.jpg")).out,
             page("UPDATE_SPLASH", "<p>Updating splash</p>\n"));
+  EXPECT_TRUE(read_file("/xoem/default.jpg") == content);
   EXPECT_TRUE(read_file("/share/default.jpg") == content);
+  EXPECT_TRUE(read_file("/dev/mtdblkxoem") == read_file("/tmp/xoem.tar"));
+  EXPECT_EQ(shell_output("tar -tf /dev/mtdblkxoem | sort"), "./\n./default.jpg\n./other\n");
   EXPECT_EQ(read_file("/www/upload_file.txt"),
             "file name: a;b.jpg\nfile size: " + std::to_string(content.size()) + " bytes\n");
   EXPECT_EQ(list_folder("/dev/shm"), lines{});

@@ -29,7 +29,7 @@ namespace {
 
 constexpr int records = 2000;
 constexpr const char* site_log = "/tmp/site.log";
-constexpr std::array<std::uint16_t, 3> marks{0x10, 0x20, 0x40};
+constexpr int identities = 3;
 
 enum class site { ordinary, one_pair, all_twins };
 
@@ -87,19 +87,19 @@ struct seen_identity {
   int record;
 };
 
-std::uint64_t folded_hash(const char* text) {
+std::uint64_t folded_hash(std::string_view text) {
   std::uint64_t hash = 14695981039346656037U;
-  for (; *text != '\0'; ++text) hash = (hash ^ static_cast<unsigned char>(to_lower(*text))) * 1099511628211U;
+  for (const char letter : text)
+    hash = (hash ^ static_cast<unsigned char>(to_lower(letter))) * 1099511628211U;
   return hash;
 }
 
 // Marks the records that share the identity in that column.
-void group(std::size_t column, std::vector<int>& first_turn) {
+void group(int column, std::vector<int>& first_turn) {
   constexpr std::size_t places = 4096;
   std::vector<seen_identity> seen(places, {0, -1});
   for (int record = 0; record < records; ++record) {
-    key_header_entry& slot = kvp_table[static_cast<std::size_t>(record)].slots[column];
-    const std::uint64_t hash = folded_hash(slot.value.c_str());
+    const std::uint64_t hash = folded_hash(kvp_table.value(record, column));
     std::size_t place = hash % places;
     while (seen[place].record >= 0 && seen[place].hash != hash) place = (place + 1) % places;
     if (seen[place].record < 0) {
@@ -108,9 +108,7 @@ void group(std::size_t column, std::vector<int>& first_turn) {
     }
     const int first = seen[place].record;
     for (const int equal : {first, record}) {
-      kvp_record& twin = kvp_table[static_cast<std::size_t>(equal)];
-      twin.slots[column].status |= marks[column];
-      twin.record_flags |= duplicate_record;
+      kvp_table.add_flags(equal, duplicate_record);
       int& turn = first_turn[static_cast<std::size_t>(equal)];
       turn = std::min(turn, equal == first ? record : first);
     }
@@ -123,7 +121,7 @@ void floor_check() {
   block_writer log;
   log.add(begin, sizeof begin - 1);
   std::vector<int> first_turn(records, records);
-  for (std::size_t column = 0; column < marks.size(); ++column) group(column, first_turn);
+  for (int column = 0; column < identities; ++column) group(column, first_turn);
   std::vector<std::pair<int, std::string>> twins;
   for (int record = 0; record < records; ++record) {
     if (first_turn[static_cast<std::size_t>(record)] < records) {
@@ -162,12 +160,7 @@ std::string visible_result(site kind, void (*check)()) {
   std::filesystem::remove(site_log);
   check();
   std::string result = content_of(site_log);
-  for (std::size_t record = 0; record < records; ++record) {
-    result += std::to_string(kvp_table[record].record_flags);
-    for (std::size_t column = 0; column < marks.size(); ++column) {
-      result += ' ' + std::to_string(kvp_table[record].slots[column].status);
-    }
-  }
+  for (int record = 0; record < records; ++record) result += std::to_string(kvp_table.flags(record)) + ' ';
   return result;
 }
 

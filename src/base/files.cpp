@@ -1,7 +1,6 @@
 #include "base/files.hpp"
 
 #include <fcntl.h>
-#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,8 +15,16 @@ constexpr std::size_t copy_block_size = 4096;
 constexpr mode_t new_file_mode = 0666;
 
 // Opens without waiting: a pipe that somebody planted at a path must not hold the request.
+unique_fd open_descriptor(const char* path, int flags) {
+  return unique_fd{open(path, flags | O_NONBLOCK | O_CLOEXEC, new_file_mode)};
+}
+
+constexpr int writing(write_mode mode) {
+  return O_WRONLY | O_CREAT | O_NOFOLLOW | (mode == write_mode::append ? O_APPEND : O_TRUNC);
+}
+
 unique_file open_stream(const char* path, int flags, const char* mode) {
-  unique_fd descriptor{open(path, flags | O_NONBLOCK | O_CLOEXEC, new_file_mode)};
+  unique_fd descriptor = open_descriptor(path, flags);
   if (!descriptor) return nullptr;
   unique_file file{fdopen(descriptor.get(), mode)};
   if (file) static_cast<void>(descriptor.release());
@@ -41,9 +48,32 @@ unique_file open_for_reading(const char* path) {
 }
 
 unique_file open_for_writing(const char* path, write_mode mode) {
-  constexpr int writing = O_WRONLY | O_CREAT | O_NOFOLLOW;
-  return mode == write_mode::append ? open_stream(path, writing | O_APPEND, "a")
-                                    : open_stream(path, writing | O_TRUNC, "w");
+  return open_stream(path, writing(mode), mode == write_mode::append ? "a" : "w");
+}
+
+direct_file::direct_file(const char* path, write_mode mode)
+    : descriptor_(open_descriptor(path, writing(mode))) {}
+
+std::size_t direct_file::write(std::string_view text) {
+  std::size_t written = 0;
+  while (descriptor_ && written < text.size()) {
+    const ssize_t length = ::write(descriptor_.get(), text.data() + written, text.size() - written);
+    if (length < 0 && errno == EINTR) continue;
+    if (length <= 0) break;
+    written += static_cast<std::size_t>(length);
+  }
+  return written;
+}
+
+bool direct_file::write_whole(std::string_view text) {
+  const std::size_t written = write(text);
+  if (written == text.size()) return true;
+  struct stat status {};
+  if (written > 0 && fstat(descriptor_.get(), &status) == 0) {
+    [[maybe_unused]] const int result =
+        ftruncate(descriptor_.get(), status.st_size - static_cast<off_t>(written));
+  }
+  return false;
 }
 
 unique_file open_for_update(const char* path) {
@@ -96,30 +126,12 @@ std::size_t count_lines(std::FILE* file) {
   return last == '\n' ? lines : lines + 1;
 }
 
-bool line_reader::next() {
-  const ssize_t length = getline(&line_, &size_, file_);
-  failed_ = length < 0 && std::feof(file_) == 0;
-  length_ = length > 0 ? static_cast<std::size_t>(length) : 0;
-  return length > 0;
-}
-
 std::size_t read_available(std::FILE* file, std::span<char> buffer) {
   ssize_t length = 0;
   do {
     length = read(fileno(file), buffer.data(), buffer.size());
   } while (length < 0 && errno == EINTR);
   return length > 0 ? static_cast<std::size_t>(length) : 0;
-}
-
-off_t file_length(std::FILE* file) {
-  struct stat status {};
-  return fstat(fileno(file), &status) == 0 ? status.st_size : 0;
-}
-
-void flush_or_cut_back(std::FILE* file, off_t length) {
-  if (std::fflush(file) == 0 && std::ferror(file) == 0) return;
-  __fpurge(file);
-  [[maybe_unused]] const int result = ftruncate(fileno(file), length);
 }
 
 void copy_stream(std::FILE* from, std::FILE* to) {

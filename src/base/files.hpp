@@ -29,6 +29,24 @@ enum class write_mode { replace, append };
 // somebody planted at the path is not followed.
 [[nodiscard]] unique_file open_for_writing(const char* path, write_mode mode);
 
+// A file that is written without a buffer: what counts as written is in the file. It closes itself.
+class direct_file {
+ public:
+  // Opens as open_for_writing does.
+  direct_file(const char* path, write_mode mode);
+
+  [[nodiscard]] explicit operator bool() const { return static_cast<bool>(descriptor_); }
+
+  // Writes at the end of the file. Returns the number of bytes that reached it; fewer than given on a full disk.
+  std::size_t write(std::string_view text);
+
+  // Writes the whole text or, where the disk does not take it whole, nothing. Returns whether it is there.
+  [[nodiscard]] bool write_whole(std::string_view text);
+
+ private:
+  unique_fd descriptor_;
+};
+
 // Opens a file for writing and reading, emptied; empty when it cannot be opened.
 [[nodiscard]] unique_file open_for_update(const char* path);
 
@@ -61,42 +79,9 @@ std::size_t read_line(std::FILE* file, std::span<char> line);
 // The number of lines that are left in the file; the last one need not end in a line feed.
 [[nodiscard]] std::size_t count_lines(std::FILE* file);
 
-// Reads a file line by line, whatever the length of a line.
-class line_reader {
- public:
-  explicit line_reader(std::FILE* file) : file_(file) {}
-  line_reader(const line_reader&) = delete;
-  line_reader& operator=(const line_reader&) = delete;
-  ~line_reader() { std::free(line_); }
-
-  // Reads the next line. Returns false at the end of the file and after a failure, as when there is no memory
-  // for the line.
-  [[nodiscard]] bool next();
-
-  // The line with its line feed, zero bytes and all; valid until the next one is read.
-  [[nodiscard]] std::string_view line() const { return {line_, length_}; }
-
-  // Whether something else than the end of the file ended the reading.
-  [[nodiscard]] bool failed() const { return failed_; }
-
- private:
-  std::FILE* file_;
-  char* line_ = nullptr;
-  std::size_t size_ = 0;
-  std::size_t length_ = 0;
-  bool failed_ = false;
-};
-
 // Reads what there is, at least one byte, waiting for it if need be; for a stream that nobody reads through its
 // own buffer. Returns the number of bytes read; 0 at the end and after a failure.
 [[nodiscard]] std::size_t read_available(std::FILE* file, std::span<char> buffer);
-
-// The length of the file behind a stream of which nothing waits to be written, in bytes; 0 when it has none.
-[[nodiscard]] off_t file_length(std::FILE* file);
-
-// Writes out what waits. When not all that was written to the stream has reached the file, on a full disk,
-// the file is cut back to that length.
-void flush_or_cut_back(std::FILE* file, off_t length);
 
 // Copies what is left of one stream to another, byte for byte, to the end or to the first failure.
 void copy_stream(std::FILE* from, std::FILE* to);

@@ -1,15 +1,14 @@
 #include "base/trace.hpp"
 
 #include <fcntl.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <new>
 
 #include "base/handles.hpp"
-#include "base/text.hpp"
 
 namespace {
 
@@ -28,35 +27,50 @@ unique_fd open_log(const char* path, int flags) {
       open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, log_file_mode)};
 }
 
-void write_line(const unique_fd& file, std::string_view text) {
-  if (!file) return;
-  char line_feed = '\n';
-  const std::array<iovec, 2> line{
-      iovec{const_cast<char*>(text.data()), text.size()},
-      iovec{&line_feed, 1},
-  };
-  // A log that takes no more is no reason to fail the request.
-  [[maybe_unused]] const ssize_t written = writev(file.get(), line.data(), line.size());
-}
+// A line as the echo command would print it, its line feed included.
+class trace_line {
+ public:
+  trace_line(const char* format, std::va_list arguments, std::size_t buffer_size, std::size_t limit) {
+    const int wanted = std::vsnprintf(text_.data(), std::min(buffer_size, text_.size()), format, arguments);
+    length_ = std::min(static_cast<std::size_t>(std::max(wanted, 0)), limit);
+    text_[length_++] = '\n';
+  }
 
-std::string_view appended_text(const char* path, std::size_t buffer_size, std::string_view text) {
-  return text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" >> "));
-}
+  void write_to(const unique_fd& file) const {
+    if (!file) return;
+    [[maybe_unused]] const ssize_t written = write(file.get(), text_.data(), length_);
+  }
+
+ private:
+  std::array<char, longest_command_size> text_;
+  std::size_t length_;
+};
 
 }  // namespace
 
-void trace_append(const char* path, std::size_t buffer_size, std::string_view text) {
-  write_line(open_log(path, O_APPEND), appended_text(path, buffer_size, text));
+void trace_log::line(const char* format, ...) const {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const trace_line line{format, arguments, buffer_size_, text_limit(path_, buffer_size_, "\" >> ")};
+  va_end(arguments);
+  line.write_to(open_log(path_, O_APPEND));
 }
 
-void trace_replace(const char* path, std::size_t buffer_size, std::string_view text) {
-  write_line(open_log(path, O_TRUNC),
-             text_before_zero(text).substr(0, text_limit(path, buffer_size, "\" > ")));
+void trace_log::replace(const char* format, ...) const {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const trace_line line{format, arguments, buffer_size_, text_limit(path_, buffer_size_, "\" > ")};
+  va_end(arguments);
+  line.write_to(open_log(path_, O_TRUNC));
 }
 
-void trace_log::append(std::string_view text) {
+void open_trace_log::line(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const trace_line line{format, arguments, buffer_size_, text_limit(path_, buffer_size_, "\" >> ")};
+  va_end(arguments);
   if (!file_) file_ = open_log(path_, O_APPEND);
-  write_line(file_, appended_text(path_, buffer_size_, text));
+  line.write_to(file_);
 }
 
 trace_block::trace_block(const char* path)

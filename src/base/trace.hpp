@@ -1,12 +1,15 @@
-// Trace lines: the one door to the unit's log files. A line reaches its file literally, whatever bytes it
-// holds: it is appended by our own write and passes no shell.
+// Logs: the one door to the unit's log files. A line reaches its file literally, whatever bytes it contains: our own
+// write appends it, and no shell sees it.
 //
 // Readers on the unit know these logs as the output of lines like  echo "TEXT" >> PATH  built in a buffer of
-// a fixed size. A text that would make that command longer than its buffer holds is cut so that the command
-// would just fit, so the logs keep their known widths.
+// a fixed size. A text that would make that command longer than its buffer is cut so that the command would just
+// fit, so the logs keep their known widths. A zero byte ends a text. A line that cannot be written is lost: a log is no
+// reason to fail the request. A symbolic link that somebody planted at the path is not followed.
 
 #pragma once
 
+#include <array>
+#include <cstdarg>
 #include <cstddef>
 #include <memory>
 #include <string_view>
@@ -16,19 +19,30 @@
 // The command buffers, in bytes with their terminator.
 inline constexpr std::size_t short_command_size = 128;
 inline constexpr std::size_t command_size = 256;
+inline constexpr std::size_t longest_command_size = 2112;
 
-// Appends the text and a line feed to the file, creating it when needed. A zero byte ends the text. Failures
-// are ignored; a symbolic link that somebody planted at the path is not followed.
-void trace_append(const char* path, std::size_t buffer_size, std::string_view text);
-
-// The same, but the line replaces what the file held.
-void trace_replace(const char* path, std::size_t buffer_size, std::string_view text);
-
-// A log that takes many lines in a row: trace_append with the file kept open, from its first line on.
+// A log: a file, and the size of the buffer that gives its lines their width.
 class trace_log {
  public:
-  trace_log(const char* path, std::size_t buffer_size) : path_(path), buffer_size_(buffer_size) {}
-  void append(std::string_view text);
+  constexpr trace_log(const char* path, std::size_t buffer_size) : path_(path), buffer_size_(buffer_size) {}
+
+  // Appends a line, formatted like printf, creating the file when needed.
+  [[gnu::format(printf, 2, 3)]] void line(const char* format, ...) const;
+
+  // The same, but the line replaces what the file contained.
+  [[gnu::format(printf, 2, 3)]] void replace(const char* format, ...) const;
+
+ private:
+  const char* path_;
+  std::size_t buffer_size_;
+};
+
+// A log that takes many lines in a row: the file stays open from its first line on.
+class open_trace_log {
+ public:
+  open_trace_log(const char* path, std::size_t buffer_size) : path_(path), buffer_size_(buffer_size) {}
+
+  [[gnu::format(printf, 2, 3)]] void line(const char* format, ...);
 
  private:
   const char* path_;

@@ -22,7 +22,5 @@ inline constexpr const char* discover_info = "/tmp/discover.info";
 inline constexpr const char* import_csv = "/tmp/import.csv";
 
 inline constexpr const char* site_log = "/tmp/site.log";
-inline constexpr const char* mode_log = "/tmp/MCm.log";
-inline constexpr const char* pass_log = "/tmp/MCb.log";
 
 }  // namespace unit

@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr const char* request_log = "/tmp/dbgCGI.log";
+constexpr trace_log request_log{"/tmp/dbgCGI.log", command_size};
 constexpr std::size_t content_type_size = 1024;
 constexpr int undecodable_request = -1;
 
@@ -99,18 +99,14 @@ int refuse_form_data() {
 void scan_commands() {
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
     if (std::strstr(entry->name.get(), "CMD") == nullptr) continue;
-    fixed_text<command_size> line;
-    line.print("\t%s=%s", entry->name.get(), entry->value.get());
-    trace_append(request_log, command_size, line.view());
+    request_log.line("\t%s=%s", entry->name.get(), entry->value.get());
     cgiReconnectOnClose = cgiStrEqNc(entry->value.get(), "UPDATE_FIRMWARE") ? 0 : 1;
     if (cgiReconnectOnClose == 1) return;
   }
 }
 
 void trace_request() {
-  fixed_text<command_size> line;
-  line.print("cgic main() before cgiOnCalled() %s", cgiQueryString);
-  trace_replace(request_log, command_size, line.view());
+  request_log.replace("cgic main() before cgiOnCalled() %s", cgiQueryString);
   scan_commands();
 }
 
@@ -128,9 +124,9 @@ int cgiServeRequest(const cgiHooks& hooks) {
   if (decode_form_data() != cgiParseSuccess) return refuse_form_data();
   trace_request();
   // Readers of this log know the four characters after the blank as they stand.
-  trace_append(request_log, command_size, "\tAbout to Call cgiMain() _%p_");
+  request_log.line("\tAbout to Call cgiMain() _%%p_");
   static_cast<void>(hooks.main());
   cgiFreeResources();
-  trace_append(request_log, command_size, "\tAbout to Call cgiOnClose()");
+  request_log.line("\tAbout to Call cgiOnClose()");
   return hooks.onClose();
 }

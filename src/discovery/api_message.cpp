@@ -35,9 +35,10 @@ reply_segment take_reply_pair(std::string_view& text, reply_pair& pair) {
   const std::size_t end = text.find('&');
   if (end == std::string_view::npos) return reply_segment::none;
   const std::string_view from_segment = text;
-  text.remove_prefix(end + 1);
   const std::size_t equals = from_segment.find('=');
-  if (equals == std::string_view::npos || equals > longest_reply_key) return reply_segment::skipped;
+  if (equals == std::string_view::npos) return reply_segment::none;
+  text.remove_prefix(end + 1);
+  if (equals > longest_reply_key) return reply_segment::skipped;
   pair = {from_segment.substr(0, equals), {}};
   if (equals < end && end - equals - 1 <= longest_reply_value) {
     pair.value = from_segment.substr(equals + 1, end - equals - 1);

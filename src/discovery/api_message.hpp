@@ -41,12 +41,13 @@ struct reply_pair {
 };
 
 enum class reply_segment {
-  none,     // no "&" is left: what follows the last one is not read
+  none,     // no "&" or no "=" is left: what follows is not read
   skipped,  // a segment without a usable key
   pair,
 };
 
-// Takes the next segment, up to and including its "&", off the reply text and splits it at its first "=".
+// Takes the next segment, up to and including its "&", off the reply text and splits it at its first "=". When no
+// segment is left the text stays as it is.
 // The "=" is searched beyond the "&" too, so a segment without one can yield a key that holds an "&"; such a
 // key is no known one, and the reader drops it.
 [[nodiscard]] reply_segment take_reply_pair(std::string_view& text, reply_pair& pair);

@@ -1,25 +1,16 @@
 #include "discovery/csv_compilation.hpp"
 
-#include <algorithm>
 #include <array>
-#include <cstdio>
-#include <memory>
-#include <new>
-#include <numeric>
-#include <span>
-#include <utility>
+#include <string_view>
 
 #include "base/files.hpp"
-#include "base/fixed_text.hpp"
 #include "base/shell.hpp"
-#include "base/text.hpp"
 #include "base/trace.hpp"
 #include "base/unit.hpp"
-#include "discovery/api_message.hpp"
 #include "discovery/device_records.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/key_catalogue.hpp"
-#include "discovery/model_catalogue.hpp"
+#include "discovery/logs.hpp"
 #include "discovery/node_files.hpp"
 
 namespace {
@@ -33,59 +24,61 @@ constexpr const char* select_decoders =
     "grep -e \"RX610\" -e \"RX620\" -e \"RX630\" -e \"KestR\" -e \"KestR-2\" -e \"QV8R\" "
     "/tmp/discover.csv > /tmp/decoders.csv";
 
-void count_model(const reply_pair& pair) {
-  if (!equal_no_case(pair.key, "UNIT.MODEL")) return;
-  if (is_decoder_model(pair.value)) {
-    ++decoder_count;
-  } else if (is_encoder_model(pair.value)) {
-    ++encoder_count;
+constexpr trace_log summary_file{unit::discover_info, short_command_size};
+
+// One line of the CSV. Its longest one has a comma, two quotes and the longest value in every column.
+class csv_line {
+ public:
+  csv_line(const column_list& columns, const record_table& records, int row) {
+    for (int column = 0; column < columns.size(); ++column) {
+      // A key that a unit reports decides for itself: an excluded one has no field. A key that it does not report
+      // leaves an empty field, excluded or not.
+      const bool excluded = (columns.classes(column) & KEY_CLASS_EXCLUDED) != 0;
+      if (excluded && records.holds(row, column)) continue;
+      if (column > 0) add(",");
+      add_value(records.value(row, column));
+    }
+    add("\r\n");
   }
-}
 
-void parse_node_file(int number) {
-  std::array<char, node_text_size + 1> text{};
-  if (const unique_file file = open_for_reading(node_path(number).c_str())) {
-    static_cast<void>(std::fread(text.data(), 1, node_text_size, file.get()));
+  [[nodiscard]] std::string_view view() const { return {text_.data(), length_}; }
+
+ private:
+  void add(std::string_view text) { length_ += text.copy(text_.data() + length_, text_.size() - length_); }
+
+  void add_value(std::string_view value) {
+    const std::string_view quote = value.find(',') != std::string_view::npos ? "\"" : "";
+    add(quote);
+    add(value);
+    add(quote);
   }
-  kvp_parse_reply(text.data());
-}
 
-void write_summary() {
-  fixed_text<short_command_size> line;
-  line.print("Total=%d&Ecount=%d&Dcount=%d~~~", device_count, encoder_count, decoder_count);
-  trace_replace(unit::discover_info, short_command_size, line.view());
-}
-
-void write_field(std::FILE* csv, std::size_t slot, const key_header_entry& entry) {
-  if ((entry.class_set & KEY_CLASS_EXCLUDED) != 0) return;
-  const std::string_view value = entry.value.view();
-  const bool quoted = value.find(',') != std::string_view::npos;
-  if (slot > 0) std::fputc(',', csv);
-  if (quoted) std::fputc('"', csv);
-  std::fwrite(value.data(), 1, value.size(), csv);
-  if (quoted) std::fputc('"', csv);
-}
+  std::array<char, column_list::most_columns*(key_size + 2) + 2> text_;
+  std::size_t length_ = 0;
+};
 
 }  // namespace
 
 int cr(int count) {
-  fixed_text<short_command_size> line;
-  line.print("cr() %d nodes", count);
-  trace_append(unit::pass_log, short_command_size, line.view());
+  pass_log.line("cr() %d nodes", count);
   if (count < 1) return 0;
   device_count = count;
-  compile_node_files();
+  kvp_alloc();
+  for (int number = 0; number < device_count; ++number) {
+    node_text buffer;
+    kvp_parse_reply(read_node_file(number, buffer));
+  }
+  compile_records();
   shell_run("ls -l /tmp/node_* > /tmp/discover.last");
   delete_node_files();
   return 0;
 }
 
-void compile_node_files() {
-  kvp_alloc();
+void compile_records() {
   vdt_alloc();
-  for (int number = 0; number < device_count; ++number) parse_node_file(number);
+  vdt_fill();
   kvp_sort();
-  write_summary();
+  summary_file.replace("Total=%d&Ecount=%d&Dcount=%d~~~", device_count, encoder_count, decoder_count);
   wctf(unit::discover_csv);
   shell_run(select_encoders);
   shell_run(select_decoders);
@@ -93,82 +86,19 @@ void compile_node_files() {
   vdt_free();
 }
 
-int kvp_parse_reply(std::string_view text) {
-  int segments = 0;
-  for (;; ++segments) {
-    reply_pair pair;
-    const reply_segment segment = take_reply_pair(text, pair);
-    if (segment == reply_segment::none) break;
-    if (segment == reply_segment::skipped) continue;
-    kvp_set_value(discovery_mode, pair.key, pair.value);
-    count_model(pair);
-  }
-  ++current_record;
-  return segments;
-}
-
-namespace {
-
-std::string_view first_value(std::size_t record) {
-  return kvp_table[record].slots[0].value.view();
-}
-
-// Copies the columns in use and nothing else, so that the rest of a record never takes memory.
-void copy_record(const kvp_record& from, kvp_record& to) {
-  std::copy_n(from.slots.begin(), key_header_count, to.slots.begin());
-  to.record_flags = from.record_flags;
-}
-
-// Puts record order[i] at place i, for every i, moving one circle of records after the other.
-void put_in_order(std::span<std::size_t> order) {
-  for (std::size_t start = 0; start < order.size(); ++start) {
-    if (order[start] == start) continue;
-    kvp_record first;
-    copy_record(kvp_table[start], first);
-    std::size_t place = start;
-    while (order[place] != start) {
-      copy_record(kvp_table[order[place]], kvp_table[place]);
-      place = std::exchange(order[place], place);
-    }
-    copy_record(first, kvp_table[place]);
-    order[place] = place;
-  }
-}
-
-}  // namespace
-
 void kvp_sort() {
-  const auto count = static_cast<std::size_t>(vdt_count);
-  const std::unique_ptr<std::size_t[]> numbers{new (std::nothrow) std::size_t[count]};
-  if (!kvp_table || !numbers) return;
-  const std::span order{numbers.get(), count};
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::ranges::sort(order, [](std::size_t left, std::size_t right) {
-    const int difference = first_value(left).compare(first_value(right));
-    return difference != 0 ? difference < 0 : left < right;
-  });
-  put_in_order(order);
-  // The first of equals stays; the others leave empty records behind all that stay.
-  std::size_t kept = 0;
-  for (std::size_t record = 0; record < count; ++record) {
-    if (kept > 0 && first_value(record) == first_value(kept - 1)) continue;
-    if (record != kept) copy_record(kvp_table[record], kvp_table[kept]);
-    ++kept;
-  }
-  for (; kept < count; ++kept) copy_record({}, kvp_table[kept]);
+  kvp_table.sort_by_first_column();
 }
 
 int wctf(const char* path) {
-  const unique_file csv = open_for_writing(path, write_mode::append);
-  if (!csv || device_count <= 0 || !kvp_table) return 0;
-  const off_t header_length = file_length(csv.get());
-  for (std::size_t record = 0; record < static_cast<std::size_t>(device_count); ++record) {
-    for (std::size_t slot = 0; slot < static_cast<std::size_t>(key_header_count); ++slot) {
-      write_field(csv.get(), slot, kvp_table[record].slots[slot]);
-    }
-    std::fputs("\r\n", csv.get());
-  }
-  // A line that is cut would set a cut value if it was imported again.
-  flush_or_cut_back(csv.get(), header_length);
+  append_csv_lines(path, key_header_table, kvp_table);
   return 0;
+}
+
+void append_csv_lines(const char* path, const column_list& columns, const record_table& records) {
+  direct_file csv{path, write_mode::append};
+  for (int row = 0; csv && row < records.rows(); ++row) {
+    // A line that is cut would set a cut value if it was imported again.
+    if (!csv.write_whole(csv_line{columns, records, row}.view())) return;
+  }
 }

@@ -1,10 +1,16 @@
 #include "discovery/device_records.hpp"
 
 #include <algorithm>
-#include <span>
+#include <array>
+#include <cstdlib>
 
+#include "base/element.hpp"
 #include "base/text.hpp"
+#include "discovery/api_message.hpp"
 #include "discovery/discovery_state.hpp"
+#include "discovery/key_header.hpp"
+#include "discovery/model_catalogue.hpp"
+#include "discovery/node_files.hpp"
 
 namespace {
 
@@ -19,48 +25,49 @@ constexpr auto vdt_columns = std::to_array<vdt_column>({
     {"UNIT.ID", &vdt_record::unit_id},
 });
 
-std::span<const key_header_entry> columns_of(int mode) {
-  const bool found = mode == discovery_mode;
-  const int count = found ? key_header_count : import_header_count;
-  return std::span{found ? key_header_table : import_header_table}.first(static_cast<std::size_t>(count));
+// Stores a pair in the row. Returns its column, or none when it has none. Without memory the table is released: a value
+// that is missing must not pass for one that the unit does not have.
+int store_pair(const column_list& columns, record_table& records, int row, const reply_pair& pair) {
+  const int column = columns.find(pair.key);
+  if (column == column_list::none || row >= records.rows()) return column_list::none;
+  if (records.set(row, column, pair.value)) return column;
+  records.release();
+  return column_list::none;
 }
 
-// Where the search for a key begins. Units give their values in the order of the columns more often than not,
-// so it is behind the slot filled last, unless a repeated key, whose first slot takes the value, makes the
-// order matter.
-constinit std::size_t next_slot = 0;
-
-std::size_t search_start(int mode, std::size_t columns) {
-  return mode == discovery_mode && !key_header_repeats ? std::min(next_slot, columns) : 0;
-}
-
-// The slot that bears the key, searched from `start` on and then from the first one; the number of columns
-// when none does.
-std::size_t slot_of(std::span<const key_header_entry> columns, const fixed_text<key_size>& key,
-                    std::size_t start) {
-  const auto bears_key = [&key](const key_header_entry& entry) { return entry.key == key; };
-  const auto first = columns.begin() + static_cast<std::ptrdiff_t>(start);
-  auto found = std::find_if(first, columns.end(), bears_key);
-  if (found == columns.end()) {
-    found = std::find_if(columns.begin(), first, bears_key);
-    if (found == first) return columns.size();
+void count_model(const reply_pair& pair) {
+  if (!equal_no_case(pair.key, "UNIT.MODEL")) return;
+  if (is_decoder_model(pair.value)) {
+    ++decoder_count;
+  } else if (is_encoder_model(pair.value)) {
+    ++encoder_count;
   }
-  return static_cast<std::size_t>(found - columns.begin());
 }
 
-void store_in_vdt(std::string_view key, std::string_view value) {
-  if (!vdt || current_record >= vdt_count) return;
-  vdt_record& unit = vdt[static_cast<std::size_t>(current_record)];
-  for (const vdt_column& column : vdt_columns) {
-    if (equal_no_case(key, column.key)) (unit.*column.text).assign_cut(value);
+// Stores the pairs that are whole and takes them off the text.
+void read_pairs(std::string_view& text, const column_list& columns, record_table& records, int row) {
+  for (;;) {
+    reply_pair pair;
+    const reply_segment segment = take_reply_pair(text, pair);
+    if (segment == reply_segment::none) return;
+    if (segment == reply_segment::skipped) continue;
+    store_pair(columns, records, row, pair);
+    count_model(pair);
   }
 }
 
 }  // namespace
 
 void kvp_alloc() {
-  kvp_table = device_count > 0 ? zeroed_array<kvp_record>(static_cast<std::size_t>(device_count)) : nullptr;
   current_record = 0;
+  kvp_table.release();
+  if (device_count <= 0) return;
+  kvp_table.start(key_header_table.size());
+  while (kvp_table.rows() < device_count) {
+    if (kvp_table.append_row()) continue;
+    kvp_table.release();
+    return;
+  }
 }
 
 void vdt_alloc() {
@@ -70,24 +77,69 @@ void vdt_alloc() {
 }
 
 void kvp_free() {
-  kvp_table.reset();
+  kvp_table.release();
 }
 
 void vdt_free() {
   vdt.reset();
 }
 
+void vdt_fill() {
+  if (!vdt) return;
+  for (const vdt_column& column : vdt_columns) {
+    const int held = key_header_table.find_no_case(column.key);
+    for (int row = 0; held != column_list::none && row < kvp_table.rows(); ++row) {
+      (element(vdt, row).*column.text).assign_cut(kvp_table.value(row, held));
+    }
+  }
+}
+
 int kvp_set_value(int mode, std::string_view key, std::string_view value) {
-  fixed_text<key_size> wanted;
-  if (!kvp_table || current_record >= device_count || key.empty() || !wanted.assign_if_fits(key)) return -1;
-  const std::span<const key_header_entry> columns = columns_of(mode);
-  const std::size_t slot = slot_of(columns, wanted, search_start(mode, columns.size()));
-  if (slot == columns.size()) return -1;
-  next_slot = slot + 1;
-  key_header_entry& entry = kvp_table[static_cast<std::size_t>(current_record)].slots[slot];
-  entry.key = wanted;
-  if (!value.empty() && value.size() < key_size) entry.value.assign_cut(value);
-  entry.class_set = columns[slot].class_set;
-  if (mode == discovery_mode) store_in_vdt(key, value);
-  return static_cast<int>(slot);
+  const column_list& columns = mode == discovery_mode ? key_header_table : import_header_table;
+  return store_pair(columns, kvp_table, current_record, {key, value});
+}
+
+int kvp_parse_reply(std::string_view text) {
+  const auto segments = std::ranges::count(text, '&');
+  read_pairs(text, key_header_table, kvp_table, current_record);
+  ++current_record;
+  return static_cast<int>(segments);
+}
+
+arriving_answers::~arriving_answers() {
+  for (const answer& unit : answers_.items()) std::free(unit.rest);
+}
+
+void arriving_answers::add_unit() {
+  const bool added = records_ && records_.append_row();
+  if (!answers_.append({nullptr, 0, 0}) || !added) records_.release();
+}
+
+void arriving_answers::add(int unit, std::string_view piece) {
+  if (unit >= count_of(answers_)) return;
+  answer& known = element(answers_, unit);
+  piece = piece.substr(0, node_text_size - known.length);
+  const std::string_view added = text_before_zero(piece);
+  std::array<char, node_text_size> joined;
+  std::copy_n(known.rest, known.rest_length, joined.data());
+  added.copy(joined.data() + known.rest_length, added.size());
+  std::string_view text{joined.data(), known.rest_length + added.size()};
+  read_pairs(text, columns_, records_, unit);
+
+  const bool ended = added.size() < piece.size();
+  known.length = static_cast<std::uint16_t>(ended ? node_text_size : known.length + added.size());
+  keep_rest(known, known.length < node_text_size ? text : std::string_view{});
+}
+
+void arriving_answers::keep_rest(answer& known, std::string_view text) {
+  std::free(known.rest);
+  known.rest = text.empty() ? nullptr : static_cast<char*>(std::malloc(text.size()));
+  known.rest_length = 0;
+  if (text.empty()) return;
+  if (known.rest == nullptr) {
+    records_.release();
+    return;
+  }
+  text.copy(known.rest, text.size());
+  known.rest_length = static_cast<std::uint16_t>(text.size());
 }

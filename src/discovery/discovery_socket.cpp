@@ -13,16 +13,17 @@
 #include "base/unit.hpp"
 #include "discovery/api_message.hpp"
 #include "discovery/discovery_state.hpp"
+#include "discovery/logs.hpp"
 
 namespace {
 
-constexpr const char* ttl_log = "/tmp/MCt.log";
+constexpr trace_log ttl_log{"/tmp/MCt.log", short_command_size};
 constexpr int default_ttl = 64;
 constexpr int longest_ttl = 255;
 
 // Room for 2,047 units that answer at once with two datagrams each; the system charges a datagram's whole
 // block of 2,304 bytes.
-constexpr int receive_buffer_size = 2047 * 2 * 2304;
+constexpr int receive_buffer_size = most_units * 2 * 2304;
 
 // The number that a qelparam command prints; 0, which is no valid setting, when it prints none.
 int read_setting(const char* command) {
@@ -38,18 +39,14 @@ std::uint8_t read_ttl() {
 
 void set_up_ttl() {
   const std::uint8_t ttl = read_ttl();
-  fixed_text<short_command_size> line;
-  line.print("Using TTL %d", ttl);
-  trace_replace(ttl_log, short_command_size, line.view());
+  ttl_log.replace("Using TTL %d", ttl);
   set_multicast_ttl(discovery_socket, ttl);
 }
 
 void read_mode() {
   const int setting = read_setting("qelparam g UNIT.MCD_MODE");
   if (setting == 1 || setting == 2) mcd_mode = setting;
-  fixed_text<short_command_size> line;
-  line.print("Using Mode %d", mcd_mode);
-  trace_replace(unit::mode_log, short_command_size, line.view());
+  mode_log.replace("Using Mode %d", mcd_mode);
 }
 
 }  // namespace
@@ -76,11 +73,7 @@ int suq(in_addr_t address) {
   sockaddr_in unit_address = datagram_address("0.0.0.0", unit::api_port);
   unit_address.sin_addr.s_addr = address;
   const int sent = send_datagram(discovery_socket, query_all, unit_address);
-  if (sent < 0) {
-    fixed_text<short_command_size> line;
-    line.print("  suq() SEND FAILED: errno is %d", errno);
-    trace_append(unit::pass_log, short_command_size, line.view());
-  }
+  if (sent < 0) pass_log.line("  suq() SEND FAILED: errno is %d", errno);
   return sent;
 }
 

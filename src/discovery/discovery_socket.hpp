@@ -22,7 +22,7 @@ inline constexpr std::chrono::milliseconds receive_timeout{100};
 // mode. Needs discovery_socket. Returns the second one's length, or -1, which callers take for success too.
 [[nodiscard]] int send_discovery_query();
 
-// Sends the full query to one unit, at an address in network byte order. Returns its
+// suq, send unicast query: sends the full query to one unit, at an address in network byte order. Returns its
 // length, or -1 with a line in /tmp/MCb.log.
 int suq(in_addr_t address);
 

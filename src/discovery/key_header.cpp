@@ -1,16 +1,12 @@
 #include "discovery/key_header.hpp"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
-#include <cstdio>
-#include <span>
 
 #include "base/files.hpp"
 #include "base/fixed_text.hpp"
 #include "base/text.hpp"
 #include "base/unit.hpp"
-#include "discovery/device_records.hpp"
+#include "discovery/column_list.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/key_catalogue.hpp"
 
@@ -20,79 +16,56 @@ constexpr std::size_t line_size = 256;
 constexpr std::uint16_t header_classes =
     KEY_CLASS_ENCODER | KEY_CLASS_DECODER | KEY_CLASS_STATUS | KEY_CLASS_EXCLUDED | KEY_CLASS_EXTENDED;
 
+// All keys with a comma or the line end after each.
+using header_line = fixed_text<column_list::most_columns * key_size + 2>;
+
 std::uint16_t classify(std::string_view key, std::uint16_t classes) {
   fixed_text<key_size> copy;
   return copy.assign_if_fits(key) ? classify_key(copy.buffer().data(), classes) : std::uint16_t{0};
 }
 
-bool fits_as_key(std::string_view key) {
-  return !key.empty() && key.size() < key_size;
+column_list& table_of(int mode) {
+  return mode == discovery_mode ? key_header_table : import_header_table;
 }
 
-struct header {
-  std::array<key_header_entry, header_slots>& table;
-  int& count;
-  int& fill;
-};
-
-header header_of(int mode) {
-  if (mode == discovery_mode) return {key_header_table, key_header_count, key_header_fill};
-  return {import_header_table, import_header_count, import_header_fill};
-}
-
-// Writes the keys as the header line and puts them into the table. Returns their number.
-int copy_keys(int mode, std::FILE* keys, std::FILE* csv) {
-  int written = 0;
-  fixed_text<line_size> line;
+// Reads the next line of a keys file that names a column: none that is excluded, empty or too long. A line over 255
+// characters comes in pieces. Returns false at the end of the file.
+bool read_key(std::FILE* keys, fixed_text<line_size>& line) {
   while (read_line(keys, line.buffer()) > 0) {
-    if (classify_key(line.buffer().data(), KEY_CLASS_EXCLUDED) != 0) continue;
-    const std::string_view key = text_before_line_end(line.view());
-    if (!fits_as_key(key) || static_cast<std::size_t>(written) >= header_slots) continue;
-    std::fprintf(csv, written == 0 ? "%.*s" : ",%.*s", static_cast<int>(key.size()), key.data());
-    akkh(mode, key);
-    ++written;
+    const bool excluded = classify_key(line.buffer().data(), KEY_CLASS_EXCLUDED) != 0;
+    line.assign_cut(text_before_line_end(line.view()));
+    if (!excluded && !line.empty() && line.view().size() < key_size) return true;
   }
-  std::fputs("\r\n", csv);
-  return written;
-}
-
-bool has_repeats() {
-  const auto end = key_header_table.begin() + key_header_count;
-  return std::any_of(key_header_table.begin(), end, [&end](const key_header_entry& entry) {
-    const auto is_same = [&entry](const key_header_entry& other) { return other.key == entry.key; };
-    return std::count_if(key_header_table.begin(), end, is_same) > 1;
-  });
+  return false;
 }
 
 }  // namespace
 
 int ckht(int mode, const char* path) {
   const unique_file keys = open_for_reading(unit::keys_file);
-  const unique_file csv = open_for_writing(path, write_mode::replace);
+  direct_file csv{path, write_mode::replace};
   if (!keys || !csv) return 0;
-  const header columns = header_of(mode);
-  columns.fill = 0;
-  const int written = copy_keys(mode, keys.get(), csv.get());
-  columns.count = written;
-  columns.fill = 0;
-  if (mode == discovery_mode) key_header_repeats = has_repeats();
+  table_of(mode).clear();
+  int written = 0;
+  header_line header;
+  fixed_text<line_size> key;
+  while (written < column_list::most_columns && read_key(keys.get(), key)) {
+    if (written++ > 0) header.append_cut(",");
+    header.append_cut(key.view());
+    akkh(mode, key.view());
+  }
+  header.append_cut("\r\n");
+  static_cast<void>(csv.write_whole(header.view()));
   return written;
 }
 
 int akkh(int mode, std::string_view key) {
-  const header columns = header_of(mode);
-  const auto slot = static_cast<std::size_t>(columns.fill);
-  if (!fits_as_key(key) || slot >= header_slots) return -1;
   if (mode != discovery_mode && ckv(key) != 1) return -1;
-  key_header_entry& entry = columns.table[slot];
-  entry.class_set = classify(key, header_classes);
-  entry.key.assign_cut(key);
-  return ++columns.fill;
+  const int column = table_of(mode).add(key, classify(key, header_classes));
+  return column == column_list::none ? -1 : column + 1;
 }
 
 int ckv(std::string_view key) {
-  const std::span known{key_header_table.data(), static_cast<std::size_t>(key_header_count)};
-  const bool is_column =
-      std::ranges::any_of(known, [key](const auto& entry) { return equal_no_case(entry.key.view(), key); });
+  const bool is_column = key_header_table.find_no_case(key) != column_list::none;
   return is_column || classify(key, KEY_CLASS_EXCLUDED) != 0 ? 1 : -1;
 }

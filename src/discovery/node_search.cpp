@@ -30,40 +30,65 @@ node_search::node_search() {
 }
 
 void node_search::take_left_file(const char* name) {
+  file_path path;
+  path.print("%s/%s", node_folder, name);
   node_file left;
-  left.path.print("%s/%s", node_folder, name);
-  const std::size_t number = files_.items().size();
-  if (!files_.append(left)) return;
-  const unique_file file = open_for_reading(left.path.c_str());
+  left.number = -1;
+  left.left_name = static_cast<std::uint32_t>(left_names_.size());
+  const auto position = static_cast<std::uint32_t>(files_.size());
+  if (!left_names_.append(path) || !files_.append(left)) return;
+  const unique_file file = open_for_reading(path.c_str());
   std::array<char, read_block_size> block;
   while (const std::size_t length = file ? std::fread(block.data(), 1, block.size(), file.get()) : 0) {
-    add_text(number, {block.data(), length});
+    add_text(position, {block.data(), length});
   }
 }
 
+node_search::file_path node_search::path_of(const node_file& file) const {
+  if (file.left_name != none) return left_names_[file.left_name];
+  file_path path;
+  path.assign_cut(node_path(file.number).view());
+  return path;
+}
+
+// The position in files_ of a file of that number that an earlier run left; none when it left none.
+std::uint32_t node_search::find_left(int number) const {
+  const fixed_text<32> path = node_path(number);
+  for (std::uint32_t position = 0; position < files_.size(); ++position) {
+    const std::uint32_t name = files_[position].left_name;
+    if (name == none) break;  // files of earlier runs come first
+    if (left_names_[name].view() == path.view()) return position;
+  }
+  return none;
+}
+
+bool node_search::was_left(int number) const {
+  return find_left(number) != none;
+}
+
 void node_search::add(int number, std::string_view text) {
-  const std::size_t file = file_of(number);
-  if (file < files_.items().size()) add_text(file, text);
+  const std::uint32_t file = file_of(number);
+  if (file < files_.size()) add_text(file, text);
 }
 
 // Returns the position of /tmp/node_<number> in files_, or none when there is no memory for it.
-std::size_t node_search::file_of(int number) {
+std::uint32_t node_search::file_of(int number) {
   const auto wanted = static_cast<std::size_t>(number);
-  if (wanted < numbered_.items().size()) return numbered_.items()[wanted];
-  node_file file;
-  file.path.assign_cut(node_path(number).view());
-  const auto known = files_.items();
-  const auto left =
-      std::ranges::find(known, file.path.view(), [](const node_file& other) { return other.path.view(); });
-  auto position = static_cast<std::size_t>(left - known.begin());
-  if (position == known.size() && !files_.append(file)) position = none;
-  // Without memory for the number the ones behind it cannot be told apart either: none of them is found.
-  const bool in_turn = wanted == numbered_.items().size();
+  if (wanted < numbered_.size()) return numbered_[wanted];
+  std::uint32_t position = find_left(number);
+  if (position == none) {
+    node_file file;
+    file.number = number;
+    position = static_cast<std::uint32_t>(files_.size());
+    if (!files_.append(file)) position = none;
+  }
+  // Without memory for one number the later ones cannot be told apart either: none of them is found.
+  const bool in_turn = wanted == numbered_.size();
   return in_turn && numbered_.append(position) ? position : none;
 }
 
-void node_search::add_text(std::size_t number, std::string_view text) {
-  node_file& file = files_.items()[number];
+void node_search::add_text(std::uint32_t number, std::string_view text) {
+  node_file& file = files_[number];
   std::array<char, sizeof(file.tail) + read_block_size> joined;
   text = text.substr(0, read_block_size);
   std::copy_n(file.tail.data(), file.tail_size, joined.data());
@@ -71,17 +96,19 @@ void node_search::add_text(std::size_t number, std::string_view text) {
   const std::string_view all{joined.data(), file.tail_size + text.size()};
 
   add_places(number, all, file.tail_size);
+  file.head_size += static_cast<std::uint8_t>(
+      text.copy(file.head.data() + file.head_size, file.head.size() - file.head_size));
   file.size += text.size();
   const std::size_t line_feed = all.rfind('\n');
   if (line_feed != std::string_view::npos) file.line_start = file.size - all.size() + line_feed + 1;
-  file.tail_size = std::min(all.size(), file.tail.size());
+  file.tail_size = static_cast<std::uint8_t>(std::min(all.size(), file.tail.size()));
   all.copy(file.tail.data(), file.tail_size, all.size() - file.tail_size);
 }
 
 // Adds the keys of a text whose first `known` bytes were looked through before; what they hold whole is there
 // already.
-void node_search::add_places(std::size_t number, std::string_view text, std::size_t known) {
-  const node_file& file = files_.items()[number];
+void node_search::add_places(std::uint32_t number, std::string_view text, std::size_t known) {
+  const node_file& file = files_[number];
   const std::uint64_t text_start = file.size - known;
   for (std::size_t key = text.find(common_end); key != std::string_view::npos;
        key = text.find(common_end, key + 1)) {
@@ -99,16 +126,20 @@ void node_search::add_places(std::size_t number, std::string_view text, std::siz
 
 // Adds a place, unless no address can match there, as each begins with a digit, or an earlier line of the file
 // answers for the same value.
-void node_search::add_place(std::size_t number, const window& text, std::uint64_t line_start) {
+void node_search::add_place(std::uint32_t number, const window& text, std::uint64_t line_start) {
   const char first = std::bit_cast<std::array<char, sizeof(window)>>(text)[0];
-  node_file& file = files_.items()[number];
+  node_file& file = files_[number];
   if (first < '0' || first > '9' || file.place_count >= most_places_of_a_file) return;
-  const auto places = places_.items();
-  for (std::size_t known = file.last_place; known != none; known = places[known].next) {
-    if (places[known].text == text) return;
+  for (std::uint32_t known = file.last_place; known != none; known = places_[known].next) {
+    if (windows_[known] == text) return;
   }
-  if (!places_.append({text, line_start, number, file.last_place})) return;
-  file.last_place = places.size();
+  const auto added = static_cast<std::uint32_t>(places_.size());
+  if (!windows_.append(text)) return;
+  if (!places_.append({line_start, number, file.last_place})) {
+    windows_.shrink(added);
+    return;
+  }
+  file.last_place = added;
   ++file.place_count;
 }
 
@@ -119,13 +150,15 @@ search_line node_search::find(std::string_view address) const {
   }
   const auto mask = std::bit_cast<window>(compared);
   const window sought = window_of(address);
-  const place* first = nullptr;
-  for (const place& candidate : places_.items()) {
+  std::size_t first = none;
+  std::size_t number = 0;
+  for (const window& candidate : windows_.items()) {
     const std::uint64_t differences =
-        ((candidate.text[0] ^ sought[0]) & mask[0]) | ((candidate.text[1] ^ sought[1]) & mask[1]);
-    if (differences == 0 && (first == nullptr || comes_before(candidate, *first))) first = &candidate;
+        ((candidate[0] ^ sought[0]) & mask[0]) | ((candidate[1] ^ sought[1]) & mask[1]);
+    if (differences == 0 && (first == none || comes_before(number, first))) first = number;
+    ++number;
   }
-  return first != nullptr ? line_at(*first) : search_line{};
+  return first != none ? line_at(places_[first]) : search_line{};
 }
 
 node_search::window node_search::window_of(std::string_view text) {
@@ -136,23 +169,30 @@ node_search::window node_search::window_of(std::string_view text) {
   return std::bit_cast<window>(bytes);
 }
 
-bool node_search::comes_before(const place& left, const place& right) const {
-  if (left.file == right.file) return left.line_start < right.line_start;
-  return files_.items()[left.file].path.view() < files_.items()[right.file].path.view();
+bool node_search::comes_before(std::size_t left, std::size_t right) const {
+  const place& first = places_[left];
+  const place& second = places_[right];
+  if (first.file == second.file) return first.line_start < second.line_start;
+  return path_of(files_[first.file]).view() < path_of(files_[second.file]).view();
 }
 
 search_line node_search::line_at(const place& found) const {
-  const node_file& node = files_.items()[found.file];
+  const node_file& node = files_[found.file];
+  fixed_text<search_line::capacity + 1> read;
+  std::string_view text{node.head.data(), node.head_size};
+  if (found.line_start != 0) {
+    const unique_file file = open_for_reading(path_of(node).c_str());
+    if (!file || fseeko(file.get(), static_cast<off_t>(found.line_start), SEEK_SET) != 0) return {};
+    read_line(file.get(), read.buffer());
+    text = read.view();
+  }
+  text = text.substr(0, text.find('\n'));  // a carriage return stays, as with grep
   search_line line;
-  fixed_text<search_line::capacity + 1> text;
-  const unique_file file = open_for_reading(node.path.c_str());
-  if (!file || fseeko(file.get(), static_cast<off_t>(found.line_start), SEEK_SET) != 0) return line;
-  read_line(file.get(), text.buffer());
-  const bool one_file = files_.items().size() == 1;
-  const std::string_view whole = text.view();
-  const std::string_view content =
-      whole.substr(0, whole.find('\n'));  // a carriage return stays, as with grep
-  line.print("%s%s%.*s\n", one_file ? "" : node.path.c_str(), one_file ? "" : ":",
-             static_cast<int>(content.size()), content.data());
+  if (files_.size() > 1) {
+    line.assign_cut(path_of(node).view());
+    line.append_cut(":");
+  }
+  line.append_cut(text);
+  line.append_cut("\n");
   return line;
 }

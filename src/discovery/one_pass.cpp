@@ -2,34 +2,33 @@
 
 #include <arpa/inet.h>
 
-#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <span>
 #include <string_view>
 
 #include "base/clock.hpp"
-#include "base/datagram.hpp"
 #include "base/fixed_text.hpp"
 #include "base/shell.hpp"
 #include "base/text.hpp"
 #include "base/trace.hpp"
-#include "discovery/collection_time.hpp"
 #include "discovery/csv_compilation.hpp"
+#include "discovery/device_records.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/node_files.hpp"
 #include "discovery/node_search.hpp"
+#include "discovery/waiting.hpp"
 
 namespace {
 
 constexpr std::size_t datagram_size = 2048;
-constexpr int most_misses = 5;
 
+constexpr trace_log exit_log{"/tmp/MCa.log", short_command_size};
+
+// The answers so far. A sender's number is that of the node file which its first datagram began.
 struct collection {
-  std::array<in_addr_t, most_units> senders{};
-  std::array<std::uint8_t, most_units> datagrams{};  // how many each sender sent, up to the most that count
+  sender_budget senders;
   node_search search;
-  trace_log log{"/tmp/mcD.log", command_size};
+  arriving_answers answers{key_header_table, kvp_table};
+  open_trace_log log{"/tmp/mcD.log", command_size};
 };
 
 fixed_text<INET_ADDRSTRLEN> dotted(in_addr address) {
@@ -38,98 +37,113 @@ fixed_text<INET_ADDRSTRLEN> dotted(in_addr address) {
   return text;
 }
 
-// The sender's place in the table: device_count for one that is not known yet.
-std::size_t find_sender(const collection& run, in_addr_t sender) {
-  const std::span known{run.senders.data(), static_cast<std::size_t>(device_count)};
-  return static_cast<std::size_t>(std::ranges::find(known, sender) - known.begin());
-}
-
-// The number of the node file that holds the sender's answer; -1 when there is none, and its datagram is
+// The number of the node file that has the sender's answer; -1 when there is none, and its datagram is
 // dropped.
 int find_node(collection& run, std::string_view sender) {
-  run.log.append("DEBUG MC B");
+  run.log.line("DEBUG MC B");
   const search_line found = run.search.find(sender);
-  run.log.append("DEBUG MC C");
-  fixed_text<command_size> line;
-  line.print("%s %d", found.c_str(), static_cast<int>(found.view().size()));
-  run.log.append(line.view());
+  run.log.line("DEBUG MC C");
+  run.log.line("%s %d", found.c_str(), static_cast<int>(found.view().size()));
 
   const std::size_t underscore = found.view().find('_');
   if (underscore == std::string_view::npos || underscore == 0) {
-    run.log.append("DEBUG MC Zd");
+    run.log.line("DEBUG MC Zd");
     return -1;
   }
-  run.log.append("DEBUG MC D");
-  // In front of a lone node file's line stands no file name: the number is then read from the answer itself,
+  run.log.line("DEBUG MC D");
+  // The line of a lone node file has no file name in front: the number is then read from the answer itself,
   // and no digit reads as 0, which is that file.
   const int number = leading_number(found.view().substr(underscore + 1));
-  if (number < 0 || number >= device_count) {
-    run.log.append("DEBUG MC Zc");
+  if (number < 0 || number >= run.senders.size()) {
+    run.log.line("DEBUG MC Zc");
     return -1;
   }
-  run.log.append("DEBUG MC E");
-  line.print("Append to /tmp/node_%d of %d", number, device_count - 1);
-  run.log.append(line.view());
+  run.log.line("DEBUG MC E");
+  run.log.line("Append to /tmp/node_%d of %d", number, run.senders.size() - 1);
   return number;
 }
 
-void store_datagram(collection& run, in_addr sender, std::string_view text) {
-  const std::size_t place = find_sender(run, sender.s_addr);
-  if (place >= run.senders.size() || run.datagrams[place] >= most_datagrams_of_a_unit) return;
-  const bool known = place < static_cast<std::size_t>(device_count);
-  run.datagrams[place] = static_cast<std::uint8_t>(known ? run.datagrams[place] + 1 : 1);
-  run.senders[place] = sender.s_addr;
-  const auto address = dotted(sender);
-  fixed_text<command_size> line;
-  line.print("IP=%s", address.c_str());
-  run.log.append(line.view());
-  run.log.append(known ? "DEBUG MC A" : "DEBUG MC NORMAL");
+// Appends the text to a node file. Returns what has reached it, or false in `opened`.
+struct stored_text {
+  bool opened;
+  std::string_view text;
+};
 
-  const int number = known ? find_node(run, address.view()) : device_count;
-  if (number < 0) return;
+stored_text store_text(collection& run, int number, std::string_view text) {
   const int written = append_to_node_file(number, text);
-  if (written < 0) return;
-  run.search.add(number, text.substr(0, static_cast<std::size_t>(written)));
-  if (!known) ++device_count;
+  if (written < 0) return {false, {}};
+  text = text.substr(0, static_cast<std::size_t>(written));
+  run.search.add(number, text);
+  return {true, text};
 }
 
-void log_exit(const collection_time& time, int misses) {
-  fixed_text<short_command_size> line;
-  line.print("hsdr() Exiting start:%d now:%d loops:%d", time.start(), time.now(), misses);
-  trace_replace("/tmp/MCa.log", short_command_size, line.view());
+// Begins a node file. When it cannot be opened the sender stays unknown, and the next new one takes the number.
+void store_new_sender(collection& run, in_addr_t sender, std::string_view text) {
+  const int number = run.senders.size();
+  const bool left = run.search.was_left(number);
+  const stored_text stored = store_text(run, number, text);
+  if (!stored.opened || !run.senders.take(sender)) return;
+  run.answers.add_unit();
+  node_text whole;
+  // The text of a file that an earlier, interrupted run left comes first.
+  run.answers.add(number, left ? read_node_file(number, whole) : stored.text);
 }
 
-// Returns the last receive's result.
-int collect_answers() {
-  device_count = 0;
-  collection run;
+void store_datagram(collection& run, in_addr sender, std::string_view text) {
+  const bool known = run.senders.find(sender.s_addr) != sender_budget::none;
+  if (known ? !run.senders.take(sender.s_addr) : run.senders.size() == most_units) return;
+  const auto address = dotted(sender);
+  run.log.line("IP=%s", address.c_str());
+  run.log.line(known ? "DEBUG MC A" : "DEBUG MC NORMAL");
+  if (!known) {
+    store_new_sender(run, sender.s_addr, text);
+    return;
+  }
+  const int number = find_node(run, address.view());
+  if (number >= 0) run.answers.add(number, store_text(run, number, text).text);
+}
+
+void log_exit(const collection_time& time, int silences) {
+  exit_log.replace("hsdr() Exiting start:%d now:%d loops:%d", time.start(), time.now(), silences);
+}
+
+// Collects until more than five receives in all have failed and the window is over. An empty datagram or an error ends
+// it at once, without a line in the log. Returns the last receive's result.
+int collect_answers(collection& run) {
   shell_run("rm /tmp/mcD.log > /dev/null");
   const collection_time time;
   std::array<char, datagram_size + 1> datagram;
-  int misses = 0;
+  int silences = 0;
   for (;;) {
-    sockaddr_in sender{};
-    const int length = receive_datagram(discovery_socket, datagram, &sender);
-    const bool timed_out = length == -1 && errno == EAGAIN;
-    if (length > 0) {
-      store_datagram(run, sender.sin_addr, datagram.data());
+    const arrival got = await_datagram(datagram);
+    if (got.is_datagram()) {
+      store_datagram(run, got.sender.sin_addr, datagram.data());
       if (!time.over()) continue;
-    } else if (++misses <= most_misses || (!time.window_over() && !time.over())) {
+    } else if (++silences <= five_silences || (!time.window_over() && !time.over())) {
       pause_for(pause_after_silence);
-      if (timed_out) continue;
-      return length;
+      if (got.timed_out()) continue;
+      return got.length;
     }
-    log_exit(time, misses);
-    return length;
+    log_exit(time, silences);
+    return got.length;
   }
 }
 
 }  // namespace
 
 int discover_one_pass() {
-  const int last = collect_answers();
-  if (device_count < 1) return last;
-  compile_node_files();
-  delete_node_files();
+  device_count = 0;
+  kvp_table.start(key_header_table.size());
+  int last = 0;
+  {
+    collection run;
+    last = collect_answers(run);
+    device_count = run.senders.size();
+  }
+  if (device_count > 0) {
+    compile_records();
+    delete_node_files();
+  }
+  kvp_free();
   return last;
 }

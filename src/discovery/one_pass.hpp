@@ -1,6 +1,6 @@
 // One-pass discovery: sorts the answers to the multicast query by their sender into node files while they
-// arrive, then compiles them (csv_compilation.hpp). Needs discovery_socket with the query sent, and the
-// columns that ckht built.
+// arrive, and reads each into the unit's record at the same time (device_records.hpp). Then compiles the records
+// (csv_compilation.hpp). Needs discovery_socket with the query sent, and the columns that ckht built.
 //   listens        for about three seconds; ends at once at an empty datagram or a socket error, and at the
 //                  latest after 60 s
 //   new sender     its datagram begins /tmp/node_N, N = device_count, which then grows by one; at most 2,047

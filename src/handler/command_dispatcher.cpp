@@ -5,19 +5,19 @@
 #include <cstdio>
 #include <string_view>
 
+#include "base/element.hpp"
 #include "base/files.hpp"
 #include "base/fixed_text.hpp"
 #include "base/shell.hpp"
-#include "base/trace.hpp"
 #include "base/unit.hpp"
 #include "cgi/accessors.hpp"
 #include "cgi/headers.hpp"
 #include "cgi/state.hpp"
 #include "discovery/csv_compilation.hpp"
-#include "discovery/device_records.hpp"
 #include "discovery/discovery_socket.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/key_header.hpp"
+#include "discovery/logs.hpp"
 #include "discovery/one_pass.hpp"
 #include "discovery/reply_collection.hpp"
 #include "listing/device_listing.hpp"
@@ -76,14 +76,11 @@ void discover_decoders() {
 // answers.
 void discover_two_pass() {
   const int count = hsdr();
-  fixed_text<short_command_size> line;
-  line.print("HANDLER: count is %d", count);
-  trace_append(unit::pass_log, short_command_size, line.view());
+  pass_log.line("HANDLER: count is %d", count);
   for (int i = 0; i < count; ++i) {
-    const int sent = suq(node_addresses[static_cast<std::size_t>(i)]);
+    const int sent = suq(element(node_addresses, i));
     const int stored = collect_node_reply(i);
-    line.print("HANDLER: round %d/%d = %d,%d", i, count, sent, stored);
-    trace_append(unit::pass_log, short_command_size, line.view());
+    pass_log.line("HANDLER: round %d/%d = %d,%d", i, count, sent, stored);
   }
   cr(count);
 }
@@ -94,10 +91,10 @@ void discover_devices_api() {
     const discovery_session session;
     if (!session || send_discovery_query() == 0) return;
     if (mcd_mode == 1) {
-      trace_append(unit::mode_log, short_command_size, "Running Original Discover Mode...");
+      mode_log.line("Running Original Discover Mode...");
       discover_one_pass();
     } else {
-      trace_append(unit::mode_log, short_command_size, "Running 2-Pass Discover Mode...");
+      mode_log.line("Running 2-Pass Discover Mode...");
       discover_two_pass();
     }
   }

@@ -1,27 +1,24 @@
 #include "listing/device_listing.hpp"
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <string_view>
 
 #include "base/clock.hpp"
-#include "base/datagram.hpp"
 #include "base/fixed_text.hpp"
 #include "base/shell.hpp"
 #include "base/text.hpp"
 #include "cgi/state.hpp"
 #include "discovery/api_message.hpp"
-#include "discovery/collection_time.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/model_catalogue.hpp"
+#include "discovery/waiting.hpp"
 
 namespace {
 
 constexpr int encoder_mode = 1;
 constexpr std::size_t datagram_size = 1500;
-constexpr int most_waits = 4;
 
 // What one of this unit's own settings holds, without a line end; empty when the tool prints nothing.
 // Returns false when no shell could be started.
@@ -42,7 +39,7 @@ void list_myself() {
 // Writes the answer's line when its unit is of the wanted kind. Returns whether it did. A site has no more
 // units than are listed: further answers are a flood.
 bool list_answer(int mode, std::string_view answer) {
-  if (static_cast<std::size_t>(device_count) >= most_units) return false;
+  if (device_count >= most_units) return false;
   fixed_text<32> model;
   get_reply_value(answer, "UNIT.MODEL", model);
   const bool encoders = mode == encoder_mode;
@@ -69,14 +66,15 @@ int list_devices(int mode) {
   if (mode == encoder_mode) list_myself();
   const collection_time time;
   std::array<char, datagram_size + 1> answer;
-  int waits = 0;
+  int silences = 0;
   while (!time.over()) {
-    const int length = receive_datagram(discovery_socket, answer);
-    if (length > 0) {
+    const arrival got = await_datagram(answer);
+    if (got.is_datagram()) {
       if (list_answer(mode, answer.data())) ++device_count;
       continue;
     }
-    if (length == 0 || errno != EAGAIN || ++waits > most_waits || device_count > 0) break;
+    // An empty datagram or an error ends the list; so does one silence once a unit is listed, else five in all.
+    if (!got.timed_out() || ++silences >= five_silences || device_count > 0) break;
     pause_for(pause_after_silence);
   }
   return device_count;

@@ -1,13 +1,12 @@
 // Checks before an update: which units and which records share an identity (unit id, address or serial), and
 // which discovered unit a record means. Texts are equal without regard to case; two empty ones are equal. What
 // they find goes to the site log, nothing to the answer.
-//   vdt_record::flags          0x01 a record has claimed the unit; 0x10, 0x20, 0x40 another unit has the same
-//                              unit id, address, serial
-//   key_header_entry::status   0x10, 0x20, 0x40 in the slot of UNIT.ID, IP.ADDRESS, UNIT.SERIAL: another
-//                              record has the same value
-//   duplicate_record           in the record_flags of every record that bears such a mark
-// Every pair of records is visited in both orders, and a pair is logged whenever its second record bears a mark
-// by then. The time is in proportion to the records and the logged lines, unless the texts were made to collide.
+//   vdt_record::flags   0x01 a record has claimed the unit; 0x10, 0x20, 0x40 another unit has the same
+//                       unit id, address, serial
+//   duplicate_record    among the flags of every imported record that shares an identity
+// The log reads as if every pair of records (i, j) was visited in both orders, for each i in turn, and j marked when the
+// two are equal: a pair is logged when j is already marked at the time it is visited. The time is in proportion to the
+// records and the logged lines, unless the texts were made to collide.
 
 #pragma once
 

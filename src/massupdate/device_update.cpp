@@ -10,14 +10,15 @@
 #include <string_view>
 
 #include "base/datagram.hpp"
+#include "base/element.hpp"
 #include "base/text.hpp"
-#include "base/trace.hpp"
 #include "base/unit.hpp"
 #include "cgi/state.hpp"
 #include "discovery/api_message.hpp"
 #include "discovery/discovery_socket.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/key_catalogue.hpp"
+#include "discovery/waiting.hpp"
 #include "massupdate/checks.hpp"
 #include "massupdate/import_records.hpp"
 #include "massupdate/site_log.hpp"
@@ -63,10 +64,10 @@ struct unit_reply {
 
 // Receives the next reply, whoever sends it. Returns false when none came in time, and for an empty one.
 bool receive_reply(unit_reply& reply) {
-  errno = 0;
-  reply.step.result = receive_datagram(discovery_socket, reply.text, &reply.sender);
-  reply.step.error = errno;
-  return !reply.step.failed();
+  const arrival got = await_datagram(reply.text);
+  reply.step = {got.length, got.error};
+  reply.sender = got.sender;
+  return got.is_datagram();
 }
 
 exchange_step send_to(const sockaddr_in& address, std::string_view text) {
@@ -76,22 +77,16 @@ exchange_step send_to(const sockaddr_in& address, std::string_view text) {
 }
 
 void log_step(const char* step) {
-  site_message message;
-  message.print("Inside handle_device_update_reply() %s", step);
-  append_message(message);
+  log_site_message("Inside handle_device_update_reply() %s", step);
 }
 
 void log_failure(const char* what, const exchange_step& step) {
-  site_message message;
-  message.print("Inside handle_device_update_reply() %s %d/0x%02x", what, step.result,
-                static_cast<unsigned>(step.error));
-  append_message(message);
+  log_site_message("Inside handle_device_update_reply() %s %d/0x%02x", what, step.result,
+                   static_cast<unsigned>(step.error));
 }
 
 void log_reply(const char* which, const unit_reply& reply) {
-  site_message message;
-  message.print("Inside handle_device_update_reply() %s: %s", which, reply.text.data());
-  append_message(message);
+  log_site_message("Inside handle_device_update_reply() %s: %s", which, reply.text.data());
 }
 
 // The unit of a record, as the log shows it.
@@ -114,7 +109,7 @@ record_unit find_unit(int row) {
   get_row_value(row, "UNIT.SERIAL", unit.serial);
   const int found = check_device_valid(unit.serial.view());
   if (found >= 0) {
-    const vdt_record& known = vdt[static_cast<std::size_t>(found)];
+    const vdt_record& known = element(vdt, found);
     unit.id = known.unit_id;
     unit.number = address_number(known.address);
   } else {
@@ -125,17 +120,9 @@ record_unit find_unit(int row) {
 }
 
 void log_unit(const record_unit& unit) {
-  site_line line;
-  line.print("    IP... %s 0x%08x", unit.address.c_str(), unit.number);
-  append_to_site_log(line);
-  line.print("    NOTES... %s %s %s 0x%08x %s", unit.id.c_str(), unit.model.c_str(), unit.address.c_str(),
-             unit.number, unit.serial.c_str());
-  append_to_site_log(line);
-}
-
-bool is_setting(const key_header_entry& slot) {
-  return (slot.class_set & (KEY_CLASS_EXCLUDED | KEY_CLASS_STATUS)) == 0 && !slot.key.empty() &&
-         !slot.value.empty();
+  site_log.line("    IP... %s 0x%08x", unit.address.c_str(), unit.number);
+  site_log.line("    NOTES... %s %s %s 0x%08x %s", unit.id.c_str(), unit.model.c_str(), unit.address.c_str(),
+                unit.number, unit.serial.c_str());
 }
 
 // Whether the unit's model takes the setting. The second generation is asked for KEY_CLASS_EXTENDED too, not for
@@ -147,37 +134,33 @@ bool model_takes(unsigned record_flags, unsigned class_set) {
          ((record_flags & encoder_record) != 0 && (class_set & KEY_CLASS_DECODER) == 0);
 }
 
-void add_setting(api_request& request, const kvp_record& record, const key_header_entry& slot) {
-  const auto renamed = std::ranges::find_if(rename_table, [&slot](const rename_row& row) {
-    return equal_no_case(slot.key.view(), row.record_key);
-  });
-  if (renamed != rename_table.end()) {
-    request.add(renamed->sent_as, slot.value.view());
-  } else if (model_takes(record.record_flags, slot.class_set)) {
-    request.add(slot.key.view(), slot.value.view());
-  }
+// The key under which the message carries the setting; empty when the unit's model does not take it.
+std::string_view sent_key(std::string_view key, unsigned classes, unsigned record_flags) {
+  const auto renamed = std::ranges::find_if(
+      rename_table, [key](const rename_row& row) { return equal_no_case(key, row.record_key); });
+  if (renamed != rename_table.end()) return renamed->sent_as;
+  return model_takes(record_flags, classes) ? key : std::string_view{};
 }
 
-// Returns how many of the record's values are settings.
-int add_settings(api_request& request, int row) {
-  const kvp_record& record = kvp_table[static_cast<std::size_t>(row)];
+// Adds the record's settings, in the order of its columns. Returns how many of its values are settings, whether the
+// unit's model takes them or not. The number of the unit's own keys bounds the columns.
+int add_settings(api_request& request, const column_list& columns, const record_table& records, int row) {
+  const int bound = std::min(key_header_count(), columns.size());
   int settings = 0;
-  for (std::size_t slot = 0; slot < static_cast<std::size_t>(key_header_count); ++slot) {
-    if (!is_setting(record.slots[slot])) continue;
+  for (int column = 0; column < bound; ++column) {
+    const unsigned classes = columns.classes(column);
+    const std::string_view value = records.value(row, column);
+    if ((classes & (KEY_CLASS_EXCLUDED | KEY_CLASS_STATUS)) != 0 || value.empty()) continue;
     ++settings;
-    add_setting(request, record, record.slots[slot]);
+    const std::string_view key = sent_key(columns.key(column), classes, records.flags(row));
+    if (!key.empty()) request.add(key, value);
   }
   return settings;
 }
 
-// The message stands in the log whole.
 void log_request(const api_request& request) {
-  constexpr std::size_t room = 2048 + 64;
-  fixed_text<room> line;
-  const std::string_view text = request.text();
-  const int length = static_cast<int>(text.size());
-  line.print("%.*s {%d}", length, text.data(), length);
-  trace_append(unit::site_log, room, line.view());
+  const int length = count_of(request.text());
+  site_request_log.line("%.*s {%d}", length, request.text().data(), length);
 }
 
 // Sends the request and takes the unit through the rest. Returns as handle_device_update_reply.
@@ -190,22 +173,18 @@ int exchange(const api_request& request) {
 
 // A cut message would set a wrong value.
 int refuse_long_request() {
-  site_line line;
-  line.print("    Message is longer than 2047 characters, not sent ");
-  append_to_site_log(line);
+  site_log.line("    Message is longer than 2047 characters, not sent ");
   return 0;
 }
 
 }  // namespace
 
 int send_device_update(int row) {
-  site_line line;
-  line.print("   Starting send_device_update()...%d ", current_record);
-  append_to_site_log(line);
+  site_log.line("   Starting send_device_update()...%d ", current_record);
   const record_unit unit = find_unit(row);
   log_unit(unit);
   api_request request{unit.serial.view()};
-  const int settings = add_settings(request, row);
+  const int settings = add_settings(request, import_header_table, kvp_table, row);
   const int reached = request.finish() ? exchange(request) : refuse_long_request();
   std::fprintf(cgiOut, "Update Device #%d @ %s Result is %s\n", row, unit.address.c_str(),
                reached == complete ? "OK" : "FAIL");

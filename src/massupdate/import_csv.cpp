@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <limits>
+#include <span>
 #include <string_view>
 
+#include "base/element.hpp"
 #include "base/files.hpp"
 #include "base/text.hpp"
+#include "discovery/column_list.hpp"
 #include "discovery/device_records.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/key_header.hpp"
@@ -16,46 +20,50 @@
 
 namespace {
 
-constexpr std::size_t columns = header_slots;
+constexpr std::size_t read_block_size = 65536;
 
-// The slot that each column's key got in import_header_table; -1 for a column without one.
-using column_slots = std::array<int, columns>;
-
-std::int32_t count_data_lines(const char* path) {
-  const unique_file file = open_for_reading(path);
-  const std::size_t lines = file ? count_lines(file.get()) : 0;
-  constexpr std::size_t most_lines = std::numeric_limits<std::int32_t>::max();
-  return lines > 0 ? static_cast<std::int32_t>(std::min(lines, most_lines) - 1) : 0;
-}
+// Where the cells of a CSV column go.
+struct csv_column {
+  int column = column_list::none;  // of the table; none when the key was refused
+  bool is_model = false;
+};
+using csv_columns = std::array<csv_column, column_list::most_columns>;
 
 bool holds_zero_byte(std::string_view text) {
   return text.find('\0') != std::string_view::npos;
 }
 
-// Returns the new slot, or -1 when the key is refused.
-int add_key(std::string_view key) {
-  if (holds_zero_byte(key)) return -1;
-  const int fill = akkh(import_mode, key);
-  return fill > 0 ? fill - 1 : -1;
+// Takes the next line off the text, its line feed included; the last one may lack it.
+std::string_view take_line(std::string_view& text) {
+  const std::string_view line = text.substr(0, text.find('\n') + 1);
+  const std::string_view taken = line.empty() ? text : line;
+  text.remove_prefix(taken.size());
+  return taken;
 }
 
-// Header fields are taken as they stand, quotes and blanks included.
-column_slots read_header(std::string_view line) {
-  column_slots slots;
-  slots.fill(-1);
-  std::size_t column = 0;
-  std::size_t comma = 0;
-  for (; column < columns && (comma = line.find(',')) != std::string_view::npos; ++column) {
-    slots[column] = add_key(line.substr(0, comma));
+// Of two columns with the same key the first takes the cells of both.
+csv_column add_key(std::string_view key) {
+  if (holds_zero_byte(key) || akkh(import_mode, key) < 0) return {};
+  return {import_header_table.find(key), equal_no_case(key, "UNIT.MODEL")};
+}
+
+// Header fields are taken as they are, quotes and blanks included.
+csv_columns read_header(std::string_view line) {
+  import_header_table.clear();
+  csv_columns columns;
+  for (csv_column& column : columns) {
+    const std::size_t comma = line.find(',');
+    if (comma == std::string_view::npos) {
+      column = add_key(text_before_line_end(line));
+      break;
+    }
+    column = add_key(line.substr(0, comma));
     line.remove_prefix(comma + 1);
   }
-  if (column < columns) slots[column] = add_key(text_before_line_end(line));
-  import_header_count = import_header_fill;
-  import_header_fill = 0;
-  return slots;
+  return columns;
 }
 
-// Takes a cell and the comma behind it, the line's first, off the line. Returns the cell's value, empty when it
+// Takes a cell and the comma after it, the line's first, off the line. Returns the cell's value, empty when it
 // stores nothing.
 std::string_view take_cell(std::string_view& line, std::size_t comma) {
   std::string_view value = line.substr(0, comma);
@@ -70,64 +78,92 @@ std::string_view take_cell(std::string_view& line, std::size_t comma) {
   return value;
 }
 
-std::string_view key_of(int slot) {
-  return import_header_table[static_cast<std::size_t>(slot)].key.view();
-}
-
-void store_value(int slot, std::string_view value) {
-  if (slot >= 0 && value.size() < key_size) kvp_set_value(import_mode, key_of(slot), value);
-}
-
-void mark_model(std::string_view model) {
-  unsigned marks = 0;
-  if (is_decoder_model(model)) marks |= decoder_record;
+unsigned model_flags(std::string_view model) {
+  unsigned flags = 0;
+  if (is_decoder_model(model)) flags |= decoder_record;
   if (is_encoder_model(model)) {
-    marks |= encoder_record;
-    if (is_wallplate_model(model)) marks |= wallplate_record;
+    flags |= encoder_record;
+    if (is_wallplate_model(model)) flags |= wallplate_record;
   }
-  if (is_second_gen_model(model)) marks |= second_gen_record;
-  std::uint16_t& flags = kvp_table[static_cast<std::size_t>(current_record)].record_flags;
-  flags = static_cast<std::uint16_t>(flags | marks);
+  if (is_second_gen_model(model)) flags |= second_gen_record;
+  return flags;
 }
 
-void read_record(std::string_view line, const column_slots& slots) {
-  // What stands in front of a zero byte would pass for a whole serial or address.
+// Stores a cell, unless it is too long: a unit is never sent a cut value. The values lie in the table's own text, so
+// this takes no memory.
+void store_value(record_table& records, int row, const csv_column& place, std::string_view value) {
+  if (place.column != column_list::none && value.size() < key_size) {
+    static_cast<void>(records.set(row, place.column, value));
+  }
+}
+
+void read_record(std::string_view line, const csv_columns& columns, record_table& records, int row) {
+  // What is in front of a zero byte would pass for a whole serial or address.
   if (holds_zero_byte(line)) return;
-  std::size_t column = 0;
-  std::size_t comma = 0;
-  for (; column < columns && (comma = line.find(',')) != std::string_view::npos; ++column) {
+  for (const csv_column& place : columns) {
+    const std::size_t comma = line.find(',');
+    if (comma == std::string_view::npos) {
+      store_value(records, row, place, text_before_line_end(line));
+      return;
+    }
     const std::string_view value = take_cell(line, comma);
     if (value.empty()) continue;
-    store_value(slots[column], value);
-    if (slots[column] >= 0 && equal_no_case(key_of(slots[column]), "UNIT.MODEL")) mark_model(value);
+    store_value(records, row, place, value);
+    if (place.is_model) records.add_flags(row, model_flags(value));
   }
-  if (column < columns) store_value(slots[column], text_before_line_end(line));
 }
 
-// Reads the file into the records. When it cannot be read to its end, as without memory for a line, the records
-// are given up and all lines counted.
-void read_records(const char* path) {
-  const unique_file file = open_for_reading(path);
-  if (!file) return;
-  line_reader lines{file.get()};
-  if (lines.next()) {
-    const column_slots slots = read_header(lines.line());
-    for (; current_record < device_count && lines.next(); ++current_record) {
-      if (kvp_table) read_record(lines.line(), slots);
-    }
+// Reads the whole file into the table's text. Returns false when it cannot be read to its end or there is no memory.
+bool read_text(std::FILE* file, record_table& records) {
+  for (;;) {
+    const std::span<char> block = records.extend_text(read_block_size);
+    if (block.empty()) return false;
+    const std::size_t length = std::fread(block.data(), 1, block.size(), file);
+    records.shrink_text(block.size() - length);
+    if (length < block.size()) return std::ferror(file) == 0;
   }
-  if (!lines.failed()) return;
-  kvp_free();
-  current_record = device_count;
+}
+
+// Reads the lines after the header into rows. Returns false without memory for a row.
+bool read_rows(std::string_view text, const csv_columns& columns, record_table& records) {
+  while (!text.empty()) {
+    const std::string_view line = take_line(text);
+    if (!records.append_row()) return false;
+    read_record(line, columns, records, records.rows() - 1);
+  }
+  return true;
+}
+
+// Reads the file into the table. Returns false, with the table released, when that is not possible.
+bool read_records(std::FILE* file, record_table& records) {
+  records.start(0);
+  bool whole = read_text(file, records);
+  if (whole) {
+    std::string_view text = records.text();
+    const csv_columns columns = read_header(take_line(text));
+    records.set_columns(import_header_table.size());
+    whole = read_rows(text, columns, records);
+  }
+  if (!whole) records.release();
+  return whole;
+}
+
+// The lines after the first.
+int count_data_lines(std::FILE* file) {
+  std::rewind(file);
+  constexpr std::size_t most_lines = std::numeric_limits<std::int32_t>::max();
+  return std::max(static_cast<int>(std::min(count_lines(file), most_lines)) - 1, 0);
 }
 
 }  // namespace
 
 int load_import_csv(const char* path) {
-  device_count = count_data_lines(path);
-  kvp_alloc();
-  read_records(path);
-  return device_count = current_record;
+  kvp_free();
+  device_count = 0;
+  if (const unique_file file = open_for_reading(path)) {
+    device_count = read_records(file.get(), kvp_table) ? kvp_table.rows() : count_data_lines(file.get());
+  }
+  return current_record = device_count;
 }
 
 int read_import_csv(const char* path, int flag) {

@@ -1,20 +1,24 @@
 #include "massupdate/import_records.hpp"
 
-#include <algorithm>
-#include <span>
+#include "discovery/discovery_state.hpp"
 
-#include "base/text.hpp"
+int find_cell(const column_list& columns, const record_table& records, int row, std::string_view key) {
+  return find_cell(columns, records, row, key, columns.find_no_case(key));
+}
 
-int find_slot(const kvp_record& record, int count, std::string_view key) {
-  const auto slots = std::span{record.slots}.first(static_cast<std::size_t>(count));
-  const auto bears_key = [key](const key_header_entry& slot) { return equal_no_case(slot.key.view(), key); };
-  return static_cast<int>(std::ranges::find_if(slots, bears_key) - slots.begin());
+int find_cell(const column_list& columns, const record_table& records, int row, std::string_view key,
+              int first_column) {
+  int column = first_column;
+  while (column != column_list::none && !records.holds(row, column)) {
+    column = columns.find_no_case(key, column + 1);
+  }
+  return column;
 }
 
 int get_row_value(int row, std::string_view key, fixed_text<64>& value) {
-  const kvp_record& record = kvp_table[static_cast<std::size_t>(row)];
-  const int slot = find_slot(record, key_header_count, key);
   value.clear();
-  if (slot < key_header_count) value = record.slots[static_cast<std::size_t>(slot)].value;
-  return slot;
+  const int column = find_cell(import_header_table, kvp_table, row, key);
+  if (column == column_list::none || column >= key_header_count()) return key_header_count();
+  value.assign_cut(kvp_table.value(row, column));
+  return column;
 }

@@ -21,47 +21,38 @@ void read_own_serial(fixed_text<64>& serial) {
   serial.assign_cut(text_before_line_end(line.view()));
 }
 
-bool is_this_unit(const kvp_record& record, const fixed_text<64>& own_serial) {
-  const int slot = find_slot(record, import_header_count, "UNIT.SERIAL");
-  return slot < import_header_count &&
-         equal_no_case(record.slots[static_cast<std::size_t>(slot)].value.view(), own_serial.view());
+bool is_this_unit(int row, const fixed_text<64>& own_serial) {
+  const int column = find_cell(import_header_table, kvp_table, row, "UNIT.SERIAL");
+  return column != column_list::none && equal_no_case(kvp_table.value(row, column), own_serial.view());
 }
 
 void update_record(int row, const fixed_text<64>& own_serial) {
-  const kvp_record& record = kvp_table[static_cast<std::size_t>(row)];
-  site_line line;
   // Ahead of the test for duplicate data: this unit's line comes even when its record is one.
-  if (is_this_unit(record, own_serial)) {
+  if (is_this_unit(row, own_serial)) {
     std::fprintf(cgiOut, "Skipping Myself #%d \n", row);
     std::fflush(cgiOut);
-    line.print("  Skipping send_device_update(%d) this is ME... ", row);
-    append_to_site_log(line);
+    site_log.line("  Skipping send_device_update(%d) this is ME... ", row);
     return;
   }
-  if ((record.record_flags & duplicate_record) != 0) {
-    line.print("  Skipping send_device_update(%d)... Duplicate Data Detected(0x%02x/0x%02x)) ", row,
-               static_cast<unsigned>(record.record_flags), 0U);
-    append_to_site_log(line);
+  const unsigned flags = kvp_table.flags(row);
+  if ((flags & duplicate_record) != 0) {
+    site_log.line("  Skipping send_device_update(%d)... Duplicate Data Detected(0x%02x/0x%02x)) ", row, flags,
+                  0U);
     return;
   }
-  line.print("  Calling send_device_update(%d)... ", row);
-  append_to_site_log(line);
+  site_log.line("  Calling send_device_update(%d)... ", row);
   send_device_update(row);
 }
 
 void report_lack_of_memory() {
   std::fprintf(cgiOut, "Not enough memory for %d records, nothing is sent\n", current_record);
-  site_line line;
-  line.print("  Not enough memory for %d records, nothing is sent ", current_record);
-  append_to_site_log(line);
+  site_log.line("  Not enough memory for %d records, nothing is sent ", current_record);
 }
 
 }  // namespace
 
 int send_csv_to_devices() {
-  site_line line;
-  line.print(" Starting send_csv_to_devices()...%d ", current_record);
-  start_site_log(line);
+  site_log.replace(" Starting send_csv_to_devices()...%d ", current_record);
   shell_run(" cd /www; ln -s /tmp/site.log > /dev/null 2>&1");
   duplicate_check_vdt();
   duplicate_check_kvp();
@@ -70,7 +61,7 @@ int send_csv_to_devices() {
     return 0;
   }
   fixed_text<64> own_serial;
-  for (int row = 0; row < current_record; ++row) {
+  for (int row = 0; row < kvp_table.rows(); ++row) {
     read_own_serial(own_serial);  // the tool is asked anew for each record
     update_record(row, own_serial);
   }

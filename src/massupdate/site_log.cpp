@@ -1,17 +1,26 @@
 #include "massupdate/site_log.hpp"
 
-#include "base/unit.hpp"
+#include <cstdarg>
+#include <cstdio>
+#include <string_view>
 
-void start_site_log(const site_line& line) {
-  trace_replace(unit::site_log, command_size, line.view());
-}
+#include "base/fixed_text.hpp"
 
-void append_to_site_log(const site_line& line) {
-  trace_append(unit::site_log, command_size, line.view());
-}
+namespace {
 
-void append_message(const site_message& message) {
-  fixed_text<message_command_size> line;
-  line.print(" %s ", message.c_str());
-  trace_append(unit::site_log, message_command_size, line.view());
+constexpr std::size_t message_command_size = 1500;
+constexpr trace_log message_log{unit::site_log, message_command_size};
+
+using message_text =
+    fixed_text<message_command_size - std::string_view{"echo \"  \" >> /tmp/site.log"}.size()>;
+
+}  // namespace
+
+void log_site_message(const char* format, ...) {
+  message_text message;
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(message.buffer().data(), message.buffer().size(), format, arguments);
+  va_end(arguments);
+  message_log.line(" %s ", message.c_str());
 }

@@ -4,19 +4,15 @@
 
 #pragma once
 
-#include <string_view>
-
-#include "base/fixed_text.hpp"
 #include "base/trace.hpp"
+#include "base/unit.hpp"
 
-// A line of the update as such; cut where the log's command would not fit 256 bytes.
-using site_line = fixed_text<command_size>;
-void start_site_log(const site_line& line);
-void append_to_site_log(const site_line& line);
+// Lines of the update as such.
+inline constexpr trace_log site_log{unit::site_log, command_size};
 
-// A message of the checks and of the exchange with a unit stands in its line between two blanks; its command
-// takes 1500 bytes.
-inline constexpr std::size_t message_command_size = 1500;
-using site_message =
-    fixed_text<message_command_size - std::string_view{"echo \"  \" >> /tmp/site.log"}.size()>;
-void append_message(const site_message& message);
+// The message that a unit is sent, whole.
+inline constexpr trace_log site_request_log{unit::site_log, longest_command_size};
+
+// Appends a message of the checks or of the exchange with a unit, formatted like printf: it is written between two
+// blanks, and cut where the command of its line would not fit 1500 bytes.
+[[gnu::format(printf, 1, 2)]] void log_site_message(const char* format, ...);

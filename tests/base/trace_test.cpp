@@ -8,7 +8,8 @@
 
 TEST(Trace, CutsWhereTheCommandWouldJustFit) {
   const std::string text(command_size, 'x');
-  trace_append("/tmp/log", command_size, text);
+  const trace_log log{"/tmp/log", command_size};
+  log.line("%s", text.c_str());
   const std::size_t longest = command_size - 1 - std::string{"echo \"\" >> /tmp/log"}.size();
   EXPECT_EQ(read_file("/tmp/log"), text.substr(0, longest) + "\n");
 }

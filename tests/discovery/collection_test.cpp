@@ -3,13 +3,11 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <chrono>
 #include <ctime>
 #include <string>
 #include <vector>
 
-#include "base/datagram.hpp"
 #include "discovery/discovery_socket.hpp"
 #include "discovery/discovery_state.hpp"
 #include "discovery/key_header.hpp"
@@ -115,33 +113,34 @@ TEST(TwoPass, AnAnswerIsWhatComesWithoutAGap) {
   EXPECT_EQ(read_file("/tmp/node_7"), "one&");
 }
 
-// Of each sender so many count in each pass, wherever they arrive; and a flood that goes on holds no unit's turn.
-TEST(TwoPass, AFloodTakesNeitherPlacesNorTime) {
+// In the first pass 255 datagrams of a sender count, wherever they arrive.
+TEST(TwoPass, AFloodTakesNoPlacesInTheFirstPass) {
+  std::vector<scripted_answer> script(300, {.text = "0123456789&"});
+  script.push_back({.text = "other", .from = "10.77.1.2"});
+  script.push_back({.text = "", .from = "10.77.1.4"});
+  script.push_back({.text = "late", .wait = 500ms, .from = "10.77.1.3"});
+  const fake_network network{script};
+  const discovery_session session;
+  EXPECT_GT(send_discovery_query(), 0);
+  write_file("/tmp/MCb.log", "old");
+  EXPECT_EQ(hsdr(), 257);
+  const lines senders{"10.77.1.1", "10.77.1.2", "10.77.1.3", "0.0.0.0"};
+  for (std::size_t i = 0; i < 4; ++i) {
+    EXPECT_EQ(node_addresses[254 + i], inet_addr(senders[i].c_str())) << i;
+  }
+  EXPECT_EQ(read_file("/tmp/MCb.log").find("hsdr() Exiting start:"), 0U);
+}
+
+// A round takes 255 datagrams of a sender. A flood that goes on does not hold it, and takes nothing from the next one.
+TEST(TwoPass, EachRoundHasABudgetOfItsOwn) {
   constexpr auto less_than_a_silence = 60ms;
   std::vector<scripted_answer> script(300, {.text = "0123456789&"});
   script.push_back({.text = "other", .from = "10.77.1.2"});
-  {
-    auto pass = script;
-    pass.push_back({.text = "", .from = "10.77.1.4"});
-    pass.push_back({.text = "late", .wait = 500ms, .from = "10.77.1.3"});
-    const fake_network network{pass};
-    const discovery_session session;
-    EXPECT_GT(send_discovery_query(), 0);
-    write_file("/tmp/MCb.log", "old");
-    EXPECT_EQ(hsdr(), 257);
-    const lines senders{"10.77.1.1", "10.77.1.2", "10.77.1.3", "0.0.0.0"};
-    for (std::size_t i = 0; i < 4; ++i) {
-      EXPECT_EQ(node_addresses[254 + i], inet_addr(senders[i].c_str())) << i;
-    }
-    EXPECT_EQ(read_file("/tmp/MCb.log").find("hsdr() Exiting start:"), 0U);
-  }
   script.push_back({.text = "another", .from = "10.77.1.3"});
-  script.insert(script.end(), 100, {.text = "0123456789&", .wait = less_than_a_silence});
+  script.insert(script.end(), 20, {.text = "0123456789&", .wait = less_than_a_silence});
   const fake_network network{script};
   const discovery_session session;
   EXPECT_GT(send_discovery_query(), 0);
   EXPECT_EQ(collect_node_reply(0), 255 * 11 + 5 + 7);
-  EXPECT_EQ(collect_node_reply(1), 0);
-  std::array<char, 12> more{};
-  EXPECT_EQ(receive_datagram(discovery_socket, more), 11) << "the flood ended before the unit's turn";
+  EXPECT_GT(collect_node_reply(1), 10 * 11) << "the flood's datagrams are within the next round's budget";
 }

@@ -51,7 +51,7 @@ TEST(MassUpdate, ASiteBecomesWhatItsCsvSays) {
 TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   start_fleet("--log /tmp/fleet.log --count 1");
   std::string many = "UNIT.SERIAL,UNIT.ID\r\n";
-  for (int i = 0; i < 1'000'000; ++i) many += "KU000002,A\r\n";
+  for (int i = 0; i < 1'000'000; ++i) many += "KU000002," + std::string(60, 'A') + "\r\n";
   write_file("/tmp/2.csv", "UNIT.SERIAL,UNIT.ID\r\nKU000002,A\r\n" + std::string(400'000'000, 'x') + "\r\n");
   write_file("/tmp/1000000.csv", many);
   request update = get("CMD=PERFORM_CSV_UPDATE");

@@ -9,6 +9,7 @@
 // What one run costs, the processes that it starts and waits for included.
 struct cost {
   double processor_us;  // user and system time, in microseconds
+  double own_us;        // of it, the program's own
   double page_faults;
   double peak_kib;  // of resident memory, of the largest process
 };

@@ -31,19 +31,21 @@ bool record_table::contains(std::string_view value) const {
 }
 
 bool record_table::set(int row, int column, std::string_view value) {
-  cell& changed = element(cells_, row * columns_ + column);
   // The text begins with a byte of no value, so that every held cell has a place.
   if (text_.size() == 0 && !text_.append('\0')) return false;
-  if (changed.place == 0) changed.place = 1;
-  if (value.empty() || value.size() > longest_value) return true;
+  cell& changed = element(cells_, row * columns_ + column);
+  if (value.empty() || value.size() > longest_value) {
+    if (changed.place == 0) changed.place = 1;
+    return true;
+  }
   if (!contains(value)) {
     const std::span<char> copy = extend_text(value.size());
     if (copy.empty()) return false;
     std::ranges::copy(value, copy.begin());
     value = {copy.data(), copy.size()};
   }
-  changed.place = static_cast<std::uint32_t>(value.data() - text_.items().data()) & (longest_text - 1);
-  changed.length = value.size() & longest_value;
+  changed = {static_cast<std::uint32_t>(value.data() - text_.items().data()) & (longest_text - 1),
+             static_cast<std::uint32_t>(value.size()) & longest_value};
   return true;
 }
 

@@ -70,8 +70,8 @@ class record_table {
     std::uint32_t place : 26;  // 0 for a cell that is not held
     std::uint32_t length : 6;
   };
-  static constexpr std::size_t longest_value = 63;
-  static constexpr std::size_t longest_text = std::size_t{1} << 26;
+  static constexpr std::uint32_t longest_value = 63;
+  static constexpr std::uint32_t longest_text = std::uint32_t{1} << 26;
 
   [[nodiscard]] const cell* row_cells(int row) const;
   [[nodiscard]] bool contains(std::string_view value) const;

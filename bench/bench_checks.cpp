@@ -89,8 +89,9 @@ struct seen_identity {
 
 std::uint64_t folded_hash(std::string_view text) {
   std::uint64_t hash = 14695981039346656037U;
-  for (const char letter : text)
+  for (const char letter : text) {
     hash = (hash ^ static_cast<unsigned char>(to_lower(letter))) * 1099511628211U;
+  }
   return hash;
 }
 

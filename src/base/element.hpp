@@ -7,7 +7,7 @@
 
 // The item of that number, which must be one of the container's.
 template <typename Items>
-[[nodiscard]] constexpr auto& element(Items& items, int number) {
+[[nodiscard]] constexpr auto& element(Items& items, std::ptrdiff_t number) {
   return items[static_cast<std::size_t>(number)];
 }
 

@@ -24,16 +24,33 @@ std::string_view text_before_line_end(std::string_view text) {
   return text.substr(0, carriage_return != std::string_view::npos ? carriage_return : text.find('\n'));
 }
 
-std::int32_t leading_number(std::string_view text) {
+namespace {
+
+// The number that the text's decimal digits spell, up to the first number beyond 32 bits.
+std::int64_t digits_number(std::string_view text) {
+  std::int64_t number = 0;
+  for (const char digit : text) {
+    if (digit < '0' || digit > '9' || number > std::numeric_limits<std::int32_t>::max()) break;
+    number = number * 10 + (digit - '0');
+  }
+  return number;
+}
+
+std::int32_t nearest_32_bits(std::int64_t number) {
   using limits = std::numeric_limits<std::int32_t>;
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(number, limits::min(), limits::max()));
+}
+
+}  // namespace
+
+std::int32_t leading_number(std::string_view text) {
   text = skip_space(text);
   const bool negative = text.starts_with('-');
   if (negative || text.starts_with('+')) text.remove_prefix(1);
-  std::int64_t number = 0;
-  for (const char digit : text) {
-    if (digit < '0' || digit > '9' || number > limits::max()) break;
-    number = number * 10 + (digit - '0');
-  }
-  if (negative) number = -number;
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(number, limits::min(), limits::max()));
+  const std::int64_t number = digits_number(text);
+  return nearest_32_bits(negative ? -number : number);
+}
+
+std::int32_t leading_digits(std::string_view text) {
+  return nearest_32_bits(digits_number(skip_space(text)));
 }

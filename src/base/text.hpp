@@ -36,3 +36,6 @@
 // The number that the text begins with: white space, a sign, decimal digits; what follows is ignored.
 // 0 without a digit; a number beyond 32 bits becomes the nearest one that fits.
 [[nodiscard]] std::int32_t leading_number(std::string_view text);
+
+// The same for a number without a sign.
+[[nodiscard]] std::int32_t leading_digits(std::string_view text);

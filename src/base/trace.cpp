@@ -30,7 +30,8 @@ unique_fd open_log(const char* path, int flags) {
 // A line as the echo command would print it, its line feed included.
 class trace_line {
  public:
-  trace_line(const char* format, std::va_list arguments, std::size_t buffer_size, std::size_t limit) {
+  [[gnu::format(printf, 2, 0)]] trace_line(const char* format, std::va_list arguments,
+                                           std::size_t buffer_size, std::size_t limit) {
     const int wanted = std::vsnprintf(text_.data(), std::min(buffer_size, text_.size()), format, arguments);
     length_ = std::min(static_cast<std::size_t>(std::max(wanted, 0)), limit);
     text_[length_++] = '\n';

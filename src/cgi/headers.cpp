@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "base/clock.hpp"
+#include "base/element.hpp"
 #include "base/fixed_text.hpp"
 #include "cgi/state.hpp"
 
@@ -36,8 +37,8 @@ void cgiHeaderCookieSetString(const char* name, const char* value, int secondsTo
   gmtime_r(&expiry, &utc);
   std::fprintf(cgiOut,
                "Set-Cookie: %s=%s; domain=%s; expires=%s, %02d-%s-%04d %02d:%02d:%02d GMT; path=%s\r\n", name,
-               value, domain, weekday_names[static_cast<std::size_t>(utc.tm_wday)], utc.tm_mday,
-               month_names[static_cast<std::size_t>(utc.tm_mon)], utc.tm_year + first_year, utc.tm_hour,
+               value, domain, element(weekday_names, utc.tm_wday), utc.tm_mday,
+               element(month_names, utc.tm_mon), utc.tm_year + first_year, utc.tm_hour,
                utc.tm_min, utc.tm_sec, path);
 }
 

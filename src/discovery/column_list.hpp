@@ -48,7 +48,7 @@ class column_list {
 
   // At most half full, so that a search ends after a step or two.
   static constexpr std::size_t places = 256;
-  static_assert(places >= 2 * most_columns);
+  static_assert(most_columns <= places / 2);
 
   [[nodiscard]] std::size_t place_of(std::string_view key) const;
 

@@ -29,7 +29,7 @@ constexpr int receive_buffer_size = most_units * 2 * 2304;
 int read_setting(const char* command) {
   fixed_text<32> line;
   if (shell_first_line(command, line) != first_line::read) return 0;
-  return leading_number(line.view());
+  return leading_digits(line.view());
 }
 
 std::uint8_t read_ttl() {

@@ -53,8 +53,8 @@ int find_node(collection& run, std::string_view sender) {
   run.log.line("DEBUG MC D");
   // The line of a lone node file has no file name in front: the number is then read from the answer itself,
   // and no digit reads as 0, which is that file.
-  const int number = leading_number(found.view().substr(underscore + 1));
-  if (number < 0 || number >= run.senders.size()) {
+  const int number = leading_digits(found.view().substr(underscore + 1));
+  if (number >= run.senders.size()) {
     run.log.line("DEBUG MC Zc");
     return -1;
   }

@@ -1,7 +1,6 @@
 #include "discovery/record_table.hpp"
 
 #include <algorithm>
-#include <functional>
 #include <numeric>
 
 void record_table::start(int columns) {
@@ -24,34 +23,20 @@ bool record_table::append_row() {
   return count_of(added) == columns_ && flags_.append(0);
 }
 
-bool record_table::contains(std::string_view value) const {
-  const std::string_view own = text();
-  constexpr std::less_equal<> before;
-  return before(own.data(), value.data()) && before(value.data() + value.size(), own.data() + own.size());
-}
-
 bool record_table::set(int row, int column, std::string_view value) {
   // The text begins with a byte of no value, so that every held cell has a place.
   if (text_.size() == 0 && !text_.append('\0')) return false;
-  cell& changed = element(cells_, row * columns_ + column);
-  if (value.empty() || value.size() > longest_value) {
-    if (changed.place == 0) changed.place = 1;
-    return true;
-  }
-  if (!contains(value)) {
-    const std::span<char> copy = extend_text(value.size());
-    if (copy.empty()) return false;
-    std::ranges::copy(value, copy.begin());
-    value = {copy.data(), copy.size()};
-  }
-  changed = {static_cast<std::uint32_t>(value.data() - text_.items().data()) & (longest_text - 1),
-             static_cast<std::uint32_t>(value.size()) & longest_value};
+  const std::size_t copied = value.size() > longest_value ? 0 : value.size();
+  const std::span<char> copy = extend_text(copied);
+  if (copy.size() != copied) return false;
+  std::copy_n(value.begin(), copied, copy.begin());
+  set_part(row, column, {copy.data(), copied});
   return true;
 }
 
 const record_table::cell* record_table::row_cells(int row) const {
   const int stored = order_.size() == 0 ? row : element(order_, row);
-  return stored < 0 ? nullptr : cells_.items().data() + stored * columns_;
+  return stored < 0 ? nullptr : cells_.items().data() + std::ptrdiff_t{stored} * columns_;
 }
 
 std::string_view record_table::value(int row, int column) const {
@@ -96,6 +81,6 @@ void record_table::sort_by_first_column() {
   });
   const auto repeats =
       std::ranges::unique(sorted, [this](int left, int right) { return value(left, 0) == value(right, 0); });
-  std::ranges::fill(repeats, -1);
+  std::fill(repeats.begin(), repeats.end(), -1);
   order_ = std::move(order);
 }

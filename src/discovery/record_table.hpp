@@ -43,8 +43,19 @@ class record_table {
   [[nodiscard]] int rows() const { return count_of(flags_); }
 
   // Sets a cell. An empty value, or one that is too long, leaves the cell's value as it was; the cell is held all the
-  // same. A value that lies in the table's own text is not copied. Returns false when there is no memory.
+  // same. The value is copied; it lies outside the table. Returns false when there is no memory.
   [[nodiscard]] bool set(int row, int column, std::string_view value);
+
+  // The same for a value that is a part of the table's text: it is not copied, so this takes no memory.
+  void set_part(int row, int column, std::string_view part) {
+    cell& changed = element(cells_, row * columns_ + column);
+    if (part.empty() || part.size() > longest_value) {
+      if (changed.place == 0) changed.place = 1;
+      return;
+    }
+    changed.place = static_cast<std::uint32_t>(part.data() - text_.items().data()) & (longest_text - 1);
+    changed.length = static_cast<std::uint32_t>(part.size()) & longest_value;
+  }
 
   // The value; empty when the cell has none. It is good until text is added.
   [[nodiscard]] std::string_view value(int row, int column) const;
@@ -74,7 +85,6 @@ class record_table {
   static constexpr std::uint32_t longest_text = std::uint32_t{1} << 26;
 
   [[nodiscard]] const cell* row_cells(int row) const;
-  [[nodiscard]] bool contains(std::string_view value) const;
 
   bool exists_ = false;
   int columns_ = 0;

@@ -83,7 +83,7 @@ class sender_budget {
  private:
   static constexpr std::uint8_t most_datagrams = 255;
   static constexpr std::size_t places = 4096;  // a hash table, at most half full
-  static_assert(places >= 2 * most_units);
+  static_assert(most_units <= places / 2);
 
   [[nodiscard]] std::size_t place_of(in_addr_t sender) const;
 

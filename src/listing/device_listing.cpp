@@ -38,11 +38,10 @@ void list_myself() {
 
 // Writes the answer's line when its unit is of the wanted kind. Returns whether it did. A site has no more
 // units than are listed: further answers are a flood.
-bool list_answer(int mode, std::string_view answer) {
+bool list_answer(bool encoders, std::string_view answer) {
   if (device_count >= most_units) return false;
   fixed_text<32> model;
   get_reply_value(answer, "UNIT.MODEL", model);
-  const bool encoders = mode == encoder_mode;
   if (!(encoders ? is_encoder_model(model.view()) : is_decoder_model(model.view()))) return false;
 
   fixed_text<128> unit_id;
@@ -62,15 +61,16 @@ bool list_answer(int mode, std::string_view answer) {
 }  // namespace
 
 int list_devices(int mode) {
+  const bool encoders = mode == encoder_mode;
   device_count = 0;
-  if (mode == encoder_mode) list_myself();
+  if (encoders) list_myself();
   const collection_time time;
   std::array<char, datagram_size + 1> answer;
   int silences = 0;
   while (!time.over()) {
     const arrival got = await_datagram(answer);
     if (got.is_datagram()) {
-      if (list_answer(mode, answer.data())) ++device_count;
+      if (list_answer(encoders, answer.data())) ++device_count;
       continue;
     }
     // An empty datagram or an error ends the list; so does one silence once a unit is listed, else five in all.

@@ -107,7 +107,7 @@ class record_identities {
 
   [[nodiscard]] int count() const { return records_.rows(); }
   [[nodiscard]] bool text(int record, const identity& which, std::string_view& text) const {
-    const int first = first_[static_cast<std::size_t>(&which - identities.data())];
+    const int first = element(first_, &which - identities.data());
     const int column = find_cell(columns_, records_, record, which.key, first);
     if (column == column_list::none) return false;
     text = records_.value(record, column);
@@ -182,7 +182,7 @@ class pair_line {
     char* end = std::to_chars(number_, text_.data() + text_.size() - 2, record).ptr;
     *end++ = ' ';
     *end++ = '\n';
-    return {text_.data(), static_cast<std::size_t>(end - text_.data())};
+    return {text_.data(), end};
   }
 
  private:
@@ -250,7 +250,7 @@ int check_device_valid(std::string_view serial) {
     log_site_message("   check_device_valid(%.*s) Invalid Input %d or no VDT", length, serial.data(), -1);
     return -1;
   }
-  const std::span units{vdt.get(), static_cast<std::size_t>(vdt_count)};
+  const std::span units{vdt.get(), vdt.get() + vdt_count};
   const auto found = std::ranges::find_if(
       units, [serial](const vdt_record& unit) { return equal_no_case(unit.serial.view(), serial); });
   if (found == units.end()) return log("Device Not Found in Valid Device Table", -1, vdt_count);

@@ -63,17 +63,21 @@ csv_columns read_header(std::string_view line) {
   return columns;
 }
 
-// Takes a cell and the comma after it, the line's first, off the line. Returns the cell's value, empty when it
-// stores nothing.
+// Takes a cell that begins with a quote, and the comma after it, off the line, whose first comma is given. Returns the
+// cell's value, empty when it stores nothing.
+std::string_view take_quoted_cell(std::string_view& line, std::size_t comma) {
+  const std::size_t closing = line.find('"', 1);
+  const bool quoted =
+      closing != std::string_view::npos && closing > comma && line.substr(closing + 1).starts_with(',');
+  const std::string_view value = quoted ? line.substr(1, closing - 1) : std::string_view{};
+  line.remove_prefix((quoted ? closing + 1 : comma) + 1);
+  return value;
+}
+
+// The same for any cell.
 std::string_view take_cell(std::string_view& line, std::size_t comma) {
-  std::string_view value = line.substr(0, comma);
-  if (line.starts_with('"')) {
-    const std::size_t closing = line.find('"', 1);
-    const bool quoted =
-        closing != std::string_view::npos && closing > comma && line.substr(closing + 1).starts_with(',');
-    value = quoted ? line.substr(1, closing - 1) : std::string_view{};
-    if (quoted) comma = closing + 1;
-  }
+  if (line.front() == '"') return take_quoted_cell(line, comma);
+  const std::string_view value{line.data(), comma};
   line.remove_prefix(comma + 1);
   return value;
 }
@@ -89,17 +93,13 @@ unsigned model_flags(std::string_view model) {
   return flags;
 }
 
-// Stores a cell, unless it is too long: a unit is never sent a cut value. The values lie in the table's own text, so
-// this takes no memory.
+// Stores a cell, unless it is too long: a unit is never sent a cut value.
 void store_value(record_table& records, int row, const csv_column& place, std::string_view value) {
-  if (place.column != column_list::none && value.size() < key_size) {
-    static_cast<void>(records.set(row, place.column, value));
-  }
+  if (place.column != column_list::none && value.size() < key_size)
+    records.set_part(row, place.column, value);
 }
 
 void read_record(std::string_view line, const csv_columns& columns, record_table& records, int row) {
-  // What is in front of a zero byte would pass for a whole serial or address.
-  if (holds_zero_byte(line)) return;
   for (const csv_column& place : columns) {
     const std::size_t comma = line.find(',');
     if (comma == std::string_view::npos) {
@@ -126,9 +126,12 @@ bool read_text(std::FILE* file, record_table& records) {
 
 // Reads the lines after the header into rows. Returns false without memory for a row.
 bool read_rows(std::string_view text, const csv_columns& columns, record_table& records) {
+  const bool zero_bytes = holds_zero_byte(text);
   while (!text.empty()) {
     const std::string_view line = take_line(text);
     if (!records.append_row()) return false;
+    // What is in front of a zero byte would pass for a whole serial or address.
+    if (zero_bytes && holds_zero_byte(line)) continue;
     read_record(line, columns, records, records.rows() - 1);
   }
   return true;

@@ -15,19 +15,22 @@ TEST(Text, LeadingNumber) {
   struct row {
     const char* text;
     std::int32_t number;
+    std::int32_t without_sign;
   };
+  constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
   for (const row& row : {
-           row{"", 0},
-           {"word", 0},
-           {" \t7", 7},
-           {"12abc", 12},
-           {"-3", -3},
-           {"+3", 3},
-           {"2147483647", std::numeric_limits<std::int32_t>::max()},
-           {"2147483648", std::numeric_limits<std::int32_t>::max()},
-           {"-99999999999999999999999999", std::numeric_limits<std::int32_t>::min()},
+           row{"", 0, 0},
+           {"word", 0, 0},
+           {" \t7", 7, 7},
+           {"12abc", 12, 12},
+           {"-3", -3, 0},
+           {"+3", 3, 0},
+           {"2147483647", most, most},
+           {"2147483648", most, most},
+           {"-99999999999999999999999999", std::numeric_limits<std::int32_t>::min(), 0},
        }) {
     EXPECT_EQ(leading_number(row.text), row.number) << row.text;
+    EXPECT_EQ(leading_digits(row.text), row.without_sign) << row.text;
   }
 }
 

@@ -33,9 +33,10 @@ TEST(DiscoverySocket, TtlReadings) {
            {"255\n", 255},
            {"256\n", 64},
            {"-1\n", 64},
+           {"+7\n", 64},
            {" 7\n", 7},
            {"12abc\n", 12},
-           {"000000000000000000000000000000012\n", 64},  // the twelve stands behind the 31st character
+           {"000000000000000000000000000000012\n", 64},  // the twelve comes after the 31st character
        }) {
     set_parameter("UNIT.MCD_TTL", row.printed);
     EXPECT_EQ(open_discovery_socket(), discovery_socket);

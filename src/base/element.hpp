@@ -1,5 +1,5 @@
 // Elements by number. The unit's own numbers (rows, columns, units) are ints, with -1 for none; containers count in
-// std::size_t. The conversion stands here, once.
+// std::size_t. The conversion is here, once.
 
 #pragma once
 

@@ -1,6 +1,6 @@
 // Column list: the keys of one CSV header line, each with its classes. Built once, then only read.
 //   limits   128 columns, 63 characters a key
-//   order    as the keys were added; a key may stand in several columns, and a search finds the first
+//   order    as the keys were added; several columns may have the same key, and a search finds the first
 // Keys are found by a hash of their ends: a unit answers with some hundred pairs, and each is looked up here.
 
 #pragma once

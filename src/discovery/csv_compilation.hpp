@@ -22,7 +22,7 @@ void compile_records();
 void kvp_sort();
 
 // wctf, write CSV to file: appends a line for each record of kvp_table to the file at path, as many as a full disk takes
-// whole. A value with a comma stands in double quotes; double quotes inside it are not escaped. Returns 0.
+// whole. A value with a comma is put in double quotes; double quotes inside it are not escaped. Returns 0.
 int wctf(const char* path);
 
 // The same for any table under its columns.

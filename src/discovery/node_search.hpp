@@ -40,7 +40,7 @@ class node_search {
   // The first line that has the dotted address after one of the three keys; empty when none does.
   [[nodiscard]] search_line find(std::string_view address) const;
 
-  // Whether a file of that number was left behind by an earlier run.
+  // Whether a file of that number was left by an earlier run.
   [[nodiscard]] bool was_left(int number) const;
 
  private:
@@ -87,7 +87,7 @@ class node_search {
 
   growing_array<node_file> files_;
   growing_array<file_path> left_names_;
-  growing_array<std::uint32_t> numbered_;  // where in files_ each file stands that this run has written
+  growing_array<std::uint32_t> numbered_;  // the place in files_ of each file that this run has written
   growing_array<window> windows_;
   growing_array<place> places_;  // one for each window
 };

@@ -95,8 +95,8 @@ unsigned model_flags(std::string_view model) {
 
 // Stores a cell, unless it is too long: a unit is never sent a cut value.
 void store_value(record_table& records, int row, const csv_column& place, std::string_view value) {
-  if (place.column != column_list::none && value.size() < key_size)
-    records.set_part(row, place.column, value);
+  if (place.column == column_list::none || value.size() >= key_size) return;
+  records.set_part(row, place.column, value);
 }
 
 void read_record(std::string_view line, const csv_columns& columns, record_table& records, int row) {

@@ -35,11 +35,10 @@ void cgiHeaderCookieSetString(const char* name, const char* value, int secondsTo
   const std::time_t expiry = wall_seconds() + secondsToLive;
   std::tm utc{};
   gmtime_r(&expiry, &utc);
-  std::fprintf(cgiOut,
-               "Set-Cookie: %s=%s; domain=%s; expires=%s, %02d-%s-%04d %02d:%02d:%02d GMT; path=%s\r\n", name,
-               value, domain, element(weekday_names, utc.tm_wday), utc.tm_mday,
-               element(month_names, utc.tm_mon), utc.tm_year + first_year, utc.tm_hour,
-               utc.tm_min, utc.tm_sec, path);
+  std::fprintf(
+      cgiOut, "Set-Cookie: %s=%s; domain=%s; expires=%s, %02d-%s-%04d %02d:%02d:%02d GMT; path=%s\r\n", name,
+      value, domain, element(weekday_names, utc.tm_wday), utc.tm_mday, element(month_names, utc.tm_mon),
+      utc.tm_year + first_year, utc.tm_hour, utc.tm_min, utc.tm_sec, path);
 }
 
 void cgiHeaderCookieSetInteger(const char* name, int value, int secondsToLive, const char* path,

@@ -205,13 +205,15 @@ static void compile(void) {
     fputs("\r\n", csv);
   }
   fclose(csv);
-  run("grep -e \"TX610\" -e \"TX620\" -e \"TX630\" -e \"KestT\" -e \"KestT-PL\" -e \"KestT-PL-K\" -e "
+  run_in_shell(
+      "grep -e \"TX610\" -e \"TX620\" -e \"TX630\" -e \"KestT\" -e \"KestT-PL\" -e \"KestT-PL-K\" -e "
       "\"KestT-PL-RF\" "
       "-e \"KestT-2\" -e \"QV8T\" /tmp/discover.csv > /tmp/encoders.csv");
-  run("grep -e \"RX610\" -e \"RX620\" -e \"RX630\" -e \"KestR\" -e \"KestR-2\" -e \"QV8R\" /tmp/discover.csv "
+  run_in_shell(
+      "grep -e \"RX610\" -e \"RX620\" -e \"RX630\" -e \"KestR\" -e \"KestR-2\" -e \"QV8R\" /tmp/discover.csv "
       "> "
       "/tmp/decoders.csv");
-  run("rm /tmp/node_* > /dev/null 2>&1");
+  run_in_shell("rm /tmp/node_* > /dev/null 2>&1");
 }
 
 int main(void) {

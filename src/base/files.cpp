@@ -100,7 +100,7 @@ bool file_exists(const char* path) {
 file_mark mark_of(const char* path) {
   struct stat status {};
   if (lstat(path, &status) != 0) return {};
-  return {status.st_ino, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
+  return {status.st_ino, status.st_size, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
 }
 
 std::size_t read_line(std::FILE* file, std::span<char> line) {

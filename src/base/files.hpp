@@ -65,6 +65,7 @@ void delete_file(const char* path);
 // What changes with every write to a file, and with its replacement: all zero for a missing one.
 struct file_mark {
   std::uint64_t number = 0;
+  std::int64_t size = 0;
   std::int64_t seconds = 0;
   std::int64_t nanoseconds = 0;
   bool operator==(const file_mark&) const = default;

@@ -23,12 +23,6 @@ struct folder_closer {
 // An open folder; empty when it could not be opened.
 using unique_folder = std::unique_ptr<DIR, folder_closer>;
 
-struct pipe_closer {
-  void operator()(std::FILE* stream) const { pclose(stream); }
-};
-// The read end of a command's output; leaving the scope waits for the command to end.
-using unique_pipe = std::unique_ptr<std::FILE, pipe_closer>;
-
 // A file descriptor; -1 when there is none.
 class unique_fd {
  public:

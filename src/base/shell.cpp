@@ -2,18 +2,26 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
-#include "base/files.hpp"
+#include "base/command_line.hpp"
 #include "base/handles.hpp"
 #include "base/unit.hpp"
 
 namespace {
+
+constexpr int not_started_status = 127 << 8;  // what a command that ended with 127 has
+constexpr pid_t none = -1;
 
 bool holds_folder(std::string_view path, std::string_view folder) {
   for (;;) {
@@ -66,18 +74,157 @@ void drop_answer_that_nobody_reads() {
   if (nowhere) dup2(nowhere.get(), STDOUT_FILENO);
 }
 
-void prepare_command() {
-  put_tools_into_path();
-  std::fflush(stdout);
-  drop_answer_that_nobody_reads();
+// Ignores SIGINT and SIGQUIT for the length of a scope. Children start with the default action again.
+class ignored_signals {
+ public:
+  ignored_signals() {
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    for (std::size_t i = 0; i < numbers.size(); ++i) sigaction(numbers[i], &ignore, &before_[i]);
+  }
+  ignored_signals(const ignored_signals&) = delete;
+  ignored_signals& operator=(const ignored_signals&) = delete;
+  ~ignored_signals() {
+    for (std::size_t i = 0; i < numbers.size(); ++i) sigaction(numbers[i], &before_[i], nullptr);
+  }
+
+  // The signals that children do not ignore: those that this process did not ignore before.
+  [[nodiscard]] sigset_t of_children() const {
+    sigset_t set;
+    sigemptyset(&set);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      if (before_[i].sa_handler != SIG_IGN) sigaddset(&set, numbers[i]);
+    }
+    return set;
+  }
+
+ private:
+  static constexpr std::array numbers{SIGINT, SIGQUIT};
+  std::array<struct sigaction, numbers.size()> before_{};
+};
+
+// How a child starts.
+class child_start {
+ public:
+  child_start() {
+    posix_spawn_file_actions_init(&files_);
+    posix_spawnattr_init(&attributes_);
+  }
+  child_start(const child_start&) = delete;
+  child_start& operator=(const child_start&) = delete;
+  ~child_start() {
+    posix_spawn_file_actions_destroy(&files_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+
+  void open(int descriptor, const char* path, int flags) {
+    constexpr mode_t new_file_mode = 0666;
+    complete_ &= posix_spawn_file_actions_addopen(&files_, descriptor, path, flags, new_file_mode) == 0;
+  }
+  void duplicate(int source, int descriptor) {
+    complete_ &= posix_spawn_file_actions_adddup2(&files_, source, descriptor) == 0;
+  }
+  void default_signals(const sigset_t& signals) {
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF);
+  }
+
+  // Starts a program that is found through PATH unless it is a path. Returns the child's process id, or none.
+  [[nodiscard]] pid_t spawn(const char* program, char* const* words) const {
+    pid_t child = none;
+    return complete_ && posix_spawnp(&child, program, &files_, &attributes_, words, environ) == 0 ? child
+                                                                                                  : none;
+  }
+
+ private:
+  posix_spawn_file_actions_t files_;
+  posix_spawnattr_t attributes_;
+  bool complete_ = true;
+};
+
+// A command line that has been started, and where its standard output goes.
+class running_command {
+ public:
+  // Standard output goes to that descriptor, or where ours goes.
+  running_command(const char* command, int output) {
+    const int saved_errno = errno;
+    put_tools_into_path();
+    std::fflush(stdout);
+    drop_answer_that_nobody_reads();
+    const quiet_children quiet;
+    if (const plain_command plain{command}) start(plain, output);
+    if (child_ == none) start_shell(command, output);
+    errno = saved_errno;
+  }
+
+  [[nodiscard]] bool started() const { return child_ != none; }
+
+  // Waits for the end, but for that of a command in the background. Returns the wait status.
+  [[nodiscard]] int wait() const {
+    if (!started()) return not_started_status;
+    const int saved_errno = errno;
+    int status = 0;
+    pid_t ended = child_;
+    while (!in_background_ && (ended = waitpid(child_, &status, 0)) == -1 && errno == EINTR) continue;
+    errno = saved_errno;
+    return ended == child_ ? status : -1;
+  }
+
+ private:
+  void start(const plain_command& plain, int output) {
+    child_start child;
+    if (plain.in_background()) {
+      child.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    } else {
+      child.default_signals(signals_.of_children());
+    }
+    if (output != STDOUT_FILENO) child.duplicate(output, STDOUT_FILENO);
+    for (const plain_command::redirection& change : plain.redirections()) {
+      if (change.path != nullptr) {
+        child.open(change.descriptor, change.path, change.flags);
+      } else {
+        child.duplicate(change.source, change.descriptor);
+      }
+    }
+    child_ = child.spawn(plain.words()[0], plain.words());
+    in_background_ = plain.in_background() && started();
+  }
+
+  void start_shell(const char* command, int output) {
+    const std::array<const char*, 4> words{"sh", "-c", command, nullptr};
+    child_start child;
+    child.default_signals(signals_.of_children());
+    if (output != STDOUT_FILENO) child.duplicate(output, STDOUT_FILENO);
+    child_ = child.spawn("/bin/sh", const_cast<char* const*>(words.data()));
+  }
+
+  ignored_signals signals_;
+  pid_t child_ = none;
+  bool in_background_ = false;
+};
+
+// Reads up to the line feed, the end or a full buffer, whose last byte stays zero. Returns the number of bytes.
+std::size_t read_first_line(int descriptor, std::span<char> line) {
+  std::size_t length = 0;
+  while (length + 1 < line.size()) {
+    const ssize_t read_now = read(descriptor, line.data() + length, line.size() - 1 - length);
+    if (read_now < 0 && errno == EINTR) continue;
+    if (read_now <= 0) break;
+    char* const added = line.data() + length;
+    const char* const added_end = added + read_now;
+    length = static_cast<std::size_t>(added_end - line.data());
+    char* const feed = std::find(added, line.data() + length, '\n');
+    if (feed == added_end) continue;
+    std::fill(feed + 1, line.data() + length, '\0');
+    return static_cast<std::size_t>(feed + 1 - line.data());
+  }
+  return length;
 }
 
 }  // namespace
 
 int shell_status(const char* command) {
-  prepare_command();
-  const quiet_children quiet;
-  return std::system(command);
+  return running_command{command, STDOUT_FILENO}.wait();
 }
 
 void shell_run(const char* command) {
@@ -86,9 +233,15 @@ void shell_run(const char* command) {
 
 first_line shell_first_line(const char* command, std::span<char> line) {
   std::ranges::fill(line, '\0');
-  prepare_command();
-  const quiet_children quiet;
-  const unique_pipe pipe{popen(command, "re")};
-  if (!pipe) return first_line::not_started;
-  return read_line(pipe.get(), line) > 0 ? first_line::read : first_line::none;
+  std::array<int, 2> ends;
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return first_line::not_started;
+  unique_fd output{ends[0]};
+  unique_fd input{ends[1]};
+  const running_command running{command, input.get()};
+  input = unique_fd{};
+  const std::size_t length = read_first_line(output.get(), line);
+  output = unique_fd{};  // a command that still writes ends by SIGPIPE
+  static_cast<void>(running.wait());
+  if (!running.started()) return first_line::not_started;
+  return length > 0 ? first_line::read : first_line::none;
 }

@@ -7,8 +7,8 @@
 namespace unit {
 
 inline constexpr const char* tool_folder = "/usr/local/bin";
-// For a web server that starts us without a PATH.
-inline constexpr const char* default_path = "/bin:/usr/bin:/sbin:/usr/sbin:/usr/local/bin";
+// For a web server that starts us without a PATH: the order that Linux systems use.
+inline constexpr const char* default_path = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
 inline constexpr const char* stop_link = "/usr/local/bin/ast_send_event -1 e_stop_link > /dev/null 2>&1";
 

@@ -9,10 +9,12 @@
 
 void import_csv_upload() {
   const file_mark before = mark_of(unit::import_csv);
+  const file_mark staged = mark_of("/dev/shm/source_file");
   if (shell_status("mv /dev/shm/source_file /tmp/import.csv") != 0) {
-    // What a full disk has cut is gone, lest a unit be sent a cut value. The CSV of before stays if it is
-    // there still.
-    if (mark_of(unit::import_csv) != before) delete_file(unit::import_csv);
+    // A unit must not be sent a cut value: what a full disk has cut is deleted. A whole CSV stays, be it the new one or
+    // the one of before.
+    const file_mark after = mark_of(unit::import_csv);
+    if (after != before && after.size < staged.size) delete_file(unit::import_csv);
     std::fputs("<p>Failed to import csv file (C)</p>\n", cgiOut);
     return;
   }

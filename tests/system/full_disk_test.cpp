@@ -89,15 +89,17 @@ TEST(FullDisk, EveryCommandAnswersAsFarAsItGets) {
 }
 
 // What the disk does not take whole could set cut values.
-TEST(FullDisk, ACutImportDoesNotStay) {
+TEST(FullDisk, OfAFailedImportOnlyAWholeOneStays) {
   const std::string failed = "<p>Failed to import csv file (C)</p>\n";
   write_file("/tmp/import.csv", "old");
-  std::filesystem::rename("/bin/mv", "/bin/kept");
-  write_file("/bin/mv", "#!/bin/sh\nexit 1\n");
-  std::filesystem::permissions("/bin/mv", std::filesystem::perms::all);
+  plant_tool("mv", "exit 1");
   EXPECT_EQ(upload("CSV_IMPORT", 40'000), failed);
   EXPECT_EQ(read_file("/tmp/import.csv"), "old");
-  std::filesystem::rename("/bin/kept", "/bin/mv");
+  plant_tool("mv", "cp \"$1\" \"$2\"; exit 1");
+  EXPECT_EQ(upload("CSV_IMPORT", 40'000), failed);
+  EXPECT_EQ(read_file("/tmp/import.csv"), std::string(40'000, 'u'));
+  std::filesystem::remove("/usr/local/bin/mv");
+  write_file("/tmp/import.csv", "old");
   fill("/tmp", 16'384);
   EXPECT_EQ(upload("CSV_IMPORT", 40'000), failed);
   EXPECT_EQ(read_file("/tmp/import.csv"), "(missing)");

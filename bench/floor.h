@@ -40,7 +40,7 @@ static pid_t start_tool(const char* command, int output) {
     posix_spawn_file_actions_adddup2(&files, output, 1);
   }
   pid_t child = -1;
-  if (posix_spawnp(&child, words[0], &files, NULL, words, environ) != 0) perror(command);
+  if (words[0] == NULL || posix_spawnp(&child, words[0], &files, NULL, words, environ) != 0) perror(command);
   posix_spawn_file_actions_destroy(&files);
   return child;
 }

@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -81,12 +82,14 @@ static void send_query(int handle) {
 }
 
 /* Writes the line to the log, formatted like printf. */
-#define NOTE(...)                                                   \
-  do {                                                              \
-    char line_[512];                                                \
-    const int length_ = snprintf(line_, sizeof line_, __VA_ARGS__); \
-    note(line_, (size_t)length_);                                   \
-  } while (0)
+__attribute__((format(printf, 1, 2))) static void note_line(const char* format, ...) {
+  char line[512];
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  note(line, (size_t)length);
+}
 
 static void store(in_addr_t sender, const char* text, int length) {
   char address[INET_ADDRSTRLEN];
@@ -98,21 +101,21 @@ static void store(in_addr_t sender, const char* text, int length) {
   const int node = known ? places[place] - 1 : units;
   inet_ntop(AF_INET, &sender, address, sizeof address);
   snprintf(path, sizeof path, "/tmp/node_%d", node);
-  NOTE("IP=%s\n", address);
+  note_line("IP=%s\n", address);
   if (!known) {
     places[place] = (unsigned short)(node + 1);
     senders[units++] = sender;
-    NOTE("DEBUG MC NORMAL\n");
+    note_line("DEBUG MC NORMAL\n");
   } else {
     char found[128];
     snprintf(found, sizeof found, "%s:%s", path, texts[node]);
-    NOTE("DEBUG MC A\n");
-    NOTE("DEBUG MC B\n");
-    NOTE("DEBUG MC C\n");
-    NOTE("%s %d\n", found, (int)strlen(found));
-    NOTE("DEBUG MC D\n");
-    NOTE("DEBUG MC E\n");
-    NOTE("Append to /tmp/node_%d of %d\n", node, units - 1);
+    note_line("DEBUG MC A\n");
+    note_line("DEBUG MC B\n");
+    note_line("DEBUG MC C\n");
+    note_line("%s %d\n", found, (int)strlen(found));
+    note_line("DEBUG MC D\n");
+    note_line("DEBUG MC E\n");
+    note_line("Append to /tmp/node_%d of %d\n", node, units - 1);
   }
   const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   if (write(file, text, (size_t)length) < 0) perror(path);
@@ -129,7 +132,7 @@ static void collect(int handle) {
   int misses = 0;
   run("rm /tmp/mcD.log > /dev/null");
   for (;;) {
-    struct sockaddr_in sender;
+    struct sockaddr_in sender = {0};
     socklen_t size = sizeof sender;
     const ssize_t length = recvfrom(handle, datagram, datagram_size, 0, (struct sockaddr*)&sender, &size);
     if (length > 0) {

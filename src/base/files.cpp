@@ -19,12 +19,23 @@ unique_fd open_descriptor(const char* path, int flags) {
   return unique_fd{open(path, flags | O_NONBLOCK | O_CLOEXEC, new_file_mode)};
 }
 
-constexpr int writing(write_mode mode) {
-  return O_WRONLY | O_CREAT | O_NOFOLLOW | (mode == write_mode::append ? O_APPEND : O_TRUNC);
+bool is_our_link(const char* path) {
+  struct stat status {};
+  if (lstat(path, &status) != 0 || !S_ISLNK(status.st_mode)) return false;
+  return status.st_uid == 0 || status.st_uid == geteuid();
 }
 
-unique_file open_stream(const char* path, int flags, const char* mode) {
-  unique_fd descriptor = open_descriptor(path, flags);
+unique_fd open_place(const char* path, int flags) {
+  unique_fd descriptor = open_descriptor(path, flags | O_CREAT | O_NOFOLLOW);
+  if (!descriptor && errno == ELOOP && is_our_link(path)) descriptor = open_descriptor(path, flags | O_CREAT);
+  return descriptor;
+}
+
+constexpr int writing(write_mode mode) {
+  return O_WRONLY | (mode == write_mode::append ? O_APPEND : O_TRUNC);
+}
+
+unique_file stream_of(unique_fd descriptor, const char* mode) {
   if (!descriptor) return nullptr;
   unique_file file{fdopen(descriptor.get(), mode)};
   if (file) static_cast<void>(descriptor.release());
@@ -44,15 +55,18 @@ void prepare_standard_descriptors() {
 }
 
 unique_file open_for_reading(const char* path) {
-  return open_stream(path, O_RDONLY, "r");
+  return stream_of(open_descriptor(path, O_RDONLY), "r");
+}
+
+unique_file open_waiting(const char* path) {
+  return stream_of(unique_fd{open(path, O_RDONLY | O_CLOEXEC)}, "r");
 }
 
 unique_file open_for_writing(const char* path, write_mode mode) {
-  return open_stream(path, writing(mode), mode == write_mode::append ? "a" : "w");
+  return stream_of(open_place(path, writing(mode)), mode == write_mode::append ? "a" : "w");
 }
 
-direct_file::direct_file(const char* path, write_mode mode)
-    : descriptor_(open_descriptor(path, writing(mode))) {}
+direct_file::direct_file(const char* path, write_mode mode) : descriptor_(open_place(path, writing(mode))) {}
 
 std::size_t direct_file::write(std::string_view text) {
   std::size_t written = 0;
@@ -77,7 +91,7 @@ bool direct_file::write_whole(std::string_view text) {
 }
 
 unique_file open_for_update(const char* path) {
-  return open_stream(path, O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW, "w+b");
+  return stream_of(open_place(path, O_RDWR | O_TRUNC), "w+b");
 }
 
 unique_folder open_folder(const char* path) {
@@ -91,6 +105,11 @@ const char* next_name(DIR* folder) {
 
 void delete_file(const char* path) {
   unlink(path);
+}
+
+void delete_regular_file(const char* path) {
+  struct stat status {};
+  if (lstat(path, &status) == 0 && S_ISREG(status.st_mode)) delete_file(path);
 }
 
 bool file_exists(const char* path) {
@@ -127,9 +146,11 @@ std::size_t count_lines(std::FILE* file) {
 }
 
 std::size_t read_available(std::FILE* file, std::span<char> buffer) {
+  const int descriptor = fileno(file);
+  if (descriptor < 0) return std::fread(buffer.data(), 1, buffer.size(), file);
   ssize_t length = 0;
   do {
-    length = read(fileno(file), buffer.data(), buffer.size());
+    length = read(descriptor, buffer.data(), buffer.size());
   } while (length < 0 && errno == EINTR);
   return length > 0 ? static_cast<std::size_t>(length) : 0;
 }

@@ -23,15 +23,22 @@ void prepare_standard_descriptors();
 // Opens a file for reading; empty when it cannot be opened. Neither this nor open_for_writing waits at a pipe.
 [[nodiscard]] unique_file open_for_reading(const char* path);
 
+// The same, but the opening and every read of a pipe wait for its writer.
+[[nodiscard]] unique_file open_waiting(const char* path);
+
 enum class write_mode { replace, append };
 
-// Opens a file for writing, creating it when needed; empty when it cannot be opened. A symbolic link that
-// somebody planted at the path is not followed.
+// Opens a file for writing, creating it when needed; empty when it cannot be opened. A symbolic link at the path
+// is followed when it belongs to root or to the user that we run as: a unit may keep the file on other storage.
+// One that another user planted is not.
 [[nodiscard]] unique_file open_for_writing(const char* path, write_mode mode);
 
 // A file that is written without a buffer: what counts as written is in the file. It closes itself.
 class direct_file {
  public:
+  // None: a write reaches nothing.
+  direct_file() = default;
+
   // Opens as open_for_writing does.
   direct_file(const char* path, write_mode mode);
 
@@ -47,7 +54,7 @@ class direct_file {
   unique_fd descriptor_;
 };
 
-// Opens a file for writing and reading, emptied; empty when it cannot be opened.
+// Opens a file for writing and reading, emptied, as open_for_writing does; empty when it cannot be opened.
 [[nodiscard]] unique_file open_for_update(const char* path);
 
 // Opens a folder; empty when it cannot be opened.
@@ -58,6 +65,9 @@ class direct_file {
 
 // Deletes a file; a missing one is no failure.
 void delete_file(const char* path);
+
+// The same, but only a regular file: a device, a pipe or a link stays.
+void delete_regular_file(const char* path);
 
 // True when something of that name exists, readable or not.
 [[nodiscard]] bool file_exists(const char* path);
@@ -81,7 +91,8 @@ std::size_t read_line(std::FILE* file, std::span<char> line);
 [[nodiscard]] std::size_t count_lines(std::FILE* file);
 
 // Reads what there is, at least one byte, waiting for it if need be; for a stream that nobody reads through its
-// own buffer. Returns the number of bytes read; 0 at the end and after a failure.
+// own buffer. A stream without a descriptor is read until the buffer is full. Returns the number of bytes read; 0 at
+// the end and after a failure.
 [[nodiscard]] std::size_t read_available(std::FILE* file, std::span<char> buffer);
 
 // Copies what is left of one stream to another, byte for byte, to the end or to the first failure.

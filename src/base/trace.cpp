@@ -1,18 +1,11 @@
 #include "base/trace.hpp"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <new>
 
-#include "base/handles.hpp"
-
 namespace {
-
-constexpr mode_t log_file_mode = 0666;
 
 // The longest text whose echo command fits the buffer: the command is the opening, the text, the
 // redirection and the path.
@@ -20,11 +13,6 @@ std::size_t text_limit(std::string_view path, std::size_t buffer_size, std::stri
   constexpr std::string_view opening = "echo \"";
   const std::size_t around = opening.size() + redirection.size() + path.size() + 1;
   return buffer_size > around ? buffer_size - around : 0;
-}
-
-unique_fd open_log(const char* path, int flags) {
-  return unique_fd{
-      open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, log_file_mode)};
 }
 
 // A line as the echo command would print it, its line feed included.
@@ -37,10 +25,7 @@ class trace_line {
     text_[length_++] = '\n';
   }
 
-  void write_to(const unique_fd& file) const {
-    if (!file) return;
-    [[maybe_unused]] const ssize_t written = write(file.get(), text_.data(), length_);
-  }
+  [[nodiscard]] std::string_view text() const { return {text_.data(), length_}; }
 
  private:
   std::array<char, longest_command_size> text_;
@@ -54,7 +39,7 @@ void trace_log::line(const char* format, ...) const {
   va_start(arguments, format);
   const trace_line line{format, arguments, buffer_size_, text_limit(path_, buffer_size_, "\" >> ")};
   va_end(arguments);
-  line.write_to(open_log(path_, O_APPEND));
+  direct_file{path_, write_mode::append}.write(line.text());
 }
 
 void trace_log::replace(const char* format, ...) const {
@@ -62,7 +47,7 @@ void trace_log::replace(const char* format, ...) const {
   va_start(arguments, format);
   const trace_line line{format, arguments, buffer_size_, text_limit(path_, buffer_size_, "\" > ")};
   va_end(arguments);
-  line.write_to(open_log(path_, O_TRUNC));
+  direct_file{path_, write_mode::replace}.write(line.text());
 }
 
 void open_trace_log::line(const char* format, ...) {
@@ -70,12 +55,12 @@ void open_trace_log::line(const char* format, ...) {
   va_start(arguments, format);
   const trace_line line{format, arguments, buffer_size_, text_limit(path_, buffer_size_, "\" >> ")};
   va_end(arguments);
-  if (!file_) file_ = open_log(path_, O_APPEND);
-  line.write_to(file_);
+  if (!file_) file_ = direct_file{path_, write_mode::append};
+  file_.write(line.text());
 }
 
 trace_block::trace_block(const char* path)
-    : file_(open_log(path, O_APPEND)), block_(new (std::nothrow) char[block_size]) {}
+    : file_(path, write_mode::append), block_(new (std::nothrow) char[block_size]) {}
 
 bool trace_block::append(std::string_view lines) {
   if (!block_) return false;
@@ -85,6 +70,6 @@ bool trace_block::append(std::string_view lines) {
 }
 
 void trace_block::write_block() {
-  if (file_ && write(file_.get(), block_.get(), used_) != static_cast<ssize_t>(used_)) file_ = unique_fd{};
+  if (file_.write({block_.get(), used_}) != used_) file_ = {};
   used_ = 0;
 }

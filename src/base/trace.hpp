@@ -4,7 +4,7 @@
 // Readers on the unit know these logs as the output of lines like  echo "TEXT" >> PATH  built in a buffer of
 // a fixed size. A text that would make that command longer than its buffer is cut so that the command would just
 // fit, so the logs keep their known widths. A zero byte ends a text. A line that cannot be written is lost: a log is no
-// reason to fail the request. A symbolic link that somebody planted at the path is not followed.
+// reason to fail the request. Links at a log's path are treated as open_for_writing treats them (files.hpp).
 
 #pragma once
 
@@ -14,7 +14,7 @@
 #include <memory>
 #include <string_view>
 
-#include "base/handles.hpp"
+#include "base/files.hpp"
 
 // The command buffers, in bytes with their terminator.
 inline constexpr std::size_t short_command_size = 128;
@@ -47,7 +47,7 @@ class open_trace_log {
  private:
   const char* path_;
   std::size_t buffer_size_;
-  unique_fd file_;
+  direct_file file_;
 };
 
 // A log that takes very many short lines in a row: they are appended in blocks, the last one at the end of the
@@ -68,7 +68,7 @@ class trace_block {
 
   void write_block();
 
-  unique_fd file_;
+  direct_file file_;
   std::size_t used_ = 0;
   std::unique_ptr<char[]> block_;  // too large for the stack of a server that limits it
 };

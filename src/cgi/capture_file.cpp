@@ -157,15 +157,16 @@ cgiEnvironmentResultType read_entries(std::FILE* capture) {
 cgiEnvironmentResultType cgiWriteEnvironment(const char* path) {
   unique_file capture = open_for_writing(path, write_mode::replace);
   if (!capture) return cgiEnvironmentIO;
+  set_blocking(fileno(capture.get()));  // a slow reader of a pipe gets the whole request
   const bool written = write_request(capture.get());
   if (std::fclose(capture.release()) == 0 && written) return cgiEnvironmentSuccess;
-  delete_file(path);
+  delete_regular_file(path);
   return cgiEnvironmentIO;
 }
 
 cgiEnvironmentResultType cgiReadEnvironment(const char* path) {
   cgiFreeResources();
-  const unique_file capture = open_for_reading(path);
+  const unique_file capture = open_waiting(path);
   growing_array<char> magic;
   if (!capture || !read_bytes(capture.get(), magic)) return cgiEnvironmentIO;
   if (view_of(magic) != cgiCaptureMagic) return cgiEnvironmentWrongVersion;

@@ -23,12 +23,12 @@ enum cgiEnvironmentResultType {
 };
 
 // Saves the request to a file, in the place of what it held; an upload whose temporary file is gone is saved
-// as a field without content. A symbolic link at the path is not followed: that is a file that cannot be
-// opened. Returns cgiEnvironmentSuccess, or cgiEnvironmentIO when something could not be written; no file of
-// ours is left then.
+// as a field without content. The path may be that of a pipe or a device, such as /dev/stdout; a symbolic link
+// that another user planted there is a file that cannot be opened. Returns cgiEnvironmentSuccess, or
+// cgiEnvironmentIO when something could not be written; no file of ours is left then.
 [[nodiscard]] cgiEnvironmentResultType cgiWriteEnvironment(const char* path);
 
-// Loads a request. The one that was there is released first, whatever follows. The loaded entries are as
+// Loads a request, from a file or from a pipe, whose writer it waits for. The one that was there is released first, whatever follows. The loaded entries are as
 // decoded ones, uploads in temporary files of their own, but for a value that held a zero byte: its text is
 // shorter than its valueLength. A file that ends in front of an entry or in its name holds the entries before
 // it; no length that it announces costs memory before the bytes are there.

@@ -79,8 +79,8 @@ void record_table::sort_by_first_column() {
     const int difference = value(left, 0).compare(value(right, 0));
     return difference != 0 ? difference < 0 : left < right;
   });
-  const auto repeats =
-      std::ranges::unique(sorted, [this](int left, int right) { return value(left, 0) == value(right, 0); });
-  std::fill(repeats.begin(), repeats.end(), -1);
+  const auto repeats = std::unique(sorted.begin(), sorted.end(),
+                                   [this](int left, int right) { return value(left, 0) == value(right, 0); });
+  std::fill(repeats, sorted.end(), -1);
   order_ = std::move(order);
 }

@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "base/files.hpp"
+#include "base/trace.hpp"
+#include "support/files.hpp"
+
+// The box has one user only, so it is we who become another one: the links stay those of the first.
+namespace {
+
+bool is_another_user = false;
+
+}  // namespace
+
+extern "C" uid_t __real_geteuid();
+extern "C" uid_t __wrap_geteuid() {
+  return is_another_user ? __real_geteuid() + 1 : __real_geteuid();
+}
+
+namespace {
+
+void write_all(const std::string& folder) {
+  if (const unique_file file = open_for_writing((folder + "file").c_str(), write_mode::replace)) {
+    std::fputs("text\n", file.get());
+  }
+  if (const unique_file file = open_for_update((folder + "update").c_str())) std::fputs("text\n", file.get());
+  direct_file{(folder + "direct").c_str(), write_mode::append}.write("text\n");
+  const std::string log_path = folder + "log";
+  const trace_log log{log_path.c_str(), command_size};
+  log.replace("text");
+}
+
+TEST(Links, OurOwnAreFollowedAndThoseOfOthersAreNot) {
+  char folder[] = "/tmp/linksXXXXXX";
+  ASSERT_NE(mkdtemp(folder), nullptr);
+  const std::string links = std::string{folder} + "/";
+  const std::string targets = std::string{folder} + "/targets/";
+  std::filesystem::create_directory(targets);
+  for (const char* name : {"file", "update", "direct", "log"}) {
+    write_file(targets + name, "");
+    std::filesystem::create_symlink(targets + name, links + name);
+  }
+  struct stat status {};
+  ASSERT_EQ(lstat((links + "file").c_str(), &status), 0);
+  ASSERT_NE(status.st_uid, 0U) << "the links of root are always followed";
+
+  is_another_user = true;
+  write_all(links);
+  is_another_user = false;
+  for (const char* name : {"file", "update", "direct", "log"})
+    EXPECT_EQ(read_file(targets + name), "") << name;
+
+  write_all(links);
+  for (const char* name : {"file", "update", "direct", "log"}) {
+    EXPECT_EQ(read_file(targets + name), "text\n") << name;
+  }
+}
+
+}  // namespace

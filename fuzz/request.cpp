@@ -55,8 +55,8 @@ void check_upload(const char* name) {
   int size = -1;
   const bool is_upload = cgiFormFileSize(name, &size) == cgiFormSuccess;
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
-  check_limits(cgiFormFileName, name, std::strlen(entry->fileName.get()) + 1);
-  check_limits(cgiFormFileContentType, name, std::strlen(entry->contentType.get()) + 1);
+  check_limits(cgiFormFileName, name, std::strlen(entry->fileName()) + 1);
+  check_limits(cgiFormFileContentType, name, std::strlen(entry->contentType()) + 1);
   cgiFilePtr file = nullptr;
   require((cgiFormFileOpen(name, &file) == cgiFormSuccess) == is_upload, "every upload can be opened");
   std::array<char, 100> chunk;
@@ -72,12 +72,12 @@ void check_upload(const char* name) {
 std::string take_request() {
   std::string request;
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    const bool is_upload = entry->tfileName[0] != '\0';
-    for (const cgiText* text : {&entry->name, &entry->value, &entry->fileName, &entry->contentType}) {
-      request.append(text->get()).append("|");
+    const bool is_upload = entry->tfileName()[0] != '\0';
+    for (const char* text : {entry->name(), entry->value(), entry->fileName(), entry->contentType()}) {
+      request.append(text).append("|");
     }
     request += std::to_string(entry->valueLength) + "|";
-    if (is_upload) request += read_file(entry->tfileName.get());
+    if (is_upload) request += read_file(entry->tfileName());
     request += is_upload ? "|upload\n" : "|field\n";
   }
   cgiFreeResources();

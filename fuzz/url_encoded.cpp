@@ -20,9 +20,9 @@ std::string encoded_again() {
     }
   };
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    append(entry->name[0] != '\0' ? entry->name.get() : std::string_view{"\0", 1});
+    append(entry->name()[0] != '\0' ? entry->name() : std::string_view{"\0", 1});
     encoded += "=";
-    append(entry->value.get());
+    append(entry->value());
     encoded += "&";
   }
   return encoded;

@@ -1,7 +1,11 @@
+#include "base/unit.hpp"
 #include "cgi/entry.hpp"
 #include "handler/admission_guard.hpp"
 #include "handler/command_dispatcher.hpp"
 
 int main() {
-  return cgiServeRequest({.onCalled = cgiOnCalled, .main = cgiMain, .onClose = cgiOnClose});
+  return cgiServeRequest({.onCalled = cgiOnCalled,
+                          .main = cgiMain,
+                          .onClose = cgiOnClose,
+                          .temporaryFiles = unit::upload_files});
 }

@@ -155,11 +155,38 @@ std::size_t read_available(std::FILE* file, std::span<char> buffer) {
   return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
+std::size_t read_whole(std::FILE* file, std::span<char> buffer) {
+  std::size_t length = 0;
+  while (length < buffer.size()) {
+    const std::size_t added = read_available(file, buffer.subspan(length));
+    if (added == 0) break;
+    length += added;
+  }
+  return length;
+}
+
 void copy_stream(std::FILE* from, std::FILE* to) {
   std::array<char, copy_block_size> block;
   for (;;) {
     const std::size_t length = std::fread(block.data(), 1, block.size(), from);
     if (length == 0 || std::fwrite(block.data(), 1, length, to) != length) return;
+  }
+}
+
+void delete_temporary_files(std::string_view pattern) {
+  const std::size_t slash = pattern.rfind('/');
+  const std::string_view name = pattern.substr(slash + 1);
+  const std::string_view stem = name.substr(0, name.find_last_not_of('X') + 1);
+  fixed_text<1024> path;
+  path.assign_cut(pattern.substr(0, slash));
+  const unique_folder folder = open_folder(path.c_str());
+  while (const char* found = folder ? next_name(folder.get()) : nullptr) {
+    const std::string_view candidate{found};
+    if (candidate.size() != name.size() || !candidate.starts_with(stem)) continue;
+    if (!std::ranges::all_of(candidate.substr(stem.size()), is_letter_or_digit)) continue;
+    path.assign_cut(pattern.substr(0, slash + 1));
+    path.append_cut(candidate);
+    delete_regular_file(path.c_str());
   }
 }
 

@@ -95,8 +95,15 @@ std::size_t read_line(std::FILE* file, std::span<char> line);
 // the end and after a failure.
 [[nodiscard]] std::size_t read_available(std::FILE* file, std::span<char> buffer);
 
+// Reads as read_available does until the buffer is full. Returns the number of bytes read; fewer than asked for
+// only at the end and after a failure. Takes nothing that lies after them.
+[[nodiscard]] std::size_t read_whole(std::FILE* file, std::span<char> buffer);
+
 // Copies what is left of one stream to another, byte for byte, to the end or to the first failure.
 void copy_stream(std::FILE* from, std::FILE* to);
+
+// Deletes every regular file that has a name of the pattern, which ends in six X.
+void delete_temporary_files(std::string_view pattern);
 
 // A file made for the length of a scope: deleted at its end, unless somebody else has taken charge of it.
 class temp_file {

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <span>
@@ -39,6 +40,13 @@ class growing_array {
     return {items_ + (count_ - count), count};
   }
 
+  // Adds copies of these items. Returns false, with the array as it was, when there is no memory.
+  [[nodiscard]] bool append_all(std::span<const T> added) {
+    const std::span<T> room = extend(added.size());
+    std::copy(added.begin(), added.begin() + static_cast<std::ptrdiff_t>(room.size()), room.begin());
+    return room.size() == added.size();
+  }
+
   // Drops the items from that one on.
   void shrink(std::size_t count) { count_ = count; }
 
@@ -47,6 +55,15 @@ class growing_array {
     if (items_ != nullptr) std::free(items_);
     items_ = nullptr;
     count_ = room_ = 0;
+  }
+
+  // Hands over the memory, cut to the items that are in it; whoever takes it frees it.
+  [[nodiscard]] T* take() {
+    void* cut = reallocarray(items_, count_, sizeof(T));
+    T* taken = cut != nullptr ? static_cast<T*>(cut) : items_;
+    items_ = nullptr;
+    count_ = room_ = 0;
+    return taken;
   }
 
   [[nodiscard]] std::size_t size() const { return count_; }

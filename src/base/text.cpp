@@ -54,3 +54,11 @@ std::int32_t leading_number(std::string_view text) {
 std::int32_t leading_digits(std::string_view text) {
   return nearest_32_bits(digits_number(skip_space(text)));
 }
+
+bool bounded_text::add(std::string_view text) {
+  if (buffer_.empty()) return text.empty();
+  const std::size_t copied = text.copy(&buffer_[length_], buffer_.size() - length_ - 1);
+  length_ += copied;
+  buffer_[length_] = '\0';
+  return copied == text.size();
+}

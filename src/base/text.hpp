@@ -3,7 +3,9 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 // True for blank, tab, line feed, vertical tab, form feed and carriage return.
@@ -14,6 +16,11 @@
 // The lower-case letter of an upper-case one; every other byte as it is.
 [[nodiscard]] constexpr char to_lower(char character) {
   return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+[[nodiscard]] constexpr bool is_letter_or_digit(char character) {
+  const char lower = to_lower(character);
+  return (lower >= 'a' && lower <= 'z') || (lower >= '0' && lower <= '9');
 }
 
 // The text up to its first zero byte, as a reader of zero-terminated texts sees it.
@@ -39,3 +46,20 @@
 
 // The same for a number without a sign.
 [[nodiscard]] std::int32_t leading_digits(std::string_view text);
+
+// A text in somebody else's buffer, written from its start and terminated all the time. What does not fit is
+// dropped; a buffer of no bytes is left alone.
+class bounded_text {
+ public:
+  explicit bounded_text(std::span<char> buffer) : buffer_(buffer) { add(std::string_view{}); }
+
+  // Both return whether all of it fitted.
+  bool add(char byte) { return add({&byte, 1}); }
+  bool add(std::string_view text);
+
+  [[nodiscard]] bool empty() const { return length_ == 0; }
+
+ private:
+  std::span<char> buffer_;
+  std::size_t length_ = 0;
+};

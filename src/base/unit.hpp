@@ -16,6 +16,9 @@ inline constexpr const char* stop_link = "/usr/local/bin/ast_send_event -1 e_sto
 inline constexpr std::uint16_t api_port = 8000;
 inline constexpr const char* discovery_group = "226.0.0.19";
 
+// Uploads arrive here; the name is no other program's.
+inline constexpr const char* upload_files = "/dev/shm/cgicXXXXXX";
+
 inline constexpr const char* keys_file = "/etc/keys.txt";
 inline constexpr const char* discover_csv = "/tmp/discover.csv";
 inline constexpr const char* discover_info = "/tmp/discover.info";

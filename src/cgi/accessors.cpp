@@ -8,35 +8,10 @@
 #include <span>
 
 #include "base/growing_array.hpp"
+#include "base/text.hpp"
 #include "cgi/state.hpp"
 
 namespace {
-
-// Writes a text into a buffer of `size` bytes and remembers whether all of it fitted.
-class limited_text {
- public:
-  limited_text(char* buffer, std::size_t size)
-      : next_(buffer), room_(size > 0 ? size - 1 : 0), writable_(size > 0) {}
-
-  // Returns false when the byte did not fit.
-  bool add(char byte) {
-    if (room_ == 0) return false;
-    *next_++ = byte;
-    --room_;
-    empty_ = false;
-    return true;
-  }
-  void terminate() {
-    if (writable_) *next_ = '\0';
-  }
-  [[nodiscard]] bool empty() const { return empty_; }
-
- private:
-  char* next_;
-  std::size_t room_;
-  bool writable_;
-  bool empty_ = true;
-};
 
 // Moves past a run of carriage returns and line feeds. Returns the larger of their two counts.
 std::ptrdiff_t skip_line_ends(const char*& text) {
@@ -49,7 +24,7 @@ std::ptrdiff_t skip_line_ends(const char*& text) {
 enum class line_ends { keep, drop };
 
 // Returns false when the value did not fit.
-bool copy_value(const char* value, line_ends kept, limited_text& copy) {
+bool copy_value(const char* value, line_ends kept, bounded_text& copy) {
   while (*value != '\0') {
     const std::ptrdiff_t run = skip_line_ends(value);
     for (std::ptrdiff_t line_feeds = kept == line_ends::keep ? run : 0; line_feeds > 0; --line_feeds) {
@@ -61,17 +36,16 @@ bool copy_value(const char* value, line_ends kept, limited_text& copy) {
 }
 
 cgiFormResultType copy_first(const char* name, line_ends kept, char* result, int max) {
-  limited_text copy{result, static_cast<std::size_t>(std::max(max, 0))};
+  bounded_text copy{{result, static_cast<std::size_t>(std::max(max, 0))}};
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
-  const bool whole = entry == nullptr || copy_value(entry->value.get(), kept, copy);
-  copy.terminate();
+  const bool whole = entry == nullptr || copy_value(entry->value(), kept, copy);
   if (entry == nullptr) return cgiFormNotFound;
   if (!whole) return cgiFormTruncated;
   return copy.empty() ? cgiFormEmpty : cgiFormSuccess;
 }
 
 std::size_t space_needed(const cgiFormEntry& entry) {
-  return std::strlen(entry.value.get()) + 1;
+  return std::strlen(entry.value()) + 1;
 }
 
 // The whole value as cgiFormString copies it; null without memory.
@@ -79,9 +53,8 @@ char* new_value(const cgiFormEntry& entry) {
   const std::size_t space = space_needed(entry);
   auto* value = new (std::nothrow) char[space];
   if (value == nullptr) return nullptr;
-  limited_text copy{value, space};
-  static_cast<void>(copy_value(entry.value.get(), line_ends::keep, copy));
-  copy.terminate();
+  bounded_text copy{{value, space}};
+  static_cast<void>(copy_value(entry.value(), line_ends::keep, copy));
   return value;
 }
 
@@ -155,7 +128,7 @@ cgiFormResultType cgiFormEntries(char*** result) {
   *result = nullptr;
   growing_array<placed_name> names;
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    if (!names.append({entry->name.get(), names.items().size()})) return cgiFormMemory;
+    if (!names.append({entry->name(), names.items().size()})) return cgiFormMemory;
   }
   const std::size_t count = gather_first_names(names.items());
   *result = new_array(count);

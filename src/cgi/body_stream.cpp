@@ -8,8 +8,13 @@
 
 namespace {
 
-// Takes what input there is, behind the input at hand. Returns false at the end of the body.
+// Moves the input at hand in front of the block, and takes what input there is. Returns false at the end of the body.
 bool receive(cgiBodyStream& stream) {
+  const std::size_t kept = stream.blockEnd - stream.blockBegin;
+  const std::size_t begin = cgiBodyStream::headroom_size - kept;
+  std::memmove(stream.block.data() + begin, stream.block.data() + stream.blockBegin, kept);
+  stream.blockBegin = begin;
+  stream.blockEnd = cgiBodyStream::headroom_size;
   if (stream.received >= cgiContentLength) return false;
   const auto left = static_cast<std::size_t>(cgiContentLength - stream.received);
   const std::span<char> room = std::span{stream.block}.subspan(stream.blockEnd);
@@ -33,6 +38,10 @@ std::size_t cgiBodyRead(cgiBodyStream& stream, std::span<char> buffer) {
   return delivered;
 }
 
+bool cgiBodyReadByte(cgiBodyStream& stream, char& byte) {
+  return cgiBodyRead(stream, {&byte, 1}) == 1;
+}
+
 void cgiBodyPutBack(cgiBodyStream& stream, std::string_view bytes) {
   stream.offset -= static_cast<std::int32_t>(bytes.size());
   while (!bytes.empty()) {
@@ -49,18 +58,11 @@ std::string_view cgiBodyAtHand(cgiBodyStream& stream) {
     const std::size_t end = wraps ? stream.putback.size() : stream.writePos;
     return {stream.putback.data() + stream.readPos, end - stream.readPos};
   }
-  if (stream.blockBegin == stream.blockEnd) {
-    stream.blockBegin = stream.blockEnd = 0;
-    if (!receive(stream)) return {};
-  }
+  if (stream.blockBegin == stream.blockEnd && !receive(stream)) return {};
   return {stream.block.data() + stream.blockBegin, stream.blockEnd - stream.blockBegin};
 }
 
 bool cgiBodyReadMore(cgiBodyStream& stream) {
-  const std::size_t length = stream.blockEnd - stream.blockBegin;
-  std::memmove(stream.block.data(), stream.block.data() + stream.blockBegin, length);
-  stream.blockBegin = 0;
-  stream.blockEnd = length;
   return receive(stream);
 }
 

@@ -23,8 +23,17 @@ struct cgiBodyStream {
 
   std::int32_t offset;  // body bytes delivered and not put back
 
-  // The input read ahead: what lies from blockBegin up to blockEnd is not delivered yet.
-  std::array<char, block_size> block;
+  // The input read ahead: what lies from blockBegin up to blockEnd is not delivered yet. Every read takes a whole
+  // block, behind the headroom; the few bytes that a search could not decide yet are moved in front of it:
+  //
+  //   headroom                    block
+  //   |                  <bytes> | bytes of the next read ...                      |
+  //                      ^ blockBegin                                     blockEnd ^
+  //
+  // Reads that made room for those bytes in the block itself would ask a pipe for a little less than it holds, and
+  // find only that little the next time.
+  static constexpr std::size_t headroom_size = 4096;
+  std::array<char, headroom_size + block_size> block;
   std::size_t blockBegin;
   std::size_t blockEnd;
   std::int32_t received;  // bytes of the body taken from cgiIn so far
@@ -34,6 +43,9 @@ struct cgiBodyStream {
 // Returns how many; fewer than asked for only at the end of the body, and 0 once it has ended.
 std::size_t cgiBodyRead(cgiBodyStream& stream, std::span<char> buffer);
 
+// The next byte; false at the end of the body.
+[[nodiscard]] bool cgiBodyReadByte(cgiBodyStream& stream, char& byte);
+
 // Returns bytes to the stream. They come behind those of an earlier put-back that are still waiting.
 void cgiBodyPutBack(cgiBodyStream& stream, std::string_view bytes);
 
@@ -41,8 +53,8 @@ void cgiBodyPutBack(cgiBodyStream& stream, std::string_view bytes);
 // the end of the body. They stay in the stream until cgiBodySkip takes them.
 [[nodiscard]] std::string_view cgiBodyAtHand(cgiBodyStream& stream);
 
-// The same with more behind them, for a reader that cannot decide yet: nothing may be put back, and less than
-// a block may be at hand. Returns false at the end of the body, with what was at hand as it was.
+// The same with more after them, for a reader that cannot decide yet: nothing may be put back, and no more than
+// the headroom may be at hand. Returns false at the end of the body, with what was at hand as it was.
 [[nodiscard]] bool cgiBodyReadMore(cgiBodyStream& stream);
 
 // Takes `count` bytes of those at hand off the stream.

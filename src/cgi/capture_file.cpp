@@ -45,9 +45,9 @@ bool write_content(std::FILE* capture, const char* path) {
 }
 
 bool write_entry(std::FILE* capture, const cgiFormEntry& entry) {
-  return write_text(capture, entry.name.get()) && write_text(capture, entry.value.get()) &&
-         write_text(capture, entry.fileName.get()) && write_text(capture, entry.contentType.get()) &&
-         write_number(capture, entry.valueLength) && write_content(capture, entry.tfileName.get());
+  return write_text(capture, entry.name()) && write_text(capture, entry.value()) &&
+         write_text(capture, entry.fileName()) && write_text(capture, entry.contentType()) &&
+         write_number(capture, entry.valueLength) && write_content(capture, entry.tfileName());
 }
 
 bool write_request(std::FILE* capture) {
@@ -115,41 +115,50 @@ bool read_content(std::FILE* capture, std::int32_t length, const temp_file& temp
   return std::fclose(content.release()) == 0;
 }
 
-cgiEnvironmentResultType append_entry(cgiFormEntry&& entry) {
-  return cgiAppendEntry(std::move(entry)) == cgiParseSuccess ? cgiEnvironmentSuccess : cgiEnvironmentMemory;
+// The texts of an entry, as they are read.
+struct entry_texts {
+  growing_array<char> name;
+  growing_array<char> value;
+  growing_array<char> file_name;
+  growing_array<char> content_type;
+};
+
+cgiEnvironmentResultType append_entry(const entry_texts& texts, std::string_view temporary_name,
+                                      std::int32_t length) {
+  cgiNewEntry entry;
+  const bool made = entry.begin({.name = view_of(texts.name),
+                                 .fileName = view_of(texts.file_name),
+                                 .contentType = view_of(texts.content_type),
+                                 .tfileName = temporary_name}) &&
+                    entry.block().append_all(texts.value.items()) &&
+                    entry.append_to_list(length) == cgiParseSuccess;
+  return made ? cgiEnvironmentSuccess : cgiEnvironmentMemory;
 }
 
 // Reads what follows an entry's name.
-cgiEnvironmentResultType read_entry(std::FILE* capture, cgiText name) {
-  cgiFormEntry entry{};
-  entry.name = std::move(name);
-  for (cgiText cgiFormEntry::*text :
-       {&cgiFormEntry::value, &cgiFormEntry::fileName, &cgiFormEntry::contentType}) {
-    entry.*text = read_text(capture);
-    if (!(entry.*text)) return cgiEnvironmentMemory;
-  }
+cgiEnvironmentResultType read_entry(std::FILE* capture, entry_texts& texts) {
+  std::int32_t length = 0;
   std::int32_t has_content = 0;
-  const bool has_numbers = read_number(capture, entry.valueLength) && read_number(capture, has_content);
-  if (!has_numbers) return cgiEnvironmentMemory;
-  if (has_content == 0) {
-    entry.tfileName = cgiCopyText({});
-    return append_entry(std::move(entry));
-  }
+  const bool whole = read_bytes(capture, texts.value) && read_bytes(capture, texts.file_name) &&
+                     read_bytes(capture, texts.content_type) && read_number(capture, length) &&
+                     read_number(capture, has_content);
+  if (!whole) return cgiEnvironmentMemory;
+  if (has_content == 0) return append_entry(texts, {}, length);
   temp_file temporary{cgiTemporaryFiles};
-  if (!read_content(capture, entry.valueLength, temporary)) return cgiEnvironmentIO;
-  entry.tfileName = cgiCopyText(temporary.path().view());
-  const cgiEnvironmentResultType result = append_entry(std::move(entry));
+  if (!read_content(capture, length, temporary)) return cgiEnvironmentIO;
+  const cgiEnvironmentResultType result = append_entry(texts, temporary.path().view(), length);
   if (result == cgiEnvironmentSuccess) temporary.keep();
   return result;
 }
 
 // The list has no end mark: it ends where the name of another entry cannot be read, for whatever reason.
 cgiEnvironmentResultType read_entries(std::FILE* capture) {
-  while (cgiText name = read_text(capture)) {
-    const cgiEnvironmentResultType result = read_entry(capture, std::move(name));
+  for (;;) {
+    entry_texts texts;
+    if (!read_bytes(capture, texts.name)) return cgiEnvironmentSuccess;
+    const cgiEnvironmentResultType result = read_entry(capture, texts);
     if (result != cgiEnvironmentSuccess) return result;
   }
-  return cgiEnvironmentSuccess;
 }
 
 }  // namespace

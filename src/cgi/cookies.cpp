@@ -53,10 +53,10 @@ bool copy_names(std::string_view text, char** slot) {
 cgiFormResultType cgiCookieString(const char* name, char* value, int space) {
   const std::optional<std::string_view> found = find_cookie(name);
   const std::string_view text = found.value_or("");
-  const std::size_t room = space > 0 ? static_cast<std::size_t>(space) - 1 : 0;
-  if (space > 0) value[text.copy(value, room)] = '\0';
+  bounded_text copy{{value, static_cast<std::size_t>(std::max(space, 0))}};
+  const bool whole = copy.add(text);
   if (!found) return cgiFormNotFound;
-  return text.size() <= room ? cgiFormSuccess : cgiFormTruncated;
+  return whole ? cgiFormSuccess : cgiFormTruncated;
 }
 
 cgiFormResultType cgiCookieInteger(const char* name, int* result, int defaultValue) {

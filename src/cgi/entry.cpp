@@ -65,7 +65,7 @@ cgiParseResultType decode_urlencoded_body() {
   const auto length = static_cast<std::size_t>(cgiContentLength);
   const cgiText body{new (std::nothrow) char[length]};
   if (!body) return cgiParseMemory;
-  if (std::fread(body.get(), 1, length, cgiIn) != length) return cgiParseIO;
+  if (read_whole(cgiIn, {body.get(), length}) != length) return cgiParseIO;
   return cgiParseFormInput({body.get(), length});
 }
 
@@ -98,9 +98,9 @@ int refuse_form_data() {
 // takes the field that is named exactly so, with letter case.
 void scan_commands() {
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    if (std::strstr(entry->name.get(), "CMD") == nullptr) continue;
-    request_log.line("\t%s=%s", entry->name.get(), entry->value.get());
-    cgiReconnectOnClose = cgiStrEqNc(entry->value.get(), "UPDATE_FIRMWARE") ? 0 : 1;
+    if (std::strstr(entry->name(), "CMD") == nullptr) continue;
+    request_log.line("\t%s=%s", entry->name(), entry->value());
+    cgiReconnectOnClose = cgiStrEqNc(entry->value(), "UPDATE_FIRMWARE") ? 0 : 1;
     if (cgiReconnectOnClose == 1) return;
   }
 }
@@ -114,11 +114,14 @@ void trace_request() {
 
 int cgiServeRequest(const cgiHooks& hooks) {
   prepare_standard_descriptors();
-  catch_ending_signals();
   cgiIn = stdin;
   cgiOut = stdout;
-  // A client may send its next request as soon as it sees the end of this answer.
-  std::atexit(leave_process_list);
+  cgiTemporaryFiles = hooks.temporaryFiles;
+  if (hooks.ownsProcess) {
+    catch_ending_signals();
+    // A client may send its next request as soon as it sees the end of this answer.
+    std::atexit(leave_process_list);
+  }
   hooks.onCalled();
   capture_environment();
   if (decode_form_data() != cgiParseSuccess) return refuse_form_data();

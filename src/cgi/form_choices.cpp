@@ -8,7 +8,7 @@ namespace {
 // The index of the choice that the field holds; count when it holds none.
 int find_choice(const cgiFormEntry& entry, const char* const* choices, int count) {
   int index = 0;
-  while (index < count && std::strcmp(choices[index], entry.value.get()) != 0) ++index;
+  while (index < count && std::strcmp(choices[index], entry.value()) != 0) ++index;
   return index;
 }
 

@@ -1,5 +1,6 @@
 #include "cgi/form_entry.hpp"
 
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -27,26 +28,35 @@ cgiText cgiCopyText(std::string_view text) {
   return copy;
 }
 
-cgiParseResultType cgiAppendEntry(cgiFormEntry&& fields) {
-  if (!fields.name || !fields.value || !fields.fileName || !fields.contentType || !fields.tfileName) {
-    return cgiParseMemory;
-  }
-  auto* entry = new (std::nothrow) cgiFormEntry{std::move(fields)};
-  if (entry == nullptr) return cgiParseMemory;
-  entry->next = nullptr;
+bool cgiNewEntry::begin(const cgiEntryTexts& texts) {
+  std::uint32_t name_place = sizeof(cgiFormEntry);
+  block_.shrink(0);
+  return block_.extend(sizeof(cgiFormEntry)).size() == sizeof(cgiFormEntry) &&
+         add_text(texts.name, name_place) && add_text(texts.fileName, record_.file_name_place) &&
+         add_text(texts.contentType, record_.content_type_place) &&
+         add_text(texts.tfileName, record_.temporary_name_place) && place_next_text(record_.value_place);
+}
+
+bool cgiNewEntry::place_next_text(std::uint32_t& place) {
+  place = static_cast<std::uint32_t>(block_.size());
+  return place == block_.size();
+}
+
+bool cgiNewEntry::add_text(std::string_view text, std::uint32_t& place) {
+  return place_next_text(place) && block_.append_all(text) && block_.append('\0');
+}
+
+std::string_view cgiNewEntry::value() const {
+  return std::string_view{block_.items().data(), block_.size()}.substr(record_.value_place);
+}
+
+cgiParseResultType cgiNewEntry::append_to_list(std::int32_t valueLength) {
+  if (!block_.append('\0')) return cgiParseMemory;
+  record_.valueLength = valueLength;
+  auto* entry = new (block_.take()) cgiFormEntry{record_};
   (cgiFormEntryFirst == nullptr ? cgiFormEntryFirst : last_entry->next) = entry;
   last_entry = entry;
   return cgiParseSuccess;
-}
-
-cgiParseResultType cgiAppendPlainEntry(cgiText name, cgiText value, std::int32_t valueLength) {
-  return cgiAppendEntry({.name = std::move(name),
-                         .value = std::move(value),
-                         .valueLength = valueLength,
-                         .fileName = cgiCopyText({}),
-                         .contentType = cgiCopyText({}),
-                         .tfileName = cgiCopyText({}),
-                         .next = nullptr});
 }
 
 const cgiFormEntry* cgiFindFirstEntry(const char* name) {
@@ -58,16 +68,16 @@ const cgiFormEntry* cgiFindFirstEntry(const char* name) {
 const cgiFormEntry* cgiFindNextEntry() {
   while (search_position != nullptr) {
     const cgiFormEntry* entry = std::exchange(search_position, search_position->next);
-    if (std::strcmp(entry->name.get(), search_name) == 0) return entry;
+    if (std::strcmp(entry->name(), search_name) == 0) return entry;
   }
   return nullptr;
 }
 
 void cgiFreeResources() {
   while (cgiFormEntryFirst != nullptr) {
-    const std::unique_ptr<cgiFormEntry> entry{cgiFormEntryFirst};
-    cgiFormEntryFirst = entry->next;
-    if (entry->tfileName[0] != '\0') delete_file(entry->tfileName.get());
+    cgiFormEntry* entry = std::exchange(cgiFormEntryFirst, cgiFormEntryFirst->next);
+    if (entry->tfileName()[0] != '\0') delete_file(entry->tfileName());
+    std::free(entry);
   }
   last_entry = nullptr;
   search_position = nullptr;

@@ -1,30 +1,49 @@
 // Form entries: every field of a request, however it arrived, is one cgiFormEntry in one list.
 //   order   as the fields stand in the input; names need not be unique, lookups take the first match
 //   owner   the list owns its entries, an entry owns its texts and its temporary file
+//   memory  an entry is one block: the record, and behind it its texts. A request of very many tiny fields so takes
+//           some 24 times its own size
 //   life    filled by exactly one decoder, or from a capture file; released once by cgiFreeResources
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
+
+#include "base/growing_array.hpp"
 
 // A zero-terminated text of our own; null when there was no memory for it.
 using cgiText = std::unique_ptr<char[]>;
 
 struct cgiFormEntry {
-  cgiText name;   // decoded
-  cgiText value;  // decoded; empty for an uploaded file
-  // url-encoded: the length of `value` up to its first zero byte; multipart: the number of body bytes
-  std::int32_t valueLength;
-  cgiText fileName;     // the client's name of an uploaded file, else empty
-  cgiText contentType;  // of a multipart part, else empty
-  cgiText tfileName;    // path of the temporary file that holds an upload, else empty
-  cgiFormEntry* next;   // null in the last entry
-};
+  // Decoded. Each text is zero-terminated and lives as long as its entry.
+  [[nodiscard]] const char* name() const { return text_at(sizeof(cgiFormEntry)); }
+  // Decoded; empty for an uploaded file.
+  [[nodiscard]] const char* value() const { return text_at(value_place); }
+  // The client's name of an uploaded file, else empty.
+  [[nodiscard]] const char* fileName() const { return text_at(file_name_place); }
+  // Of a multipart part, else empty.
+  [[nodiscard]] const char* contentType() const { return text_at(content_type_place); }
+  // Path of the temporary file that holds an upload, else empty.
+  [[nodiscard]] const char* tfileName() const { return text_at(temporary_name_place); }
 
-// The pattern of the paths of temporary files.
-inline constexpr std::string_view cgiTemporaryFiles = "/dev/shm/cgicXXXXXX";
+  cgiFormEntry* next;  // null in the last entry
+  // url-encoded: the length of the value up to its first zero byte; multipart: the number of body bytes
+  std::int32_t valueLength;
+
+  // Where the other texts begin in the entry's block, in bytes; the name stands right behind the record.
+  std::uint32_t file_name_place;
+  std::uint32_t content_type_place;
+  std::uint32_t temporary_name_place;
+  std::uint32_t value_place;
+
+ private:
+  [[nodiscard]] const char* text_at(std::size_t place) const {
+    return static_cast<const char*>(static_cast<const void*>(this)) + place;
+  }
+};
 
 // What a body decoder returns.
 enum cgiParseResultType {
@@ -54,12 +73,38 @@ enum cgiFormResultType {
 // A copy of the text, zero-terminated; null when there is no memory.
 [[nodiscard]] cgiText cgiCopyText(std::string_view text);
 
-// Appends the entry to the list, in constant time. A null text counts as one there was no memory for. Returns
-// cgiParseSuccess, or cgiParseMemory with the list as it was.
-[[nodiscard]] cgiParseResultType cgiAppendEntry(cgiFormEntry&& fields);
+// All texts of an entry but its value.
+struct cgiEntryTexts {
+  std::string_view name;
+  std::string_view fileName = {};
+  std::string_view contentType = {};
+  std::string_view tfileName = {};
+};
 
-// The same for a field that has no more than a name and a value.
-[[nodiscard]] cgiParseResultType cgiAppendPlainEntry(cgiText name, cgiText value, std::int32_t valueLength);
+// An entry in the making. Its value grows at the end of the entry's own block, so a large one is never copied.
+class cgiNewEntry {
+ public:
+  // Begins an entry of these texts and an empty value. False when there is no memory.
+  [[nodiscard]] bool begin(const cgiEntryTexts& texts);
+
+  // Takes the bytes of the value at its end.
+  [[nodiscard]] growing_array<char>& block() { return block_; }
+
+  // The value so far.
+  [[nodiscard]] std::string_view value() const;
+
+  // Ends the value and appends the entry to the list, in constant time. Returns cgiParseSuccess, or cgiParseMemory
+  // with the list as it was.
+  [[nodiscard]] cgiParseResultType append_to_list(std::int32_t valueLength);
+
+ private:
+  // Both false when the block has outgrown a place's numbers; add_text also without memory.
+  bool place_next_text(std::uint32_t& place);
+  bool add_text(std::string_view text, std::uint32_t& place);
+
+  growing_array<char> block_;
+  cgiFormEntry record_{};
+};
 
 // The first entry, or the next one after the last found, whose name equals the given one byte for byte; null
 // when there is none. Both keep their place in one shared search position: it stands after the entry found,

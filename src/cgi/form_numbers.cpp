@@ -15,7 +15,7 @@ constexpr std::string_view double_starts = "0123456789-+.";
 cgiFormResultType find_number(const char* name, std::string_view starts, const char*& value) {
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
   if (entry == nullptr) return cgiFormNotFound;
-  value = entry->value.get();
+  value = entry->value();
   if (*value == '\0') return cgiFormEmpty;
   const std::string_view text = value;
   const std::size_t start = text.find_first_not_of(space_before_numbers);

@@ -27,6 +27,8 @@ constinit std::int32_t cgiContentLength = 0;
 constinit std::FILE* cgiIn = nullptr;
 constinit std::FILE* cgiOut = nullptr;
 
+constinit const char* cgiTemporaryFiles = "/dev/shm/cgi-uploadXXXXXX";
+
 constinit cgiFormEntry* cgiFormEntryFirst = nullptr;
 constinit int cgiRestored = 0;
 constinit int cgiReconnectOnClose = 0;

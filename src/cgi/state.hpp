@@ -44,6 +44,9 @@ extern std::int32_t cgiContentLength;
 extern std::FILE* cgiIn;
 extern std::FILE* cgiOut;
 
+// The pattern of the paths of temporary files: the system replaces the six X at its end. Set by cgiServeRequest.
+extern const char* cgiTemporaryFiles;
+
 // The head of the form entry list; null while it is empty. Written by the decoders and cgiFreeResources.
 extern cgiFormEntry* cgiFormEntryFirst;
 

@@ -7,26 +7,27 @@
 #include <string_view>
 
 #include "base/files.hpp"
+#include "base/text.hpp"
 
 namespace {
 
 // Copies one text of the first field of that name; `missing` is the result when it is empty.
-cgiFormResultType copy_text(const char* name, cgiText cgiFormEntry::*text, cgiFormResultType missing,
-                            char* result, int max) {
+cgiFormResultType copy_text(const char* name, const char* (cgiFormEntry::*text)() const,
+                            cgiFormResultType missing, char* result, int max) {
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
-  const std::string_view found = entry != nullptr ? (entry->*text).get() : "";
-  const std::size_t room = max > 0 ? static_cast<std::size_t>(max - 1) : 0;
-  if (max > 0) result[found.copy(result, room)] = '\0';
+  const std::string_view found = entry != nullptr ? (entry->*text)() : "";
+  bounded_text copy{{result, static_cast<std::size_t>(std::max(max, 0))}};
+  const bool whole = copy.add(found);
   if (entry == nullptr) return cgiFormNotFound;
   if (found.empty()) return missing;
-  return found.size() > room ? cgiFormTruncated : cgiFormSuccess;
+  return whole ? cgiFormSuccess : cgiFormTruncated;
 }
 
 // Finds the first field of that name. Returns cgiFormSuccess when it is an upload, else why there is none.
 cgiFormResultType find_upload(const char* name, const cgiFormEntry*& entry) {
   entry = cgiFindFirstEntry(name);
   if (entry == nullptr) return cgiFormNotFound;
-  return entry->tfileName[0] != '\0' ? cgiFormSuccess : cgiFormNotAFile;
+  return entry->tfileName()[0] != '\0' ? cgiFormSuccess : cgiFormNotAFile;
 }
 
 }  // namespace
@@ -54,7 +55,7 @@ cgiFormResultType cgiFormFileOpen(const char* name, cgiFilePtr* file) {
     *file = nullptr;
     return result == cgiFormSuccess ? cgiFormMemory : result;
   }
-  handle->stream = open_for_reading(entry->tfileName.get()).release();
+  handle->stream = open_for_reading(entry->tfileName()).release();
   if (handle->stream == nullptr) return cgiFormIO;
   *file = handle.release();
   return cgiFormSuccess;

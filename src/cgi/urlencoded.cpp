@@ -1,8 +1,9 @@
 #include "cgi/urlencoded.hpp"
 
-#include <cstring>
-#include <new>
-#include <utility>
+#include <span>
+
+#include "base/growing_array.hpp"
+#include "base/text.hpp"
 
 constinit const std::array<int, 256> cgiHexValue = [] {
   std::array<int, 256> values{};
@@ -19,23 +20,24 @@ int hex_value(char byte) {
   return cgiHexValue[static_cast<unsigned char>(byte)];
 }
 
-// The decoded text; null without memory. A byte that is no hexadecimal digit counts as 0 inside an escape,
-// and an escape cut short by the end writes nothing.
-cgiText unescape(std::string_view encoded) {
-  cgiText text{new (std::nothrow) char[encoded.size() + 1]};
-  if (!text) return text;
+// Appends the decoded text; false without memory. A byte that is no hexadecimal digit counts as 0 inside an
+// escape, and an escape cut short by the end writes nothing.
+bool unescape(std::string_view encoded, growing_array<char>& text) {
+  const std::size_t start = text.size();
+  const std::span<char> room = text.extend(encoded.size());
+  if (room.size() != encoded.size()) return false;
   std::size_t length = 0;
   for (std::size_t i = 0; i < encoded.size(); ++i) {
     if (encoded[i] != '%') {
-      text[length++] = encoded[i] == '+' ? ' ' : encoded[i];
+      room[length++] = encoded[i] == '+' ? ' ' : encoded[i];
       continue;
     }
     if (i + 2 >= encoded.size()) break;
-    text[length++] = static_cast<char>(hex_value(encoded[i + 1]) * 16 + hex_value(encoded[i + 2]));
+    room[length++] = static_cast<char>(hex_value(encoded[i + 1]) * 16 + hex_value(encoded[i + 2]));
     i += 2;
   }
-  text[length] = '\0';
-  return text;
+  text.shrink(start + length);
+  return true;
 }
 
 // Cuts the text before the first of the given bytes off `input`, and returns it. The byte stays in `input`.
@@ -48,6 +50,8 @@ std::string_view take_until(std::string_view& input, std::string_view ends) {
 }  // namespace
 
 cgiParseResultType cgiParseFormInput(std::string_view input) {
+  growing_array<char> name;
+  cgiNewEntry entry;
   while (!input.empty()) {
     const std::string_view encoded_name = take_until(input, "=&");
     if (encoded_name.empty()) break;
@@ -55,11 +59,13 @@ cgiParseResultType cgiParseFormInput(std::string_view input) {
     const std::string_view encoded_value = take_until(input, "&");
     if (!input.empty()) input.remove_prefix(1);
 
-    cgiText name = unescape(encoded_name);
-    cgiText value = unescape(encoded_value);
-    const std::size_t length = value ? std::strlen(value.get()) : 0;
-    const cgiParseResultType result =
-        cgiAppendPlainEntry(std::move(name), std::move(value), static_cast<std::int32_t>(length));
+    name.shrink(0);
+    if (!unescape(encoded_name, name) || !entry.begin({.name = {name.items().data(), name.size()}}) ||
+        !unescape(encoded_value, entry.block())) {
+      return cgiParseMemory;
+    }
+    const std::size_t length = text_before_zero(entry.value()).size();
+    const cgiParseResultType result = entry.append_to_list(static_cast<std::int32_t>(length));
     if (result != cgiParseSuccess) return result;
   }
   return cgiParseSuccess;

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "base/files.hpp"
 #include "base/fixed_text.hpp"
 #include "base/shell.hpp"
 #include "base/unit.hpp"
@@ -23,19 +24,20 @@ constexpr const char* busy_message =
     "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
 constexpr const char* updating_message = "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
 
-// True when the list of handler processes holds another one besides this, and also when it does not even hold
-// this one: then it cannot be trusted.
-bool another_request_runs() {
+enum class other_requests { none, some, unknown };
+
+// A list of handler processes that does not even hold this one cannot be trusted: it counts as holding another.
+other_requests find_other_requests() {
   fixed_text<32> processes;
   switch (shell_first_line("pidof handler.cgi", processes)) {
     case first_line::not_started:
-      return false;
+      return other_requests::unknown;
     case first_line::none:
-      return true;
+      return other_requests::some;
     case first_line::read:
       break;
   }
-  return processes.view().find(' ') != std::string_view::npos;
+  return processes.view().find(' ') != std::string_view::npos ? other_requests::some : other_requests::none;
 }
 
 bool firmware_update_runs() {
@@ -51,8 +53,11 @@ bool firmware_update_runs() {
 }  // namespace
 
 void cgiOnCalled() {
-  if (another_request_runs()) refuse(busy_message);
+  const other_requests others = find_other_requests();
+  if (others == other_requests::some) refuse(busy_message);
   if (firmware_update_runs()) refuse(updating_message);
+  // Uploads that are there now were left behind by a request that was killed, and fill the unit's memory.
+  if (others == other_requests::none) delete_temporary_files(unit::upload_files);
   shell_run(unit::stop_link);
 }
 

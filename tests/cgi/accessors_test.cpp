@@ -283,7 +283,7 @@ TEST(UploadedFile, IsReadToItsEndUnlessItIsGone) {
   EXPECT_EQ(cgiFormFileRead(file, buffer.data(), 7, &got), cgiFormEOF);
   EXPECT_EQ(got, 3);
   EXPECT_EQ(cgiFormFileRead(nullptr, buffer.data(), 7, &got), cgiFormOpenFailed);
-  std::filesystem::remove(cgiFormEntryFirst->tfileName.get());
+  std::filesystem::remove(cgiFormEntryFirst->tfileName());
   cgiFilePtr same = file;
   EXPECT_EQ(cgiFormFileOpen("file", &same), cgiFormIO);
   EXPECT_EQ(same, file);

@@ -63,7 +63,7 @@ TEST(CaptureFile, HasItsFormatByteForByteAndIsLoadedInThePlaceOfTheRequest) {
   append_field({"zero", std::string("b\0c", 3)});
   append_field({"", ""});
   append_field({"gone", "content", "gone.bin", "t"});
-  std::filesystem::remove(cgiFormEntryFirst->next->next->next->next->tfileName.get());
+  std::filesystem::remove(cgiFormEntryFirst->next->next->next->next->tfileName());
   write_file(path, std::string(9000, 'x'));
   ASSERT_EQ(cgiWriteEnvironment(path), cgiEnvironmentSuccess);
   EXPECT_EQ(read_file(path), capture_head(-5) + entry("CMD", "a\r\n") + upload("file", 3000, content) +

@@ -25,7 +25,7 @@ int print_request() {
   std::fprintf(cgiOut, "type:%s boundary:%s length:%d\n", cgiContentType, cgiMultipartBoundary,
                static_cast<int>(cgiContentLength));
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    std::fprintf(cgiOut, "%s=%s\n", entry->name.get(), entry->value.get());
+    std::fprintf(cgiOut, "%s=%s\n", entry->name(), entry->value());
   }
   return 7;
 }

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "cgi/body_stream.hpp"
+#include "cgi/header_lines.hpp"
 #include "cgi/state.hpp"
 #include "support/fields.hpp"
 #include "support/files.hpp"

@@ -17,17 +17,17 @@ std::ostream& operator<<(std::ostream& out, const field& shown) {
 std::vector<field> fields_of_request() {
   std::vector<field> fields;
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    const bool is_file = entry->tfileName[0] != '\0';
-    std::string value{entry->value.get(), is_file ? 0U : static_cast<std::size_t>(entry->valueLength)};
-    EXPECT_EQ(entry->value[value.size()], '\0');
+    const bool is_file = entry->tfileName()[0] != '\0';
+    std::string value{entry->value(), is_file ? 0U : static_cast<std::size_t>(entry->valueLength)};
+    EXPECT_EQ(entry->value()[value.size()], '\0');
     if (is_file) {
       struct stat about {};
-      stat(entry->tfileName.get(), &about);
+      stat(entry->tfileName(), &about);
       EXPECT_EQ(about.st_mode, S_IFREG | 0600U);
-      value = read_file(entry->tfileName.get());
+      value = read_file(entry->tfileName());
       EXPECT_EQ(value.size(), entry->valueLength);
     }
-    fields.push_back({entry->name.get(), value, entry->fileName.get(), entry->contentType.get()});
+    fields.push_back({entry->name(), value, entry->fileName(), entry->contentType()});
   }
   return fields;
 }
@@ -46,12 +46,9 @@ void append_field(const field& added) {
     close(mkstemp(path.data()));
     write_file(path, added.value);
   }
-  EXPECT_EQ(cgiAppendEntry({.name = cgiCopyText(added.name),
-                            .value = cgiCopyText(path.empty() ? added.value : ""),
-                            .valueLength = static_cast<std::int32_t>(added.value.size()),
-                            .fileName = cgiCopyText(added.file_name),
-                            .contentType = cgiCopyText(added.type),
-                            .tfileName = cgiCopyText(path),
-                            .next = nullptr}),
-            cgiParseSuccess);
+  cgiNewEntry entry;
+  ASSERT_TRUE(entry.begin(
+      {.name = added.name, .fileName = added.file_name, .contentType = added.type, .tfileName = path}));
+  ASSERT_TRUE(entry.block().append_all(path.empty() ? added.value : ""));
+  EXPECT_EQ(entry.append_to_list(static_cast<std::int32_t>(added.value.size())), cgiParseSuccess);
 }

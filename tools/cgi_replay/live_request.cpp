@@ -37,11 +37,11 @@ std::string url_encoded(std::string_view text) {
 
 std::string write_url_encoded(std::FILE* body) {
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
-    const bool is_upload = entry->fileName[0] != '\0' || entry->tfileName[0] != '\0';
+    const bool is_upload = entry->fileName()[0] != '\0' || entry->tfileName()[0] != '\0';
     if (is_upload) return "an upload in a url-encoded request";
     // An empty name would end decoding; a zero byte ends the name.
-    const std::string name = entry->name[0] != '\0' ? url_encoded(entry->name.get()) : "%00";
-    std::fprintf(body, "%s=%s%s", name.c_str(), url_encoded(entry->value.get()).c_str(),
+    const std::string name = entry->name()[0] != '\0' ? url_encoded(entry->name()) : "%00";
+    std::fprintf(body, "%s=%s%s", name.c_str(), url_encoded(entry->value()).c_str(),
                  entry->next != nullptr ? "&" : "");
   }
   return {};
@@ -68,9 +68,9 @@ bool fits_line(std::string& value, std::string_view last_text) {
 
 // The headers of a field's part; nothing when it cannot have any.
 std::optional<std::string> part_headers(const cgiFormEntry& entry) {
-  const auto name = header_text(entry.name.get());
-  const auto file_name = header_text(entry.fileName.get());
-  auto type = header_text(entry.contentType.get());
+  const auto name = header_text(entry.name());
+  const auto file_name = header_text(entry.fileName());
+  auto type = header_text(entry.contentType());
   if (!name || !file_name || !type) return std::nullopt;
   std::string disposition = "form-data";
   if (!name->empty()) disposition += ";name=" + *name;
@@ -83,16 +83,16 @@ std::optional<std::string> part_headers(const cgiFormEntry& entry) {
 }
 
 std::string write_part(std::FILE* body, const cgiFormEntry& entry) {
-  const bool named_file = entry.fileName[0] != '\0';
-  if (named_file != (entry.tfileName[0] != '\0')) return "an upload without its content or its name";
+  const bool named_file = entry.fileName()[0] != '\0';
+  if (named_file != (entry.tfileName()[0] != '\0')) return "an upload without its content or its name";
   const auto headers = part_headers(entry);
   if (!headers) return "a field whose texts no header can hold";
   std::fputs(headers->c_str(), body);
   if (!named_file) {
-    std::fputs(entry.value.get(), body);
+    std::fputs(entry.value(), body);
     return {};
   }
-  const unique_file content = open_for_reading(entry.tfileName.get());
+  const unique_file content = open_for_reading(entry.tfileName());
   if (!content) return "an upload that cannot be read";
   copy_stream(content.get(), body);
   return {};

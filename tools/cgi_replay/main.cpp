@@ -53,14 +53,14 @@ std::string shown(std::string_view text) {
 }
 
 void print_entry(const cgiFormEntry& entry) {
-  const std::string name = shown(entry.name.get());
-  if (entry.fileName[0] == '\0' && entry.tfileName[0] == '\0') {
-    std::printf("%s=%s\n", name.c_str(), shown(entry.value.get()).c_str());
+  const std::string name = shown(entry.name());
+  if (entry.fileName()[0] == '\0' && entry.tfileName()[0] == '\0') {
+    std::printf("%s=%s\n", name.c_str(), shown(entry.value()).c_str());
     return;
   }
   std::printf("%s: upload of %d bytes%s, file name \"%s\", content type \"%s\"\n", name.c_str(),
-              entry.valueLength, entry.tfileName[0] == '\0' ? " that are not in the file" : "",
-              shown(entry.fileName.get()).c_str(), shown(entry.contentType.get()).c_str());
+              entry.valueLength, entry.tfileName()[0] == '\0' ? " that are not in the file" : "",
+              shown(entry.fileName()).c_str(), shown(entry.contentType()).c_str());
 }
 
 void print_request() {

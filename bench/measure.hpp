@@ -19,6 +19,7 @@ struct measured_request {
   std::vector<std::string> environment;  // NAME=value
   std::string input = "/dev/null";
   std::string output = "/tmp/bench.answer";
+  bool piped = false;  // the input comes through a pipe, from a process whose cost is not counted
 };
 
 // Runs the program and waits for it. Ends the bench when it cannot be run or fails.

@@ -1,8 +1,8 @@
 // Echo: a whole program of the request layer. It answers a request with a page that shows what arrived, and
 // keeps the request as /tmp/request.cgic, for cgi-replay.
 //
-//   fields    each value of each name; of a name whose first field is an upload, what the client told of that
-//             and its size
+//   fields    in the order in which they arrived: name and value; of an upload, what the client said of it, and
+//             its size
 //   cookies   their names
 //
 // Beside handler.cgi in the unit's web server it takes a request that makes trouble, to be run again
@@ -10,15 +10,14 @@
 
 #include "cgi/cgi.hpp"
 
-#include <sys/stat.h>
+#include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
 constexpr const char* kept_request = "/tmp/request.cgic";
-constexpr mode_t for_its_owner_alone = 077;
 
 // Each row is a text in bold and one behind it, as text: what a client sends must not become part of the
 // page.
@@ -30,37 +29,22 @@ void write_row(const char* label, const char* text) {
   std::fputs("</p>\n", cgiOut);
 }
 
-// Of an upload; false when the field is none.
-bool write_upload(const char* name) {
-  int size = 0;
-  if (cgiFormFileSize(name, &size) != cgiFormSuccess) return false;
-  char file_name[256];
-  char content_type[256];
-  cgiFormFileName(name, file_name, sizeof file_name);
-  cgiFormFileContentType(name, content_type, sizeof content_type);
+void write_upload(const cgiFormEntry& entry) {
   char size_text[32];
-  std::snprintf(size_text, sizeof size_text, "%d bytes", size);
-  write_row(name, file_name);
-  write_row("of type", content_type);
+  std::snprintf(size_text, sizeof size_text, "%d bytes", entry.valueLength);
+  write_row(entry.name(), entry.fileName());
+  write_row("of type", entry.contentType());
   write_row("with", size_text);
-  return true;
-}
-
-void write_values(const char* name) {
-  char** values = nullptr;
-  if (cgiFormStringMultiple(name, &values) == cgiFormSuccess) {
-    for (char** value = values; *value != nullptr; ++value) write_row(name, *value);
-  }
-  cgiStringArrayFree(values);
 }
 
 void write_fields() {
-  char** names = nullptr;
-  if (cgiFormEntries(&names) != cgiFormSuccess) return;
-  for (char** name = names; *name != nullptr; ++name) {
-    if (!write_upload(*name)) write_values(*name);
+  for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
+    if (entry->tfileName()[0] != '\0') {
+      write_upload(*entry);
+    } else {
+      write_row(entry->name(), entry->value());
+    }
   }
-  cgiStringArrayFree(names);
 }
 
 void write_cookies() {
@@ -70,11 +54,16 @@ void write_cookies() {
   cgiStringArrayFree(names);
 }
 
-// A request holds cookies and files. A file that is there already may be open to others and is not written.
+// A request holds cookies and files, so what keeps it is readable for its owner alone from its first byte on: it is
+// written under a name that nobody can guess, and then takes the place of the last one.
 bool keep_request() {
-  umask(for_its_owner_alone);
-  if (std::remove(kept_request) != 0 && errno != ENOENT) return false;
-  return cgiWriteEnvironment(kept_request) == cgiEnvironmentSuccess;
+  char path[] = "/tmp/request.cgicXXXXXX";
+  const int descriptor = mkstemp(path);
+  if (descriptor < 0) return false;
+  close(descriptor);
+  if (cgiWriteEnvironment(path) == cgiEnvironmentSuccess && std::rename(path, kept_request) == 0) return true;
+  std::remove(path);
+  return false;
 }
 
 int answer() {

@@ -24,6 +24,20 @@ void end_standard_input(int) {
   errno = saved_errno;
 }
 
+using procedure = void (*)();
+constinit procedure before_our_abort = nullptr;
+
+// Some web servers end a program by this signal when the client has left. From ourselves it means a broken program.
+void end_by_abort(int number, siginfo_t* about, void*) {
+  if (about->si_pid != getpid()) {
+    end_standard_input(number);
+    return;
+  }
+  before_our_abort();
+  std::signal(number, SIG_DFL);
+  raise(number);
+}
+
 void catch_signal(int number, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
@@ -31,9 +45,18 @@ void catch_signal(int number, void (*handler)(int)) {
   sigaction(number, &action, nullptr);
 }
 
+void catch_abort() {
+  struct sigaction action {};
+  action.sa_sigaction = end_by_abort;
+  action.sa_flags = SA_RESTART | SA_SIGINFO;
+  sigaction(SIGABRT, &action, nullptr);
+}
+
 }  // namespace
 
-void catch_ending_signals() {
+void catch_ending_signals(void (*at_our_abort)()) {
+  before_our_abort = at_our_abort;
+  catch_abort();
   for (const int number : {SIGPIPE, SIGHUP, SIGXFSZ}) catch_signal(number, note_signal);
   for (const int number : {SIGTERM, SIGINT, SIGQUIT, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2}) {
     catch_signal(number, end_standard_input);

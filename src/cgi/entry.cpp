@@ -118,7 +118,7 @@ int cgiServeRequest(const cgiHooks& hooks) {
   cgiOut = stdout;
   cgiTemporaryFiles = hooks.temporaryFiles;
   if (hooks.ownsProcess) {
-    catch_ending_signals();
+    catch_ending_signals(cgiDeleteTemporaryFiles);
     // A client may send its next request as soon as it sees the end of this answer.
     std::atexit(leave_process_list);
   }

@@ -85,6 +85,13 @@ void cgiFreeResources() {
   cgiRestored = 0;
 }
 
+void cgiDeleteTemporaryFiles() {
+  if (cgiArrivingFile != nullptr) delete_file(cgiArrivingFile);
+  for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
+    if (entry->tfileName()[0] != '\0') delete_file(entry->tfileName());
+  }
+}
+
 int cgiStrEqNc(const char* left, const char* right) {
   return equal_no_case(left, right) ? 1 : 0;
 }

@@ -116,5 +116,9 @@ class cgiNewEntry {
 // become empty too.
 void cgiFreeResources();
 
+// Deletes the temporary files of the list, and the one that is still arriving; does nothing that a signal handler
+// must not do.
+void cgiDeleteTemporaryFiles();
+
 // 1 when both texts are equal without regard to the case of ASCII letters, else 0.
 [[nodiscard]] int cgiStrEqNc(const char* left, const char* right);

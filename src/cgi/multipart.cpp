@@ -78,9 +78,7 @@ cgiParseResultType read_plain_field(cgiBodyStream& stream, const part_headers& p
   return result == cgiParseSuccess ? entry.append_to_list(length) : result;
 }
 
-cgiParseResultType read_upload(cgiBodyStream& stream, const part_headers& part) {
-  temp_file temporary{cgiTemporaryFiles};
-  if (temporary.path().empty()) return cgiParseIO;
+cgiParseResultType read_into(temp_file& temporary, cgiBodyStream& stream, const part_headers& part) {
   cgiNewEntry entry;
   if (!entry.begin(texts_of(part, temporary.path().view()))) return cgiParseMemory;
   // One that cannot be opened again stays empty, and the content goes to memory as that of a plain field.
@@ -90,6 +88,15 @@ cgiParseResultType read_upload(cgiBodyStream& stream, const part_headers& part) 
   if (content && std::fclose(content.release()) != 0 && result == cgiParseSuccess) result = cgiParseIO;
   if (result == cgiParseSuccess) result = entry.append_to_list(length);
   if (result == cgiParseSuccess) temporary.keep();
+  return result;
+}
+
+cgiParseResultType read_upload(cgiBodyStream& stream, const part_headers& part) {
+  temp_file temporary{cgiTemporaryFiles};
+  if (temporary.path().empty()) return cgiParseIO;
+  cgiArrivingFile = temporary.path().c_str();
+  const cgiParseResultType result = read_into(temporary, stream, part);
+  cgiArrivingFile = nullptr;
   return result;
 }
 

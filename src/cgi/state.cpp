@@ -29,6 +29,8 @@ constinit std::FILE* cgiOut = nullptr;
 
 constinit const char* cgiTemporaryFiles = "/dev/shm/cgi-uploadXXXXXX";
 
+constinit const char* cgiArrivingFile = nullptr;
+
 constinit cgiFormEntry* cgiFormEntryFirst = nullptr;
 constinit int cgiRestored = 0;
 constinit int cgiReconnectOnClose = 0;

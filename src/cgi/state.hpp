@@ -47,6 +47,9 @@ extern std::FILE* cgiOut;
 // The pattern of the paths of temporary files: the system replaces the six X at its end. Set by cgiServeRequest.
 extern const char* cgiTemporaryFiles;
 
+// The path of the temporary file into which an upload arrives at the moment, null without one.
+extern const char* cgiArrivingFile;
+
 // The head of the form entry list; null while it is empty. Written by the decoders and cgiFreeResources.
 extern cgiFormEntry* cgiFormEntryFirst;
 

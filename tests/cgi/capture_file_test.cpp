@@ -1,7 +1,11 @@
 #include "cgi/capture_file.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -12,6 +16,7 @@
 #include "cgi/variables.hpp"
 #include "support/fields.hpp"
 #include "support/files.hpp"
+#include "support/program.hpp"
 
 namespace {
 
@@ -83,6 +88,32 @@ TEST(CaptureFile, HasItsFormatByteForByteAndIsLoadedInThePlaceOfTheRequest) {
   take_fields();
   EXPECT_EQ(cgiRestored, 0);
   for (const cgiVariable& variable : cgiVariables) EXPECT_STREQ(*variable.value, "");
+}
+
+TEST(CaptureFile, GoesThroughAPipeWhoseOtherEndIsSlow) {
+  const std::string content(200'000, 'x');
+  append_field({"file", content, "client.bin", "t"});
+  ASSERT_EQ(mkfifo("/tmp/pipe", 0600), 0);
+  const pid_t reader = fork();
+  if (reader == 0) _exit(std::system("exec < /tmp/pipe; sleep 0.3; cat > /tmp/caught"));
+  const int standard_output = dup(STDOUT_FILENO);
+  const int pipe = open("/tmp/pipe", O_WRONLY | O_CLOEXEC);
+  dup2(pipe, STDOUT_FILENO);
+  close(pipe);
+  const int written = cgiWriteEnvironment("/dev/stdout");
+  dup2(standard_output, STDOUT_FILENO);
+  close(standard_output);
+  EXPECT_EQ(written, cgiEnvironmentSuccess);
+  EXPECT_EQ(wait_for(reader), 0);
+
+  const pid_t writer = fork();
+  if (writer == 0) {
+    _exit(std::system(
+        "sleep 0.2; { head -c 1000 /tmp/caught; sleep 0.2; tail -c +1001 /tmp/caught; } > /tmp/pipe"));
+  }
+  EXPECT_EQ(cgiReadEnvironment("/tmp/pipe"), cgiEnvironmentSuccess);
+  EXPECT_EQ(wait_for(writer), 0);
+  EXPECT_EQ(take_fields(), (std::vector<field>{{"file", content, "client.bin", "t"}}));
 }
 
 TEST(CaptureFile, FailuresLeaveAnEmptyList) {

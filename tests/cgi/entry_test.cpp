@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -11,6 +12,7 @@
 #include "cgi/form_entry.hpp"
 #include "cgi/state.hpp"
 #include "cgi/variables.hpp"
+#include "support/fields.hpp"
 #include "support/files.hpp"
 #include "support/program.hpp"
 
@@ -138,6 +140,38 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
        }) {
     EXPECT_EQ(serve(row.environment, row.body), row.answer) << row.body;
   }
+}
+
+// A failed check of a library, for example.
+TEST(Entry, AnAbortOfOurOwnEndsTheProcessAndLeavesNoFile) {
+  const pid_t process = fork();
+  if (process == 0) {
+    stdin = std::freopen("/dev/null", "r", stdin);
+    static_cast<void>(cgiServeRequest({.onCalled = [] {},
+                                       .main =
+                                           [] {
+                                             append_field({"file", "content", "client.bin", "t"});
+                                             std::abort();
+                                             return 0;
+                                           },
+                                       .onClose = [] { return 0; }}));
+    _exit(0);
+  }
+  EXPECT_EQ(wait_for(process), -SIGABRT);
+  EXPECT_EQ(list_folder("/dev/shm"), lines{});
+}
+
+// A program that serves more than the request keeps its process as it was.
+TEST(Entry, AProcessThatIsNotOursKeepsItsSignals) {
+  const pid_t process = fork();
+  if (process == 0) {
+    static_cast<void>(cgiServeRequest({.onCalled = [] {},
+                                       .main = [] { return raise(SIGTERM); },
+                                       .onClose = [] { return 0; },
+                                       .ownsProcess = false}));
+    _exit(0);
+  }
+  EXPECT_EQ(wait_for(process), -SIGTERM);
 }
 
 TEST(Entry, ScanForCommandsDecidesTheReconnect) {

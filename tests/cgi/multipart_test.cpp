@@ -181,6 +181,17 @@ TEST(Multipart, BodiesBecomeFields) {
   }
 }
 
+// A program may hand its own stream to the decoder, one in its memory for example.
+TEST(Multipart, AStreamWithoutADescriptorIsReadAll) {
+  std::string body = "--b\r\nContent-Disposition: form-data; name=a\r\n\r\n1\r\n--b--\r\n";
+  cgiMultipartBoundary = "b";
+  cgiContentLength = static_cast<std::int32_t>(body.size());
+  cgiIn = fmemopen(body.data(), body.size(), "r");
+  EXPECT_EQ(cgiParsePostMultipartInput(), cgiParseSuccess);
+  std::fclose(cgiIn);
+  EXPECT_EQ(take_fields(), (std::vector<field>{{"a", "1"}}));
+}
+
 // Boundaries too that overlap a look-alike of theirs in the preamble: such a one is not seen, because what was
 // put back waits behind what still waits, and the next one counts as the first.
 TEST(Multipart, GivesWhatTheByteRulesGive) {

@@ -39,6 +39,24 @@ TEST(Guard, AQueryThatCannotBeStartedAdmits) {
   EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out, page("DISCOVER_ENCODERS", ""));
 }
 
+// What a killed request left behind fills the unit's memory; what belongs to others stays.
+TEST(Guard, AnAdmittedRequestRemovesTheUploadsOfKilledOnes) {
+  const lines others{"cgicABC.12", "cgicABC123x", "cgi-uploadABC123", "cgixABC123"};
+  for (const std::string& name : others) write_file("/dev/shm/" + name, "kept");
+  std::filesystem::create_directory("/dev/shm/cgicFolder");
+  write_file("/dev/shm/cgicABC123", "left");
+  plant_tool("pidof", "[ $1 = update_fw.sh ] && echo 7 || echo 8");
+  request sent = get("CMD=GET_NODES");
+  sent.environment["PATH"] = "/usr/local/bin:/bin";
+  EXPECT_EQ(run_program(sent).out, refusal("&HANDLER=ERROR Firmware Update In Progress, try again later.\n"));
+  EXPECT_EQ(read_file("/dev/shm/cgicABC123"), "left");
+  std::filesystem::remove("/usr/local/bin/pidof");
+  EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, page("GET_NODES", "No Nodes Detected\n"));
+  for (const std::string& name : others) EXPECT_EQ(read_file("/dev/shm/" + name), "kept") << name;
+  EXPECT_TRUE(std::filesystem::exists("/dev/shm/cgicFolder"));
+  EXPECT_FALSE(std::filesystem::exists("/dev/shm/cgicABC123"));
+}
+
 // Also where the server has asked for reads that do not wait.
 TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   const pipe_ends body{O_NONBLOCK};
@@ -113,7 +131,8 @@ TEST(Hostile, ABodyThatStopsComingIsADecodingFailure) {
                       "multipart/form-data; boundary=b");
   slow.environment["CONTENT_LENGTH"] = "100000";
   constexpr int no_signal = 0;  // the end of the body
-  for (const int ending : {SIGTERM, SIGINT, SIGQUIT, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2, no_signal}) {
+  for (const int ending :
+       {SIGTERM, SIGINT, SIGQUIT, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2, SIGABRT, no_signal}) {
     pipe_ends body;
     pipe_ends page;
     const pid_t process = start_program(slow, body.ends[0], page.ends[1]);
@@ -128,6 +147,22 @@ TEST(Hostile, ABodyThatStopsComingIsADecodingFailure) {
     EXPECT_GT(read(page.ends[0], text.data(), text.size()), 0);
     EXPECT_STREQ(text.data(), undecodable.c_str());
     EXPECT_EQ(list_folder("/dev/shm"), lines{});
+  }
+}
+
+// What lies after the body on the same stream is somebody else's.
+TEST(Hostile, ABodyIsReadToItsLengthAndNotBeyond) {
+  const std::string part = "--b\r\nContent-Disposition: form-data; name=CMD\r\n\r\nGET_NODES\r\n--b--\r\n";
+  for (const request& sent : {post("CMD=GET_NODES"), post(part, "multipart/form-data; boundary=b")}) {
+    pipe_ends body;
+    pipe_ends page;
+    const std::string stream = sent.body + "the next one's";
+    ASSERT_EQ(write(body.ends[1], stream.data(), stream.size()), static_cast<ssize_t>(stream.size()));
+    close(body.ends[1]);
+    EXPECT_EQ(wait_for(start_program(sent, body.ends[0], page.ends[1])), 0);
+    std::array<char, 64> left{};
+    EXPECT_GT(read(body.ends[0], left.data(), left.size()), 0);
+    EXPECT_STREQ(left.data(), "the next one's");
   }
 }
 

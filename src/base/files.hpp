@@ -15,8 +15,8 @@
 #include "base/fixed_text.hpp"
 #include "base/handles.hpp"
 
-// Opens the empty device in the place of every standard descriptor that our starter left closed, so that no
-// file or socket of ours takes its number. Makes standard input and output wait even where our starter had
+// Opens /dev/null in the place of every standard descriptor that the web server left closed, so that no
+// file or socket of ours takes its number. Makes standard input and output wait even where the web server had
 // them not do so: a late body must not pass for one that has ended, nor an answer lose what is read late.
 void prepare_standard_descriptors();
 

@@ -42,7 +42,7 @@ class fixed_text {
     return true;
   }
 
-  // Adds the text behind this one; what does not fit is cut.
+  // Adds the text after this one; what does not fit is cut.
   void append_cut(std::string_view text) {
     const std::size_t length = view().size();
     text = text_before_zero(text).substr(0, capacity - length);

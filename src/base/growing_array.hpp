@@ -40,6 +40,9 @@ class growing_array {
     return {items_ + (count_ - count), count};
   }
 
+  // Makes room for so many items, no more. Returns false, with the array as it was, when there is no memory.
+  [[nodiscard]] bool reserve(std::size_t room) { return room <= room_ || resize(room); }
+
   // Adds copies of these items. Returns false, with the array as it was, when there is no memory.
   [[nodiscard]] bool append_all(std::span<const T> added) {
     const std::span<T> room = extend(added.size());
@@ -57,9 +60,10 @@ class growing_array {
     count_ = room_ = 0;
   }
 
-  // Hands over the memory, cut to the items that are in it; whoever takes it frees it.
+  // Hands over the memory, cut to the items that are in it unless only a few more fit; whoever takes it frees it.
   [[nodiscard]] T* take() {
-    void* cut = reallocarray(items_, count_, sizeof(T));
+    constexpr std::size_t few = 32;
+    void* cut = room_ - count_ > few ? reallocarray(items_, count_, sizeof(T)) : nullptr;
     T* taken = cut != nullptr ? static_cast<T*>(cut) : items_;
     items_ = nullptr;
     count_ = room_ = 0;
@@ -77,6 +81,10 @@ class growing_array {
   bool grow(std::size_t wanted) {
     std::size_t room = room_ == 0 ? 64 : room_ * 2;
     if (room < wanted) room = wanted;
+    return resize(room);
+  }
+
+  bool resize(std::size_t room) {
     auto* items = static_cast<T*>(reallocarray(items_, room, sizeof(T)));
     if (items == nullptr) return false;
     items_ = items;

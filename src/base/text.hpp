@@ -54,7 +54,12 @@ class bounded_text {
   explicit bounded_text(std::span<char> buffer) : buffer_(buffer) { add(std::string_view{}); }
 
   // Both return whether all of it fitted.
-  bool add(char byte) { return add({&byte, 1}); }
+  bool add(char byte) {
+    if (length_ + 1 >= buffer_.size()) return false;
+    buffer_[length_++] = byte;
+    buffer_[length_] = '\0';
+    return true;
+  }
   bool add(std::string_view text);
 
   [[nodiscard]] bool empty() const { return length_ == 0; }

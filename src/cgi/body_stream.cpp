@@ -39,7 +39,11 @@ std::size_t cgiBodyRead(cgiBodyStream& stream, std::span<char> buffer) {
 }
 
 bool cgiBodyReadByte(cgiBodyStream& stream, char& byte) {
-  return cgiBodyRead(stream, {&byte, 1}) == 1;
+  const std::string_view bytes = cgiBodyAtHand(stream);
+  if (bytes.empty()) return false;
+  byte = bytes.front();
+  cgiBodySkip(stream, 1);
+  return true;
 }
 
 void cgiBodyPutBack(cgiBodyStream& stream, std::string_view bytes) {

@@ -24,7 +24,7 @@ struct cgiBodyStream {
   std::int32_t offset;  // body bytes delivered and not put back
 
   // The input read ahead: what lies from blockBegin up to blockEnd is not delivered yet. Every read takes a whole
-  // block, behind the headroom; the few bytes that a search could not decide yet are moved in front of it:
+  // block, after the headroom; the few bytes that a search could not decide yet are moved in front of it:
   //
   //   headroom                    block
   //   |                  <bytes> | bytes of the next read ...                      |
@@ -46,7 +46,7 @@ std::size_t cgiBodyRead(cgiBodyStream& stream, std::span<char> buffer);
 // The next byte; false at the end of the body.
 [[nodiscard]] bool cgiBodyReadByte(cgiBodyStream& stream, char& byte);
 
-// Returns bytes to the stream. They come behind those of an earlier put-back that are still waiting.
+// Returns bytes to the stream. They come after those of an earlier put-back that are still waiting.
 void cgiBodyPutBack(cgiBodyStream& stream, std::string_view bytes);
 
 // The next bytes of the stream that lie together, at least one, waiting for input when there is none; empty at

@@ -1,3 +1,20 @@
+// How a boundary is found. The rule that fixes every byte of the result reads one byte at a time:
+//
+//   compare with the pattern; on the first difference put out the pattern's first byte, put back the others that
+//   matched and the byte that differed, and begin again with what was put back
+//
+// match_here follows this rule as it stands. It costs several steps a byte, so while nothing is put back two other
+// searches pass on, in one go, what the rule would pass on byte by byte:
+//
+//   search_first   the first boundary. What was put back comes after older bytes that still wait, so some near
+//                  misses change the order in which the bytes in front of it are compared. The search only skips
+//                  bytes at which no match begins, and leaves the rest to match_here
+//   search_next    every later one. Its pattern begins with a carriage return, which stands nowhere else in it: no
+//                  near miss can hide the beginning of a match, so any exact search finds the same place
+//
+//   a block:  | passed on to the output ...              | may begin a boundary |
+//                                                        ^ kept at hand until more bytes have arrived
+
 #include "cgi/boundary_search.hpp"
 
 #include <algorithm>
@@ -65,9 +82,9 @@ std::size_t take_matching(cgiBodyStream& stream, std::string_view pattern) {
 }
 
 // Compares what comes next with the pattern. When they differ, one byte goes to the output and the others are
-// put back, the one that differed at the end. Those put back while older ones still wait come behind these: a
-// preamble that nearly holds the first boundary is searched in that order, and a boundary that only the order
-// of the input shows is not seen.
+// put back, the one that differed at the end. Bytes that are put back while older ones still wait come after these:
+// so a boundary that stands in the body right after a near miss may not be seen. Clients send nothing in front of
+// the first boundary, where alone this can happen.
 search_step match_here(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::size_t matched = take_matching(stream, pattern);
   if (matched == pattern.size()) return search_step::found;
@@ -110,8 +127,7 @@ search_step search_first(cgiBodyStream& stream, std::string_view pattern, body_w
   return !run_may_go_on || cgiBodyReadMore(stream) ? search_step::go_on : search_step::ended;
 }
 
-// The search for a later boundary while nothing is put back. Its first byte, a carriage return, stands nowhere
-// else in it, so the order of what match_here puts back never matters: any exact search gives the same.
+// The search for a later boundary while nothing is put back.
 search_step search_next(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::string_view bytes = cgiBodyAtHand(stream);
   if (bytes.empty()) return search_step::ended;
@@ -143,7 +159,7 @@ cgiParseResultType find_boundary(cgiBodyStream& stream, cgiBoundary which, body_
   return step == search_step::found ? cgiParseSuccess : cgiParseIO;
 }
 
-// The two bytes behind a boundary: a line end, or the start of the closing mark, which is left to the end test.
+// The two bytes after a boundary: a line end, or the start of the closing mark, which is left to the end test.
 cgiParseResultType take_boundary_end(cgiBodyStream& stream) {
   std::array<char, 2> bytes;
   if (cgiBodyRead(stream, bytes) < bytes.size()) return cgiParseIO;

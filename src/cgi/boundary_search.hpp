@@ -21,7 +21,7 @@ struct cgiBodyOutput {
   growing_array<char>* memory = nullptr;
 };
 
-// Moves the bytes up to the next boundary to the output and takes them, the boundary and the two bytes behind it
+// Moves the bytes up to the next boundary to the output and takes them, the boundary and the two bytes after it
 // off the stream; but if the first of these two is a "-", both stay. The number of bytes moved, 0 after a
 // failure, goes to `length`. Returns cgiParseSuccess, cgiParseIO when the body ends before all that or the file
 // cannot be written, or cgiParseMemory.

@@ -129,7 +129,8 @@ cgiEnvironmentResultType append_entry(const entry_texts& texts, std::string_view
   const bool made = entry.begin({.name = view_of(texts.name),
                                  .fileName = view_of(texts.file_name),
                                  .contentType = view_of(texts.content_type),
-                                 .tfileName = temporary_name}) &&
+                                 .tfileName = temporary_name},
+                                texts.value.size()) &&
                     entry.block().append_all(texts.value.items()) &&
                     entry.append_to_list(length) == cgiParseSuccess;
   return made ? cgiEnvironmentSuccess : cgiEnvironmentMemory;

@@ -1,4 +1,4 @@
-// Form choices: compare form fields with a list of choices, byte for byte. A choice is told by its index in
+// Form choices: compare form fields with a list of choices, byte for byte. A choice is known by its index in
 // the list; of equal choices the first counts.
 
 #pragma once

@@ -28,10 +28,14 @@ cgiText cgiCopyText(std::string_view text) {
   return copy;
 }
 
-bool cgiNewEntry::begin(const cgiEntryTexts& texts) {
+bool cgiNewEntry::begin(const cgiEntryTexts& texts, std::size_t expected_length) {
+  constexpr std::size_t ends = 5;
+  const std::size_t lengths = texts.name.size() + texts.fileName.size() + texts.contentType.size() +
+                              texts.tfileName.size() + expected_length;
   std::uint32_t name_place = sizeof(cgiFormEntry);
   block_.shrink(0);
-  return block_.extend(sizeof(cgiFormEntry)).size() == sizeof(cgiFormEntry) &&
+  return block_.reserve(sizeof(cgiFormEntry) + lengths + ends) &&
+         block_.extend(sizeof(cgiFormEntry)).size() == sizeof(cgiFormEntry) &&
          add_text(texts.name, name_place) && add_text(texts.fileName, record_.file_name_place) &&
          add_text(texts.contentType, record_.content_type_place) &&
          add_text(texts.tfileName, record_.temporary_name_place) && place_next_text(record_.value_place);

@@ -1,7 +1,7 @@
 // Form entries: every field of a request, however it arrived, is one cgiFormEntry in one list.
 //   order   as the fields stand in the input; names need not be unique, lookups take the first match
 //   owner   the list owns its entries, an entry owns its texts and its temporary file
-//   memory  an entry is one block: the record, and behind it its texts. A request of very many tiny fields so takes
+//   memory  an entry is one block: the record, followed by its texts. A request of very many tiny fields so takes
 //           some 24 times its own size
 //   life    filled by exactly one decoder, or from a capture file; released once by cgiFreeResources
 
@@ -33,7 +33,7 @@ struct cgiFormEntry {
   // url-encoded: the length of the value up to its first zero byte; multipart: the number of body bytes
   std::int32_t valueLength;
 
-  // Where the other texts begin in the entry's block, in bytes; the name stands right behind the record.
+  // Where the other texts begin in the entry's block, in bytes; the name stands right after the record.
   std::uint32_t file_name_place;
   std::uint32_t content_type_place;
   std::uint32_t temporary_name_place;
@@ -84,8 +84,9 @@ struct cgiEntryTexts {
 // An entry in the making. Its value grows at the end of the entry's own block, so a large one is never copied.
 class cgiNewEntry {
  public:
-  // Begins an entry of these texts and an empty value. False when there is no memory.
-  [[nodiscard]] bool begin(const cgiEntryTexts& texts);
+  // Begins an entry of these texts and an empty value, which is expected to become that long. False when there is no
+  // memory.
+  [[nodiscard]] bool begin(const cgiEntryTexts& texts, std::size_t expected_length);
 
   // Takes the bytes of the value at its end.
   [[nodiscard]] growing_array<char>& block() { return block_; }

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr std::size_t part_text_size = 1024;
+constexpr std::size_t first_value_size = 31;
 constexpr std::int32_t firmware_command_length = 15;  // of UPDATE_FIRMWARE
 
 // The end test in front of each part: the body is at its end, or says so.
@@ -72,7 +73,7 @@ cgiParseResultType read_body(cgiBodyStream& stream, const cgiBodyOutput& output,
 
 cgiParseResultType read_plain_field(cgiBodyStream& stream, const part_headers& part) {
   cgiNewEntry entry;
-  if (!entry.begin(texts_of(part, {}))) return cgiParseMemory;
+  if (!entry.begin(texts_of(part, {}), first_value_size)) return cgiParseMemory;
   std::int32_t length = 0;
   const cgiParseResultType result = read_body(stream, {.memory = &entry.block()}, length);
   return result == cgiParseSuccess ? entry.append_to_list(length) : result;
@@ -80,7 +81,7 @@ cgiParseResultType read_plain_field(cgiBodyStream& stream, const part_headers& p
 
 cgiParseResultType read_into(temp_file& temporary, cgiBodyStream& stream, const part_headers& part) {
   cgiNewEntry entry;
-  if (!entry.begin(texts_of(part, temporary.path().view()))) return cgiParseMemory;
+  if (!entry.begin(texts_of(part, temporary.path().view()), 0)) return cgiParseMemory;
   // One that cannot be opened again stays empty, and the content goes to memory as that of a plain field.
   unique_file content = open_for_update(temporary.path().c_str());
   std::int32_t length = 0;

@@ -60,7 +60,8 @@ cgiParseResultType cgiParseFormInput(std::string_view input) {
     if (!input.empty()) input.remove_prefix(1);
 
     name.shrink(0);
-    if (!unescape(encoded_name, name) || !entry.begin({.name = {name.items().data(), name.size()}}) ||
+    if (!unescape(encoded_name, name) ||
+        !entry.begin({.name = {name.items().data(), name.size()}}, encoded_value.size()) ||
         !unescape(encoded_value, entry.block())) {
       return cgiParseMemory;
     }

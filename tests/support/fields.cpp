@@ -48,7 +48,8 @@ void append_field(const field& added) {
   }
   cgiNewEntry entry;
   ASSERT_TRUE(entry.begin(
-      {.name = added.name, .fileName = added.file_name, .contentType = added.type, .tfileName = path}));
+      {.name = added.name, .fileName = added.file_name, .contentType = added.type, .tfileName = path},
+      added.value.size()));
   ASSERT_TRUE(entry.block().append_all(path.empty() ? added.value : ""));
   EXPECT_EQ(entry.append_to_list(static_cast<std::int32_t>(added.value.size())), cgiParseSuccess);
 }

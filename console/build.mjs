@@ -38,6 +38,9 @@ const gzipped = names.reduce(
   (sum, name) => sum + gzipSync(readFileSync(`${folder}/${name}`), { level: 9 }).length,
   0,
 );
+// For servers that send a file gzipped when one lies beside it.
+for (const name of names)
+  writeFileSync(`${folder}/${name}.gz`, gzipSync(readFileSync(`${folder}/${name}`), { level: 9 }));
 console.log(
   `console: ${names.length} files, ${(gzipped / 1000).toFixed(1)} kB gzipped of at most ${most / 1000} kB`,
 );

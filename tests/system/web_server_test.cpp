@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "support/files.hpp"
@@ -46,6 +47,115 @@ TEST_F(WebServer, PassesEveryCommandOn) {
     return answer{0, header + shell_output("curl -sS" + asked), ""};
   };
   EXPECT_EQ(site.differences_behind(fetch), lines{});
+}
+
+// What a page of another site sends is refused before the program starts; what has no such mark passes.
+TEST_F(WebServer, RefusesWhatAForeignPageSends) {
+  if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd looks at no header";
+  struct row {
+    std::string header;
+    bool is_of_the_unit;  // else it comes from a page of another site
+  };
+  write_file("/www/upload_file.txt", "of the site");
+  for (const row& row : {
+           row{"X-None: 1", true},
+           {"Sec-Fetch-Site: same-origin", true},
+           {"Sec-Fetch-Site: none", true},
+           {"Sec-Fetch-Site: same-site", false},
+           {"Sec-Fetch-Site: cross-site", false},
+           {"Origin: http://127.0.0.1:8080", true},
+           {"Origin: https://127.0.0.1:8080", true},
+           {"Origin: http://127.0.0.1", false},
+           {"Origin: http://127.0.0.1:8080.evil", false},
+           {"Origin: http://evil/127.0.0.1:8080", false},
+           {"Origin: null", false},
+           {"Host: localhost:8080", true},
+           {"Host: 10.77.0.1", true},
+           {"Host: [fe80::1]:8080", true},
+           {"Host: unit", true},
+           {"Host: rebound.example:8080", false},
+           {"Host: 10.77.0.1.rebound.example", false},
+       }) {
+    const std::string expected = row.is_of_the_unit ? "200" : "403";
+    const std::string ask = "curl -s -o /dev/null -w '%{http_code}' -H '" + row.header + "' ";
+    write_file("/tmp/dbgCGI.log", "unchanged");
+    write_file("/var/log/tools.log", "");
+    EXPECT_EQ(shell_output(ask + url + "?CMD=GET_NODES"), expected) << row.header;
+    EXPECT_EQ(shell_output(ask + "-F CMD=UPDATE_SPLASH -F file=@/etc/keys.txt " + url), expected)
+        << row.header;
+    EXPECT_EQ(shell_output(ask + "http://127.0.0.1:8080/upload_file.txt"), expected) << row.header;
+    if (row.is_of_the_unit) continue;
+    EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "unchanged") << row.header;
+    EXPECT_EQ(read_file("/var/log/tools.log"), "") << row.header;
+  }
+}
+
+// Lengths that lie, headers that contradict each other: a clear status or a closed connection, and nothing left behind.
+TEST_F(WebServer, SurvivesHostileHeaders) {
+  const std::string multipart = "Content-Type: multipart/form-data; boundary=b\\r\\n";
+  const std::string part =
+      "--b\\r\\nContent-Disposition: form-data; name=f; filename=f\\r\\n\\r\\nx\\r\\n--b--\\r\\n";
+  for (const std::string& headers : {
+           std::string{"Content-Length: -1\\r\\n"},
+           std::string{"Content-Length: 99999999999999999999\\r\\n"},
+           std::string{"Content-Length: 5\\r\\nContent-Length: 500\\r\\n"},
+           std::string{"Content-Length: 5\\r\\nTransfer-Encoding: chunked\\r\\n"},
+           std::string{"Transfer-Encoding: chunked, identity\\r\\n"},
+           std::string{"Transfer-Encoding: chunked\\r\\n\\r\\nzz\\r\\n"},
+           std::string{"Content-Length: 600000000\\r\\nExpect: 100-continue\\r\\n"},
+           std::string{"Content-Length: 5\\r\\nExpect: something\\r\\n"},
+           "X-Long: " + std::string(60'000, 'x') + "\\r\\nContent-Length: 0\\r\\n",
+       }) {
+    write_file("/tmp/sent", "");
+    const std::string request =
+        "POST /cgi-bin/handler.cgi HTTP/1.1\\r\\nHost: unit\\r\\nConnection: close\\r\\n" + multipart +
+        headers + "\\r\\n" + part;
+    const std::string answer = shell_output(
+        "printf '" + request + "' | timeout 5 socat -t 1 - TCP:127.0.0.1:8080 2>&1 | head -c 12");
+    EXPECT_TRUE(answer.empty() || answer.starts_with("HTTP/1.") || answer.find("socat") != std::string::npos)
+        << headers.substr(0, 60) << " " << answer;
+  }
+  EXPECT_EQ(shell_output("curl -s '" + url + "?CMD=CHECK_IMPORT_CSV_STATUS'"),
+            html("CHECK_IMPORT_CSV_STATUS", "false"));
+  EXPECT_EQ(list_folder("/dev/shm"), lines{});
+}
+
+// With validators, so that a page never shows the splash image of yesterday.
+TEST_F(WebServer, ServesGzippedFilesWithValidators) {
+  if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd sends no validators";
+  write_file("/www/page.js", std::string(10'000, 'j'));
+  const std::string page = " http://127.0.0.1:8080/page.js";
+  static_cast<void>(shell_output("gzip -k /www/page.js"));
+  EXPECT_EQ(shell_output("curl -s --compressed" + page), std::string(10'000, 'j'));
+  EXPECT_EQ(shell_output("curl -s" + page), std::string(10'000, 'j'));
+  const std::string headers = shell_output("curl -s --compressed -D - -o /dev/null" + page);
+  for (const char* part :
+       {"Content-Encoding: gzip", "text/javascript", "Cache-Control: no-cache", "ETag: "}) {
+    EXPECT_NE(headers.find(part), std::string::npos) << part << "\n" << headers;
+  }
+  EXPECT_EQ(shell_output("e=$(curl -sI" + page +
+                         " | sed -n 's/\r$//;s/^ETag: //p'); curl -s -o /dev/null -w '%{http_code}' "
+                         "-H \"If-None-Match: $e\"" +
+                         page),
+            "304");
+}
+
+// What the documented lines of each configuration switch on.
+TEST(WebServerLogin, AsksForANameAndEncrypts) {
+  if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd has no TLS";
+  const std::string hash = shell_output("openssl passwd -6 secret");
+  setenv("HANDLER_LOGIN", ("operator:" + hash.substr(0, hash.size() - 1)).c_str(), 1);
+  setenv("HANDLER_TLS", "1", 1);
+  std::system(("box/web-server " + web_server() + " 2> /dev/null &").c_str());
+  wait_until("curl -sk -o /dev/null https://127.0.0.1:8080/");
+  write_file("/www/site.csv", "of the site");
+  const std::string ask = "curl -sk -o /dev/null -w '%{http_code} ' ";
+  for (const std::string path : {"index.html", "site.csv", "cgi-bin/handler.cgi?CMD=GET_NODES"}) {
+    const std::string address = "https://127.0.0.1:8080/" + path;
+    EXPECT_EQ(shell_output(ask + address), "401 ") << path;
+    EXPECT_EQ(shell_output(ask + "-u operator:wrong " + address), "401 ") << path;
+    EXPECT_EQ(shell_output(ask + "-u operator:secret " + address), "200 ") << path;
+  }
 }
 
 TEST_F(WebServer, MakesTheEchoedCommandHarmless) {

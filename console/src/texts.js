@@ -35,6 +35,7 @@ export const texts = {
       'The answer did not come, and a firmware update runs since then; do not remove the unit’s power.',
     withdrawn: 'Cancelled before anything was sent.',
     unreachable: 'The unit cannot be reached.',
+    login: 'Your login has ended. Reload this page to log in again; a run that is under way goes on.',
   },
 
   units: {

@@ -32,7 +32,7 @@ async function watch(isOver, end) {
     if (isOver()) return;
     missed = await readStatic('/index.html').then(
       () => 0,
-      () => missed + 1,
+      ({ kind }) => (kind === 'login' ? 0 : missed + 1),
     );
   }
   end();
@@ -74,7 +74,7 @@ export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 
 
 // Returns {bytes, text, modified} of a static file, null when there is none. `from` asks for what lies behind so many
 // bytes; `whole` tells whether the server sent it all the same. Throws a
-// RequestFailure when the unit cannot be reached.
+// RequestFailure when the unit cannot be reached, or when a login has ended.
 export async function readStatic(path, from = 0) {
   const headers = from > 0 ? { Range: `bytes=${from}-` } : {};
   const signal = AbortSignal.timeout(fileLimit);
@@ -83,6 +83,7 @@ export async function readStatic(path, from = 0) {
   };
   const answer = await fetch(path, { cache: 'no-store', headers, signal }).catch(unreachable);
   if (answer.status === 416) return { bytes: new Uint8Array(), text: '', whole: false };
+  if (answer.status === 401) throw new RequestFailure('login', path);
   if (!answer.ok) return null;
   const bytes = new Uint8Array(await answer.arrayBuffer().catch(unreachable));
   const modified = answer.headers.get('Last-Modified') ?? '';

@@ -6,11 +6,11 @@ import { chromium } from 'playwright-core';
 
 // Starts Debian's Chromium past its launcher, which wants settings of /etc that a unit lacks, and returns a page of it.
 // /dev/shm stays the handler's own, file names are UTF-8, and no wait has a limit: the test that started the script has
-// one. Options are those of a page.
-export async function openPage(options) {
+// one. Options are those of a page, `switches` more of the browser's own.
+export async function openPage(options, switches = []) {
   const browser = await chromium.launch({
     executablePath: '/usr/lib/chromium/chromium',
-    args: ['--no-sandbox', '--disable-gpu', '--disable-dev-shm-usage'],
+    args: ['--no-sandbox', '--disable-gpu', '--disable-dev-shm-usage', ...switches],
     env: { ...process.env, LC_ALL: 'C.UTF-8' },
     timeout: 0,
   });

@@ -20,6 +20,7 @@ test('answers that no browser run sees are told apart', () => {
     [`${top.replace('value: X', 'value: Y')}true${ended}`, { kind: 'broken', body: '' }],
   ];
   for (const [text, answer] of table) assert.deepEqual(readAnswer('X', 200, text), answer, text);
+  assert.deepEqual(readAnswer('X', 401, 'Unauthorized'), { kind: 'login', body: '' });
   assert.deepEqual(linesSoFar('X', `${top}one\ntwo\nthr`), ['one', 'two']);
   const failed = '<p>Updating edid</p>\n<p>Error: Failed to update EDID</p>\n';
   assert.equal(failureOf(failed), 'Error: Failed to update EDID');

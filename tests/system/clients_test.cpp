@@ -9,6 +9,7 @@
 
 #include "support/files.hpp"
 #include "support/program.hpp"
+#include "support/quick_site.hpp"
 #include "support/web_server.hpp"
 
 namespace {
@@ -55,6 +56,23 @@ TEST_P(Uploads, ArriveByteForByte) {
   EXPECT_EQ(read_file("/www/upload_file.txt"),
             "file name: " + name + "\nfile size: " + std::to_string(content.size()) + " bytes\n");
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
+}
+
+// The browser of a technician shows a page of somebody else: none of its attempts reaches the program. Through busybox
+// httpd, which looks at no header, one does, so the attempts are real.
+TEST(ForeignPage, ReachesNothing) {
+  const bool is_guarded = web_server() != "busybox";
+  start_web_server();
+  write_file("/tmp/dbgCGI.log", "unchanged");
+  write_file("/var/log/tools.log", "");
+  std::string names;
+  for (const known_command& command : every_command) names += " " + command.name;
+  if (!is_guarded) names = " GET_NODES";
+  EXPECT_EQ(shell_output("node tests/clients/foreign.mjs http://127.0.0.1:8080/cgi-bin/handler.cgi" + names +
+                         "; echo $?"),
+            "0\n");
+  EXPECT_EQ(read_file("/tmp/dbgCGI.log") == "unchanged", is_guarded);
+  EXPECT_EQ(read_file("/var/log/tools.log").empty(), is_guarded);
 }
 
 INSTANTIATE_TEST_SUITE_P(Clients, Uploads, testing::ValuesIn(clients()),

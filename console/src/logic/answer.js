@@ -15,10 +15,11 @@ const frame = (command) =>
 const end = '</BODY></HTML>\n';
 
 // Returns {kind, body}. Kinds: `done` the command ran to its end, `busy` another request was running, `updating` a
-// firmware update is running, `broken` anything else, an answer cut short included. The body holds the command's lines.
+// firmware update is running, `login` the web server wants a name and a password, `broken` anything else, an answer cut short included. The body holds the command's lines.
 export function readAnswer(command, status, text) {
   const refusal = status === 200 && refusals.get(text);
   if (refusal) return { kind: refusal, body: '' };
+  if (status === 401) return { kind: 'login', body: '' };
   const start = frame(command);
   if (status !== 200 || !text.startsWith(start) || !text.endsWith(end)) return { kind: 'broken', body: '' };
   return { kind: 'done', body: text.slice(start.length, -end.length) };

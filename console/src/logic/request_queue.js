@@ -9,7 +9,7 @@ const smallQuestion = 'CHECK_IMPORT_CSV_STATUS';
 
 const smallLimit = 15_000; // milliseconds, within which any unit that is there answers it
 
-// Thrown for a request that came to nothing. Kinds: `busy`, `updating`, `broken`, `unreachable`, `cancelled`, and
+// Thrown for a request that came to nothing. Kinds: `busy`, `updating`, `broken`, `login`, `unreachable`, `cancelled`, and
 // `withdrawn` for what was cancelled before anything was sent, `started` for an upload whose answer did
 // not come and since which a firmware update runs.
 export class RequestFailure extends Error {

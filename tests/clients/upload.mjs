@@ -36,7 +36,9 @@ const clients = {
     const form = `<form action="${url}" method="post" enctype="multipart/form-data">
       <input name="CMD" value="${command}"><input type="file" name="file"><button>Upload</button></form>`;
     const address = new URL('/form.html', url).href;
-    await page.route(address, (route) => route.fulfill({ contentType: 'text/html; charset=utf-8', body: form }));
+    await page.route(address, (route) =>
+      route.fulfill({ contentType: 'text/html; charset=utf-8', body: form }),
+    );
     await page.goto(address);
     await page.setInputFiles('input[type=file]', path);
     const [answer] = await Promise.all([page.waitForNavigation(), page.click('button')]);

@@ -96,15 +96,15 @@ export async function openDraft(file) {
 
 // Every unit with its settings; of what units only report, no more than tells them apart.
 // Returns whether the draft is there.
-export function draftFromSite() {
+// Drafts the units, in their order; by id all units of the site when none are given.
+export function draftFromSite(chosen) {
   if (!mayReplaceDraft()) return false;
   const { site } = get();
   const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
   const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
   const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
-  const units = [...site.units].sort((one, other) =>
-    inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? ''),
-  );
+  const byId = (one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? '');
+  const units = chosen ?? [...site.units].sort(byId);
   const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
   set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
   return true;

@@ -75,7 +75,7 @@ export const texts = {
     usualColumns: 'The usual ones',
     exact: 'CSV as the unit wrote it',
     safe: 'CSV for spreadsheets',
-    edit: 'Configure these units',
+    edit: (count) => (count === 1 ? 'Configure this unit' : `Configure these ${count} units`),
     table: 'Discovered units',
     marks: 'Marks',
     mark: { id: 'same id', address: 'same address', serial: 'same serial', fields: 'unclear line' },
@@ -176,6 +176,15 @@ export const texts = {
       'address-shared':
         'Several rows have the same address; it stays blank, else the unit would send none of them:',
       'address-taken': 'Two units would have the same static address:',
+      'address-network': 'The address is the network’s own or its broadcast address; no unit can have it:',
+      'gateway-self': 'The gateway would be the unit itself:',
+      'gateway-outside': 'The gateway would be outside the unit’s network:',
+      'address-moves':
+        'The unit would leave the network that it is in now; it is cut off unless the network changes, too:',
+      'address-handed-on':
+        'Another unit of the draft has this address now; when that one does not take its new one, both have it:',
+      'serial-zeros': 'The zeros in front of the serial are lost; this unit is meant, it seems:',
+      converted: 'The value looks like what a spreadsheet makes of another one.',
       'id-edges': 'Blanks at the start or end of an id are sent, and make it another one.',
       'id-taken': 'Another unit has this id; it is sent all the same:',
       'cell-too-long': 'More than 63 bytes; the unit would drop it.',
@@ -186,6 +195,7 @@ export const texts = {
       'cell-address': 'Not an IPv4 address (no leading zeros).',
       'cell-host': 'Not an address that a unit can have.',
       'cell-netmask': 'Not a netmask.',
+      'cell-formula': 'A spreadsheet’s error instead of a value.',
       'cell-blanks': 'Nothing but blanks.',
       'nothing-to-send': 'Nothing to send.',
       'not-readable': 'The unit would not read back what is meant. Please report this file.',
@@ -208,6 +218,9 @@ export const texts = {
       'Each unit takes its settings, saves them and restarts. A unit that does not answer is waited for at most 15 seconds. The update cannot be stopped once it runs.',
     confirmLeftOut: (count) =>
       `I have seen the ${times(count, 'problem', 'problems')}; what is left out stays as it is.`,
+    confirmMoved: (count) => `${times(count, 'unit changes its address', 'units change their address')}.`,
+    movedTable: 'Units that change their address',
+    movedColumns: ['Unit', 'Now', 'Then'],
     confirmGo: 'Update now',
     notTheSameCsv:
       'The unit holds another CSV than the one just uploaded; somebody else is at work. Nothing was sent.',

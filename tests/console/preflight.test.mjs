@@ -157,3 +157,55 @@ test('a site tells conflicts, hidden units and what changed', () => {
   const changes = { difference: 2, missing: ['WALL-3'], appeared: ['C', 'x'] };
   assert.deepEqual(compareSites(memoryOf(site), memoryOf(now)), changes);
 });
+
+test('addresses that cut a unit off are not sent, those that may are told', () => {
+  const network = readSite(
+    [
+      'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,IP.STATIC_GATEWAY',
+      '10.0.0.1,A,TX610,S1,10.0.0.1,255.255.255.0,10.0.0.254',
+      '10.0.0.2,B,RX610,S2,10.0.0.2,255.255.255.0,0.0.0.0',
+      '10.0.0.3,C,RX610,S3,10.0.0.3,255.255.255.0,10.0.0.254',
+    ].join('\r\n'),
+  );
+  const table = [
+    ['S1,10.0.0.9,,', ''],
+    ['S1,10.0.0.0,,', 'out address-network'],
+    ['S1,10.0.0.255,,', 'out address-network'],
+    ['S2,10.0.0.127,255.255.255.128,', 'out address-network'],
+    ['S1,10.0.0.255,255.255.0.0,', ''], // an ordinary host of the larger network
+    ['S1,10.0.0.254,,', 'out gateway-self'],
+    ['S1,,,10.0.0.1', 'out gateway-self'],
+    ['S1,,,10.0.1.1', 'out gateway-outside'],
+    ['S1,10.1.0.1,,', 'out gateway-outside check address-moves'],
+    ['S2,10.1.0.1,,', 'check address-moves'],
+    ['S2,10.0.0.1,,\nS1,10.0.0.9,,', 'check address-handed-on'], // a chain
+    ['S2,10.0.0.1,,\nS1,10.0.0.2,,', 'check address-handed-on check address-handed-on'], // a swap
+    ['S2,10.0.0.3,,', 'out address-taken'],
+  ];
+  for (const [rows, expected] of table) {
+    const header = 'UNIT.SERIAL,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,IP.STATIC_GATEWAY';
+    const { problems, moved } = check(`${header}\n${rows}\n`, {}, network);
+    const seen = problems.filter(({ code }) => /^(address|gateway)-/.test(code));
+    assert.equal(seen.map(({ level, code }) => `${level} ${code}`).join(' '), expected, rows);
+    if (expected === '' && rows.startsWith('S1,10.0.0.9'))
+      assert.deepEqual(moved, [{ id: 'A', from: '10.0.0.1', to: '10.0.0.9' }]);
+  }
+});
+
+test('what a spreadsheet has damaged is told', () => {
+  const zeros = readSite('UNIT.ID,UNIT.MODEL,UNIT.SERIAL\r\nA,TX610,00001200\r\n');
+  const table = [
+    ['1200,B', 'check serial-zeros', 1],
+    ['00001200,#REF!', 'out cell-formula', 0],
+    ['00001200,03.Apr', 'check converted', 1],
+    ['00001200,1E+05', 'check converted', 1],
+    ['00001200,FALSCH', 'check converted', 1],
+    ['00001200,Room 3', '', 1],
+  ];
+  for (const [row, expected, sent] of table) {
+    const { problems, sending } = check(`UNIT.SERIAL,UNIT.ID\n${row}\n`, {}, zeros);
+    const seen = problems.filter(({ code }) => /^(serial-zeros|cell-formula|converted)$/.test(code));
+    assert.equal(seen.map(({ level, code }) => `${level} ${code}`).join(), expected, row);
+    assert.equal(sending.length, sent, row);
+  }
+});

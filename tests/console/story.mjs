@@ -70,6 +70,10 @@ await chapter(page, 'the units are found, compared and shown', async () => {
   const shown = rows.map(([id, , address, serial]) => `${id} ${address} ${serial}`);
   const expected = ['UNIT-901 10.77.9.2 REFUSER', 'UNIT-900 10.77.9.1 SILENT', 'UNIT-900 10.77.9.3 TWIN'];
   assert.deepEqual(shown, expected);
+  await button('Configure these 3 units').click();
+  await page.getByRole('grid').waitFor();
+  assert.equal(await page.locator('[role=grid] tbody tr').count(), 3);
+  await button('Start over').click();
 });
 
 await chapter(page, 'a spreadsheet’s file is checked before anything is sent', async () => {

@@ -71,9 +71,17 @@ export async function download(page, button) {
 const folder = process.env.HANDLER_SCREENSHOTS;
 const wanted = folder ? readdirSync(folder) : [];
 
-// Looks at the page in dark and light, and takes its picture. Returns the accessibility problems.
+// Looks at the page on a phone and on screens, in dark and light, and takes its picture. Returns what is wrong: widths at
+// which the page is wider than its window, and the accessibility problems.
 export async function look(page, name) {
   const problems = [];
+  const usual = page.viewportSize();
+  for (const width of [390, 1280, 1920]) {
+    await page.setViewportSize({ ...usual, width });
+    const needed = await page.evaluate(() => document.documentElement.scrollWidth);
+    if (needed > width) problems.push(`${name} is ${needed} px wide at ${width} px`);
+  }
+  await page.setViewportSize(usual);
   for (const colorScheme of ['dark', 'light']) {
     await page.emulateMedia({ colorScheme, reducedMotion: 'reduce' });
     problems.push(...(await accessibilityProblems(page)));

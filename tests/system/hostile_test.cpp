@@ -107,7 +107,7 @@ TEST(Hostile, AnAnnouncedLengthBeyondTheMemoryIsADecodingFailure) {
   request fields = post(text);
   // The sanitizer needs an address space of its own; there its own limit stands for the small unit's memory.
   if (is_sanitized()) fields = huge;
-  if (!is_sanitized()) huge.starter = fields.starter = "ulimit -v 524288; exec";
+  if (!is_sanitized()) huge.starter = fields.starter = "ulimit -v 131072; exec";
   EXPECT_EQ(run_program(huge).out, undecodable);
   EXPECT_EQ(run_program(fields).out, undecodable);
 }

@@ -8,6 +8,7 @@
 // Problems are {level, code, column, rows, detail}. Levels: `stop` nothing can be sent; `out` something is left out;
 // `check` it is sent, and may be wrong; `held` the unit takes no such setting; `fixed` put right in what is sent.
 
+import { addressProblems } from './addresses.js';
 import {
   acceptedKey,
   byteLength,
@@ -104,6 +105,7 @@ function faultOf(key, value) {
   if (key === staticAddressKey && !isHost(value)) return 'host';
   if (key === 'IP.STATIC_NETMASK' && !isNetmask(value)) return 'netmask';
   if (key === idKey && value.trim() === '') return 'blanks';
+  if (/^#(REF!|NAME\?|VALUE!|WERT!|DIV\/0!|N\/A|NV|NULL!|NUM!|ZAHL!|BEZUG!)$/.test(value)) return 'formula';
   return whyNotWritable(value);
 }
 
@@ -122,11 +124,27 @@ function valuesOf(draftRow, header, problems) {
   return values;
 }
 
+// Whether the unit's serial is this one with zeros in front, which spreadsheets take off.
+const endsInZerosAnd = (unit, serial) => (unit.values[serialKey] ?? '').replace(/^0+/, '') === serial;
+
 // Finds the discovered unit of a row and takes its serial and model over where the row has none or spells them
 // differently.
 function findUnit(row, unitsBySerial, problems) {
   const { values, number } = row;
-  const found = unitsBySerial.get(values[serialKey].toLowerCase()) ?? [];
+  let found = unitsBySerial.get(values[serialKey].toLowerCase()) ?? [];
+  if (found.length === 0 && /^[1-9]\d*$/.test(values[serialKey])) {
+    const alike = [...unitsBySerial.values()]
+      .flat()
+      .filter((unit) => endsInZerosAnd(unit, values[serialKey]));
+    if (alike.length === 1) {
+      found = alike;
+      problems.add('check', 'serial-zeros', {
+        column: serialKey,
+        row: number,
+        detail: alike[0].values[serialKey],
+      });
+    }
+  }
   if (found.length === 0) return problems.add('check', 'unit-unknown', { column: serialKey, row: number });
   if (found.length > 1) problems.add('check', 'unit-twice', { column: serialKey, row: number });
   [row.unit] = found;
@@ -142,6 +160,14 @@ function findUnit(row, unitsBySerial, problems) {
     problems.add('check', 'model-differs', { column: modelKey, row: number, detail: model });
   }
 }
+
+// What spreadsheets make of booleans, numbers and of texts that look like dates.
+const looksConverted = (value) =>
+  /^(wahr|falsch|vrai|faux|verdadero|falso|vero|waar|onwaar|sant|sann|falskt|prawda|fałsz)$/i.test(value) ||
+  /^-?\d(\.\d+|,\d+)?E\+?-?\d+$/i.test(value) ||
+  /^(\d{1,2}[. -](jan|feb|mar|mär|apr|may|mai|jun|jul|aug|sep|oct|okt|nov|dec|dez)|(jan|feb|mar|apr|may|jun|jul|aug|sep|oct|nov|dec)[ -]\d{1,2})\.?$/i.test(
+    value,
+  );
 
 // Decides about one cell. Returns {state, old, value, reason, name}; states: `blank`, `same`, `fault`, `held`, `change`.
 function decideCell(key, value, row) {
@@ -164,6 +190,7 @@ function decideCells(row, keys, problems) {
     const place = { column: key, row: row.number };
     if (cell.state === 'fault') problems.add('out', `cell-${cell.reason}`, place);
     if (cell.state === 'held') problems.add('held', `held-${cell.reason}`, place);
+    if (cell.state === 'change' && looksConverted(cell.value)) problems.add('check', 'converted', place);
     if (key === idKey && cell.state === 'change' && cell.value !== cell.value.trim())
       problems.add('check', 'id-edges', place);
   }
@@ -270,6 +297,40 @@ function skipThoseThatCollide(rows, site, problems) {
   return sending.some((row) => row.state !== 'send');
 }
 
+// Addresses that would cut a unit off leave its row out; those that may are told, and so is who changes.
+function checkAddresses(rows, problems) {
+  const sending = rows.filter((row) => row.state === 'send');
+  const holders = groupBy(
+    sending.filter((row) => row.unit),
+    (row) => row.unit.values[addressKey] ?? '',
+  );
+  for (const row of sending) {
+    const isAnothersNow = (address) => (holders.get(address) ?? []).some((other) => other.unit !== row.unit);
+    const before = (key) => {
+      const value = row.unit?.values[key] ?? '';
+      return isAddress(value) ? value : '';
+    };
+    for (const code of addressProblems((key) => sentValue(row, key), before, isAnothersNow)) {
+      const place = { column: staticAddressKey, detail: sentValue(row, staticAddressKey) };
+      if (code === 'address-moves' || code === 'address-handed-on') {
+        problems.add('check', code, { ...place, row: row.number });
+      } else {
+        leaveOut(row, code, problems, place);
+      }
+    }
+  }
+}
+
+// The units that have another address in the end: {id, from, to}.
+function movedUnits(sending) {
+  return sending.flatMap((row) => {
+    const to = row.cells[staticAddressKey]?.state === 'change' ? sentValue(row, staticAddressKey) : '';
+    const from = row.unit?.values[addressKey] ?? '';
+    const id = row.unit?.values[idKey] || row.values[serialKey];
+    return to !== '' && to !== from ? [{ id, from, to }] : [];
+  });
+}
+
 // Ids that a unit which is not in the plan has already.
 function warnOfTakenIds(rows, site, problems) {
   const sending = rows.filter((row) => row.state === 'send');
@@ -342,8 +403,8 @@ function noteReading(draft, problems) {
   }
 }
 
-// Returns {problems, header, rows, sending, unchanged, settings, text, undo, lost}: the key of each column, each row with
-// its fate `state` (`send`, `left-out`, `unchanged`, `blank`), the rows that are sent in their order, counts, and the two
+// Returns {problems, header, rows, sending, moved, unchanged, settings, text, undo, lost}: the key of each column, each row with
+// its fate `state` (`send`, `left-out`, `unchanged`, `blank`), the rows that are sent in their order, the units whose address changes, counts, and the two
 // CSVs, empty where a problem stops it all. `lost` counts changes that the second one cannot take back.
 export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = {}) {
   const problems = new Problems();
@@ -355,6 +416,7 @@ export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = 
   const rows = draft.rows.map((row) => readRow(row, context));
   rows.forEach((row) => chooseSettings(row, context));
   skipSharedIdentities(rows, problems);
+  checkAddresses(rows, problems);
   skipSharedAddresses(rows, site, problems);
   warnOfTakenIds(rows, site, problems);
   blankSharedAddresses(rows, problems);
@@ -370,6 +432,7 @@ export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = 
     header,
     rows,
     sending,
+    moved: movedUnits(sending),
     unchanged: rows.filter((row) => row.state === 'unchanged').length,
     settings: sending.reduce((sum, row) => sum + row.settings.length, 0),
     text: stopped ? '' : text,

@@ -56,7 +56,7 @@ function Start({ site }) {
         disabled={!site}
         onFile={(file) => attempt(() => openDraft(file))}
       />
-      <button type="button" class="main" disabled={!site} onClick={draftFromSite}>
+      <button type="button" class="main" disabled={!site} onClick={() => draftFromSite()}>
         {words.editSite}
       </button>
     </div>

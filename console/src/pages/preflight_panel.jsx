@@ -111,6 +111,7 @@ function Changes({ plan }) {
 function Confirmation({ plan, onCancel }) {
   const leftOut = plan.problems.filter(({ level }) => level === 'out' || level === 'check').length;
   const [seen, setSeen] = useState(leftOut === 0);
+  const [seenMoved, setSeenMoved] = useState(plan.moved.length === 0);
   const go = () => {
     onCancel();
     runUpdate(plan);
@@ -122,8 +123,25 @@ function Confirmation({ plan, onCancel }) {
       </p>
       <p>{words.confirmText}</p>
       {leftOut > 0 && <Check label={words.confirmLeftOut(leftOut)} checked={seen} onChange={setSeen} />}
+      {plan.moved.length > 0 && (
+        <>
+          <Table
+            label={words.movedTable}
+            columns={words.movedColumns.map((title) => ({ key: title, title, width: 18 }))}
+            rows={plan.moved}
+            renderRow={({ id, from, to }, at) => (
+              <tr key={id} aria-rowindex={at + 2}>
+                <th scope="row">{id}</th>
+                <td>{from}</td>
+                <td>{to}</td>
+              </tr>
+            )}
+          />
+          <Check label={words.confirmMoved(plan.moved.length)} checked={seenMoved} onChange={setSeenMoved} />
+        </>
+      )}
       <div class="bar">
-        <button type="button" class="main danger" disabled={!seen} onClick={go}>
+        <button type="button" class="main danger" disabled={!seen || !seenMoved} onClick={go}>
           {words.confirmGo}
         </button>
         <CancelButton onClick={onCancel} />

@@ -157,8 +157,7 @@ function tableColumns(site, keys) {
   return columns;
 }
 
-function UnitTable({ site, keys, choice, setChoice }) {
-  const units = useMemo(() => chosenUnits(site.units, choice), [site, choice]);
+function UnitTable({ site, units, keys, choice, setChoice }) {
   const columns = useMemo(() => tableColumns(site, keys), [site, keys]);
   return (
     <>
@@ -180,9 +179,9 @@ function UnitTable({ site, keys, choice, setChoice }) {
 const safeCopy = (site) =>
   writeSpreadsheet([site.keys, ...site.units.map((unit) => site.keys.map((key) => unit.values[key]))]);
 
-function Tools({ site, choice, setChoice, shown, chooseColumns }) {
+function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
   const edit = () => {
-    if (draftFromSite()) location.hash = 'configure';
+    if (draftFromSite(units)) location.hash = 'configure';
   };
   return (
     <div class="bar tools">
@@ -209,8 +208,8 @@ function Tools({ site, choice, setChoice, shown, chooseColumns }) {
       <DownloadButton name={`site-${stamp()}-spreadsheet.csv`} content={() => safeCopy(site)}>
         {words.safe}
       </DownloadButton>
-      <button type="button" class="main" onClick={edit}>
-        {words.edit}
+      <button type="button" class="main" disabled={units.length === 0} onClick={edit}>
+        {words.edit(units.length)}
       </button>
     </div>
   );
@@ -224,6 +223,7 @@ function Site({ site, comparison }) {
   });
   const [columns, setColumns] = useState(recall('columns') ?? usualKeys);
   const shown = useMemo(() => columns.filter((key) => site.keys.includes(key)), [site, columns]);
+  const units = useMemo(() => chosenUnits(site.units, choice), [site, choice]);
   const chooseColumns = (keys) => {
     setColumns(keys);
     remember('columns', keys);
@@ -231,8 +231,8 @@ function Site({ site, comparison }) {
   return (
     <>
       <Summary {...{ site, comparison }} />
-      <Tools {...{ site, choice, setChoice, shown, chooseColumns }} />
-      <UnitTable {...{ site, choice, setChoice }} keys={shown} />
+      <Tools {...{ site, units, choice, setChoice, shown, chooseColumns }} />
+      <UnitTable {...{ site, units, choice, setChoice }} keys={shown} />
     </>
   );
 }

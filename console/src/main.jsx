@@ -7,6 +7,7 @@ import { ConfigurePage } from './pages/configure_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
+import { ThemeChoice } from './parts/theme.jsx';
 import { ErrorNotice } from './parts/widgets.jsx';
 import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
@@ -46,6 +47,7 @@ function Head({ page, activity }) {
         ))}
       </nav>
       <Activity activity={activity} />
+      <ThemeChoice />
     </header>
   );
 }

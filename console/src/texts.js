@@ -22,6 +22,8 @@ export const texts = {
     listing: 'Listing',
     ask: 'Asking the unit',
   },
+  theme: 'Theme',
+  themes: { system: 'System', light: 'Light', dark: 'Dark' },
   failures: {
     busy: 'The unit is still busy with somebody else’s request. Nothing was changed; try again in a while.',
     updating:
@@ -321,6 +323,7 @@ export const texts = {
       preview: 'The chosen picture',
       notJpeg: 'Not a JPEG file; the unit would install it and perhaps show nothing.',
       notImage: 'Not a picture that can be shown.',
+      cut: 'The picture ends early: the file was not copied whole.',
       good: (width, height) => `JPEG, ${width} × ${height} pixels.`,
       done: 'The unit has taken the splash image.',
     },

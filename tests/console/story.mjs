@@ -74,6 +74,13 @@ await chapter(page, 'the units are found, compared and shown', async () => {
   await page.getByRole('grid').waitFor();
   assert.equal(await page.locator('[role=grid] tbody tr').count(), 3);
   await button('Start over').click();
+  await goTo('Units');
+  assert.equal(await page.getByLabel('Filter').inputValue(), 'room 90');
+  await page.getByLabel('Theme').selectOption('Dark');
+  await page.reload();
+  await button('Configure these 12 units').waitFor();
+  assert.equal(await page.evaluate(() => document.documentElement.dataset.theme), 'dark');
+  await page.getByLabel('Theme').selectOption('System');
 });
 
 await chapter(page, 'a spreadsheet’s file is checked before anything is sent', async () => {

@@ -7,10 +7,16 @@ import { texts } from '../texts.js';
 
 const words = texts.unit.splash;
 
-// Returns {url, width, height, jpeg} of a picture; width is 0 when it cannot be shown.
+const bytesOf = async (piece) => new Uint8Array(await piece.arrayBuffer());
+const tailSize = 4096; // some programs write a little more after the end of a picture
+
+// Returns {url, width, height, jpeg, whole} of a picture; width is 0 when it cannot be shown. Browsers show what there is
+// of a JPEG that was cut; a whole one has an end mark.
 async function examinePicture(file) {
-  const head = new Uint8Array(await file.slice(0, 3).arrayBuffer());
+  const head = await bytesOf(file.slice(0, 3));
   const jpeg = head[0] === 0xff && head[1] === 0xd8 && head[2] === 0xff;
+  const tail = await bytesOf(file.slice(-tailSize));
+  const whole = tail.some((byte, at) => byte === 0xff && tail[at + 1] === 0xd9);
   const url = URL.createObjectURL(file);
   const image = new Image();
   image.src = url;
@@ -18,7 +24,9 @@ async function examinePicture(file) {
     () => true,
     () => false,
   );
-  return { picture: { url, jpeg, width: shown ? image.naturalWidth : 0, height: image.naturalHeight } };
+  return {
+    picture: { url, jpeg, whole, width: shown ? image.naturalWidth : 0, height: image.naturalHeight },
+  };
 }
 
 function CurrentSplash({ version }) {
@@ -52,7 +60,8 @@ function PictureFacts({ picture, fault }) {
 
 function faultOf(picture) {
   if (picture.width === 0) return words.notImage;
-  return picture.jpeg ? '' : words.notJpeg;
+  if (!picture.jpeg) return words.notJpeg;
+  return picture.whole ? '' : words.cut;
 }
 
 export function SplashCard() {

@@ -215,12 +215,15 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
   );
 }
 
+// Stays while other pages are shown.
+let lastChoice = { kind: 'all', filter: '', sort: { key: 'UNIT.ID', direction: 'up' } };
+
 function Site({ site, comparison }) {
-  const [choice, setChoice] = useState({
-    kind: 'all',
-    filter: '',
-    sort: { key: 'UNIT.ID', direction: 'up' },
-  });
+  const [choice, setShownChoice] = useState(lastChoice);
+  const setChoice = (changed) => {
+    lastChoice = changed;
+    setShownChoice(changed);
+  };
   const [columns, setColumns] = useState(recall('columns') ?? usualKeys);
   const shown = useMemo(() => columns.filter((key) => site.keys.includes(key)), [site, columns]);
   const units = useMemo(() => chosenUnits(site.units, choice), [site, choice]);

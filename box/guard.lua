@@ -1,5 +1,5 @@
--- Runs in lighttpd for each request to what a foreign page must not reach: refuses one whose Origin is not this host.
--- The other two marks of a foreign request, Sec-Fetch-Site and Host, are checked in lighttpd.conf.
+-- Runs in lighttpd for commands and for the files that describe the site: refuses a request whose Origin is another host.
+-- lighttpd.conf itself checks Sec-Fetch-Site and Host.
 local origin = lighty.r.req_header["Origin"]
 if origin then
   local host = (lighty.r.req_header["Host"] or ""):lower()

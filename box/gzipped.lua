@@ -1,4 +1,4 @@
--- Runs in lighttpd for each static file: serves the one that was gzipped ahead of time beside it, to whoever takes it.
+-- Runs in lighttpd for each static file: serves FILE.gz in its place to clients that accept gzip.
 local path = lighty.r.req_attr["physical.path"]
 if path:sub(-1) == "/" then path = path .. "index.html" end
 path = path .. ".gz"

@@ -1,8 +1,8 @@
 // Echo: a whole program of the request layer. It answers a request with a page that shows what arrived, and
 // keeps the request as /tmp/request.cgic, for cgi-replay.
 //
-//   fields    in the order in which they arrived: name and value; of an upload, what the client said of it, and
-//             its size
+//   fields    in the order in which they arrived: name and value; of an upload, file name, content type
+//             and size
 //   cookies   their names
 //
 // Beside handler.cgi in the unit's web server it takes a request that makes trouble, to be run again
@@ -54,8 +54,8 @@ void write_cookies() {
   cgiStringArrayFree(names);
 }
 
-// A request holds cookies and files, so what keeps it is readable for its owner alone from its first byte on: it is
-// written under a name that nobody can guess, and then takes the place of the last one.
+// A request contains cookies and files, so only the owner may read its capture. mkstemp creates the file with mode 0600
+// and O_EXCL; rename then replaces the capture of the last request.
 bool keep_request() {
   char path[] = "/tmp/request.cgicXXXXXX";
   const int descriptor = mkstemp(path);

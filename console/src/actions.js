@@ -317,7 +317,7 @@ export async function waitUntilBack(signal, show, ask) {
   let seen = '';
   let askedAt = 0;
   for (; !signal.aborted; await sleep(backInterval)) {
-    const there = await readStatic('/index.html').then(Boolean, () => false);
+    const there = await readStatic('/index.html').then(Boolean, ({ kind }) => kind === 'login');
     const now = there ? seen && 'again' : 'gone';
     if (now !== seen) {
       show(now);

@@ -25,6 +25,7 @@ bool is_our_link(const char* path) {
   return status.st_uid == 0 || status.st_uid == geteuid();
 }
 
+// Follows a symbolic link at the path itself only if we trust its owner.
 unique_fd open_place(const char* path, int flags) {
   unique_fd descriptor = open_descriptor(path, flags | O_CREAT | O_NOFOLLOW);
   if (!descriptor && errno == ELOOP && is_our_link(path)) descriptor = open_descriptor(path, flags | O_CREAT);

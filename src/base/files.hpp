@@ -15,15 +15,15 @@
 #include "base/fixed_text.hpp"
 #include "base/handles.hpp"
 
-// Opens /dev/null in the place of every standard descriptor that the web server left closed, so that no
-// file or socket of ours takes its number. Makes standard input and output wait even where the web server had
-// them not do so: a late body must not pass for one that has ended, nor an answer lose what is read late.
+// Opens /dev/null on each of fds 0 to 2 that the parent left closed, so that no file or socket of ours gets its
+// number. Makes stdin and stdout blocking: a read must not take a slow body for EOF, nor a write drop a part of the
+// answer that the client reads late.
 void prepare_standard_descriptors();
 
 // Opens a file for reading; empty when it cannot be opened. Neither this nor open_for_writing waits at a pipe.
 [[nodiscard]] unique_file open_for_reading(const char* path);
 
-// The same, but the opening and every read of a pipe wait for its writer.
+// The same, but blocking: open and read of a pipe wait for its writer.
 [[nodiscard]] unique_file open_waiting(const char* path);
 
 enum class write_mode { replace, append };
@@ -95,8 +95,8 @@ std::size_t read_line(std::FILE* file, std::span<char> line);
 // the end and after a failure.
 [[nodiscard]] std::size_t read_available(std::FILE* file, std::span<char> buffer);
 
-// Reads as read_available does until the buffer is full. Returns the number of bytes read; fewer than asked for
-// only at the end and after a failure. Takes nothing that lies after them.
+// Calls read_available until the buffer is full. Returns the number of bytes read; fewer than asked for only at EOF
+// and after an error. Reads nothing beyond them.
 [[nodiscard]] std::size_t read_whole(std::FILE* file, std::span<char> buffer);
 
 // Copies what is left of one stream to another, byte for byte, to the end or to the first failure.

@@ -60,7 +60,7 @@ class growing_array {
     count_ = room_ = 0;
   }
 
-  // Hands over the memory, cut to the items that are in it unless only a few more fit; whoever takes it frees it.
+  // Gives the memory away, shrunk to its items unless only a few more would fit. The caller frees it.
   [[nodiscard]] T* take() {
     constexpr std::size_t few = 32;
     void* cut = room_ - count_ > few ? reallocarray(items_, count_, sizeof(T)) : nullptr;

@@ -27,7 +27,7 @@ void end_standard_input(int) {
 using procedure = void (*)();
 constinit procedure before_our_abort = nullptr;
 
-// Some web servers end a program by this signal when the client has left. From ourselves it means a broken program.
+// Some web servers send SIGABRT when the client has left. Our own abort() means a bug: clean up and die.
 void end_by_abort(int number, siginfo_t* about, void*) {
   if (about->si_pid != getpid()) {
     end_standard_input(number);

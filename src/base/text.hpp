@@ -47,8 +47,8 @@
 // The same for a number without a sign.
 [[nodiscard]] std::int32_t leading_digits(std::string_view text);
 
-// A text in somebody else's buffer, written from its start and terminated all the time. What does not fit is
-// dropped; a buffer of no bytes is left alone.
+// Appends to a text in the caller's buffer and keeps it terminated. Drops what does not fit; an empty buffer is not
+// written.
 class bounded_text {
  public:
   explicit bounded_text(std::span<char> buffer) : buffer_(buffer) { add(std::string_view{}); }

@@ -30,8 +30,8 @@ struct cgiBodyStream {
   //   |                  <bytes> | bytes of the next read ...                      |
   //                      ^ blockBegin                                     blockEnd ^
   //
-  // Reads that made room for those bytes in the block itself would ask a pipe for a little less than it holds, and
-  // find only that little the next time.
+  // If those bytes took room in the block itself, a read would ask for a little less than a pipe contains, and the next
+  // read would get only that little.
   static constexpr std::size_t headroom_size = 4096;
   std::array<char, headroom_size + block_size> block;
   std::size_t blockBegin;

@@ -3,14 +3,14 @@
 //   compare with the pattern; on the first difference put out the pattern's first byte, put back the others that
 //   matched and the byte that differed, and begin again with what was put back
 //
-// match_here follows this rule as it stands. It costs several steps a byte, so while nothing is put back two other
+// match_here follows this rule literally. It costs several steps a byte, so while nothing is put back two other
 // searches pass on, in one go, what the rule would pass on byte by byte:
 //
 //   search_first   the first boundary. What was put back comes after older bytes that still wait, so some near
 //                  misses change the order in which the bytes in front of it are compared. The search only skips
 //                  bytes at which no match begins, and leaves the rest to match_here
-//   search_next    every later one. Its pattern begins with a carriage return, which stands nowhere else in it: no
-//                  near miss can hide the beginning of a match, so any exact search finds the same place
+//   search_next    every later one. Its pattern contains a carriage return at its start only: no near miss can hide
+//                  the beginning of a match, so any exact search finds the same place
 //
 //   a block:  | passed on to the output ...              | may begin a boundary |
 //                                                        ^ kept at hand until more bytes have arrived
@@ -29,7 +29,7 @@ namespace {
 
 constexpr std::size_t longest_pattern_size = 1024;
 
-// Takes what stands in front of a boundary: into the file, into memory, or nowhere.
+// Writes the bytes before a boundary: into the file, into memory, or nowhere.
 class body_writer {
  public:
   explicit body_writer(const cgiBodyOutput& output) : output_(output) {}
@@ -50,7 +50,7 @@ class body_writer {
   // cgiParseSuccess until something could not be written.
   [[nodiscard]] cgiParseResultType result() const { return result_; }
 
-  // Writes what a file still holds back, and tells how much was written.
+  // Flushes the file. Sets length to the number of bytes written; leaves it alone after an error.
   cgiParseResultType finish(std::int32_t& length) {
     if (output_.file != nullptr && std::fflush(output_.file) != 0) result_ = cgiParseIO;
     if (result_ == cgiParseSuccess) length = static_cast<std::int32_t>(length_);
@@ -83,7 +83,7 @@ std::size_t take_matching(cgiBodyStream& stream, std::string_view pattern) {
 
 // Compares what comes next with the pattern. When they differ, one byte goes to the output and the others are
 // put back, the one that differed at the end. Bytes that are put back while older ones still wait come after these:
-// so a boundary that stands in the body right after a near miss may not be seen. Clients send nothing in front of
+// so a boundary that overlaps a near miss of itself may be missed. Clients send nothing in front of
 // the first boundary, where alone this can happen.
 search_step match_here(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::size_t matched = take_matching(stream, pattern);

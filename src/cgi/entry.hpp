@@ -4,19 +4,20 @@
 
 #pragma once
 
+#include "cgi/state.hpp"
+
 // What the application hands to the request layer.
 struct cgiHooks {
   void (*onCalled)();  // before anything of the request is read; may answer on cgiOut and end the process
   int (*main)();       // answers the request; its result is ignored
   int (*onClose)();    // after everything of the request is released; its result becomes the exit status
 
-  // The pattern of the paths of temporary files, ending in six X. Programs that share a folder choose different ones,
-  // so that each can tell what a killed request of its own left behind.
-  const char* temporaryFiles = "/dev/shm/cgi-uploadXXXXXX";
+  // The pattern of the paths of temporary files, ending in six X. Each program needs its own, so that it can recognise
+  // and delete the files of its killed requests.
+  const char* temporaryFiles = cgiUsualTemporaryFiles;
 
-  // Whether the process is there for this request alone. Then signals that web servers send do not end it half way
-  // (signals.hpp), and at its end it leaves the list of processes by its name a moment early (process.hpp). When
-  // false, signals, their mask and the name stay as they were.
+  // True: the process serves this request only. Its signals are caught (signals.hpp), and it is renamed before it
+  // exits (process.hpp). False: signal handlers, signal mask and process name are left alone.
   bool ownsProcess = true;
 };
 

@@ -1,8 +1,8 @@
 // Form entries: every field of a request, however it arrived, is one cgiFormEntry in one list.
 //   order   as the fields stand in the input; names need not be unique, lookups take the first match
 //   owner   the list owns its entries, an entry owns its texts and its temporary file
-//   memory  an entry is one block: the record, followed by its texts. A request of very many tiny fields so takes
-//           some 24 times its own size
+//   memory  an entry is one block: the record, followed by its texts. Very many tiny fields take some 24 times
+//           the size of the request
 //   life    filled by exactly one decoder, or from a capture file; released once by cgiFreeResources
 
 #pragma once
@@ -26,14 +26,14 @@ struct cgiFormEntry {
   [[nodiscard]] const char* fileName() const { return text_at(file_name_place); }
   // Of a multipart part, else empty.
   [[nodiscard]] const char* contentType() const { return text_at(content_type_place); }
-  // Path of the temporary file that holds an upload, else empty.
+  // Path of the temporary file of an upload, else empty.
   [[nodiscard]] const char* tfileName() const { return text_at(temporary_name_place); }
 
   cgiFormEntry* next;  // null in the last entry
   // url-encoded: the length of the value up to its first zero byte; multipart: the number of body bytes
   std::int32_t valueLength;
 
-  // Where the other texts begin in the entry's block, in bytes; the name stands right after the record.
+  // Where the other texts begin in the entry's block, in bytes; the name follows the record.
   std::uint32_t file_name_place;
   std::uint32_t content_type_place;
   std::uint32_t temporary_name_place;
@@ -117,8 +117,7 @@ class cgiNewEntry {
 // become empty too.
 void cgiFreeResources();
 
-// Deletes the temporary files of the list, and the one that is still arriving; does nothing that a signal handler
-// must not do.
+// Deletes the temporary files of the list, and the one that is still arriving. Async-signal-safe.
 void cgiDeleteTemporaryFiles();
 
 // 1 when both texts are equal without regard to the case of ASCII letters, else 0.

@@ -27,7 +27,7 @@ constinit std::int32_t cgiContentLength = 0;
 constinit std::FILE* cgiIn = nullptr;
 constinit std::FILE* cgiOut = nullptr;
 
-constinit const char* cgiTemporaryFiles = "/dev/shm/cgi-uploadXXXXXX";
+constinit const char* cgiTemporaryFiles = cgiUsualTemporaryFiles;
 
 constinit const char* cgiArrivingFile = nullptr;
 

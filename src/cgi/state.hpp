@@ -45,6 +45,7 @@ extern std::FILE* cgiIn;
 extern std::FILE* cgiOut;
 
 // The pattern of the paths of temporary files: the system replaces the six X at its end. Set by cgiServeRequest.
+inline constexpr const char* cgiUsualTemporaryFiles = "/dev/shm/cgi-uploadXXXXXX";
 extern const char* cgiTemporaryFiles;
 
 // The path of the temporary file into which an upload arrives at the moment, null without one.

@@ -26,7 +26,7 @@ constexpr const char* updating_message = "&HANDLER=ERROR Firmware Update In Prog
 
 enum class other_requests { none, some, unknown };
 
-// A list of handler processes that does not even hold this one cannot be trusted: it counts as holding another.
+// Asks for the ids of all handler processes. A list without this process is wrong, so it counts as "some".
 other_requests find_other_requests() {
   fixed_text<32> processes;
   switch (shell_first_line("pidof handler.cgi", processes)) {
@@ -56,7 +56,7 @@ void cgiOnCalled() {
   const other_requests others = find_other_requests();
   if (others == other_requests::some) refuse(busy_message);
   if (firmware_update_runs()) refuse(updating_message);
-  // Uploads that are there now were left behind by a request that was killed, and fill the unit's memory.
+  // No other request runs, so these uploads belong to killed requests. They would fill the unit's RAM.
   if (others == other_requests::none) delete_temporary_files(unit::upload_files);
   shell_run(unit::stop_link);
 }

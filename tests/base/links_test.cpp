@@ -10,7 +10,8 @@
 #include "base/trace.hpp"
 #include "support/files.hpp"
 
-// The box has one user only, so it is we who become another one: the links stay those of the first.
+// The box maps a single uid, so the test cannot make a link of another user. It changes our own uid instead: geteuid
+// is wrapped, and the links then belong to somebody else.
 namespace {
 
 bool is_another_user = false;
@@ -52,8 +53,9 @@ TEST(Links, OurOwnAreFollowedAndThoseOfOthersAreNot) {
   is_another_user = true;
   write_all(links);
   is_another_user = false;
-  for (const char* name : {"file", "update", "direct", "log"})
+  for (const char* name : {"file", "update", "direct", "log"}) {
     EXPECT_EQ(read_file(targets + name), "") << name;
+  }
 
   write_all(links);
   for (const char* name : {"file", "update", "direct", "log"}) {

@@ -158,7 +158,7 @@ test('a site tells conflicts, hidden units and what changed', () => {
   assert.deepEqual(compareSites(memoryOf(site), memoryOf(now)), changes);
 });
 
-test('addresses that cut a unit off are not sent, those that may are told', () => {
+test('rows with an unreachable address are left out, doubtful ones get a warning', () => {
   const network = readSite(
     [
       'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,IP.STATIC_GATEWAY',
@@ -181,6 +181,7 @@ test('addresses that cut a unit off are not sent, those that may are told', () =
     ['S2,10.0.0.1,,\nS1,10.0.0.9,,', 'check address-handed-on'], // a chain
     ['S2,10.0.0.1,,\nS1,10.0.0.2,,', 'check address-handed-on check address-handed-on'], // a swap
     ['S2,10.0.0.3,,', 'out address-taken'],
+    ['S2,10.0.0.3,,\nS3,,255.255.0.0,', 'out address-taken'], // S3 keeps its address
   ];
   for (const [rows, expected] of table) {
     const header = 'UNIT.SERIAL,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,IP.STATIC_GATEWAY';
@@ -192,7 +193,7 @@ test('addresses that cut a unit off are not sent, those that may are told', () =
   }
 });
 
-test('what a spreadsheet has damaged is told', () => {
+test('values that a spreadsheet has damaged get a warning', () => {
   const zeros = readSite('UNIT.ID,UNIT.MODEL,UNIT.SERIAL\r\nA,TX610,00001200\r\n');
   const table = [
     ['1200,B', 'check serial-zeros', 1],

@@ -25,7 +25,7 @@ await chapter(page, 'a splash image is shown before it is sent', async () => {
   assert.ok(await upload('splash').isDisabled());
   const jpeg = await page.screenshot({ type: 'jpeg', clip: { x: 0, y: 0, width: 320, height: 180 } });
   await choose('splash', 'cut.jpg', jpeg.subarray(0, jpeg.length - 2));
-  await says('splash', 'The picture ends early');
+  await says('splash', 'The picture is truncated');
   assert.ok(await upload('splash').isDisabled());
   await choose('splash', 'logo.jpg', jpeg);
   await says('splash', 'JPEG, 320 × 180 pixels.');

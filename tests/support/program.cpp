@@ -43,8 +43,8 @@ pid_t start(const request& sent, int in, int out, int err) {
   dup2(in, STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
-  const bool by_shell = !sent.starter.empty();
-  std::string line = sent.starter + " " + program;
+  const bool by_shell = !sent.shell_prefix.empty();
+  std::string line = sent.shell_prefix + " " + program;
   std::array<char*, 4> arguments{const_cast<char*>(program), nullptr, line.data(), nullptr};
   if (by_shell) arguments = {const_cast<char*>("sh"), const_cast<char*>("-c"), line.data(), nullptr};
   execve(by_shell ? "/bin/sh" : program, arguments.data(), environment.data());

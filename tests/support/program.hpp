@@ -11,7 +11,7 @@
 struct request {
   std::map<std::string, std::string> environment;
   std::string body;
-  std::string starter = {};  // what a shell runs in front of the program, such as "ulimit -n 8; exec"
+  std::string shell_prefix = {};  // shell text before the program's name, such as "ulimit -n 8; exec"
 };
 
 struct answer {

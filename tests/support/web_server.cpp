@@ -9,7 +9,7 @@ std::string web_server() {
   return name != nullptr ? name : "lighttpd";
 }
 
-void start_web_server() {
+void start_web_server(const std::string& scheme) {
   std::system(("box/web-server " + web_server() + " 2> /dev/null &").c_str());
-  wait_until("curl -s -o /dev/null http://127.0.0.1:8080/");
+  wait_until("curl -sk -o /dev/null " + scheme + "://127.0.0.1:8080/");
 }

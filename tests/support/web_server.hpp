@@ -7,5 +7,5 @@
 // Its name, as box/web-server takes it.
 std::string web_server();
 
-// Starts it and waits until it serves the unit's pages.
-void start_web_server();
+// Starts it and waits until it serves the unit's pages under that scheme.
+void start_web_server(const std::string& scheme = "http");

@@ -58,8 +58,8 @@ TEST_P(Uploads, ArriveByteForByte) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// The browser of a technician shows a page of somebody else: none of its attempts reaches the program. Through busybox
-// httpd, which looks at no header, one does, so the attempts are real.
+// A page of another site must not reach the program. busybox httpd checks no header, so there the attempts succeed: they
+// are real.
 TEST(ForeignPage, ReachesNothing) {
   const bool is_guarded = web_server() != "busybox";
   start_web_server();

@@ -54,7 +54,7 @@ void add_hostile_texts(request& sent) {
 lines programs_started(const quick_site& site, request sent) {
   std::filesystem::remove_all("/var/started");
   std::filesystem::create_directory("/var/started");
-  sent.starter = "exec strace -ff -qq -s 4096 -e trace=execve,execveat -e signal=none -o /var/started/p";
+  sent.shell_prefix = "exec strace -ff -qq -s 4096 -e trace=execve,execveat -e signal=none -o /var/started/p";
   sent.environment["ASAN_OPTIONS"] = "detect_leaks=0";  // looking for them cannot be traced
   site.run(sent);
   lines started;
@@ -239,8 +239,8 @@ TEST(Environment, AHostileRequestStartsTheProgramsOfACleanOne) {
 
 TEST(Limits, OfTheServerAreMetAsThoseOfTheUnit) {
   const quick_site site;
-  const auto differences = [&site](const std::string& starter) {
-    return site.differences([&starter](request& sent) { sent.starter = starter + "; exec"; });
+  const auto differences = [&site](const std::string& shell_prefix) {
+    return site.differences([&shell_prefix](request& sent) { sent.shell_prefix = shell_prefix + "; exec"; });
   };
   EXPECT_EQ(differences("ulimit -n 12"), lines{});
   EXPECT_EQ(differences(is_sanitized() ? "ulimit -s 256" : "ulimit -s 64"), lines{});

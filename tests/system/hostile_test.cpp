@@ -39,7 +39,7 @@ TEST(Guard, AQueryThatCannotBeStartedAdmits) {
   EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out, page("DISCOVER_ENCODERS", ""));
 }
 
-// What a killed request left behind fills the unit's memory; what belongs to others stays.
+// Otherwise uploads of killed requests would fill the RAM. Files of other programs must stay.
 TEST(Guard, AnAdmittedRequestRemovesTheUploadsOfKilledOnes) {
   const lines others{"cgicABC.12", "cgicABC123x", "cgi-uploadABC123", "cgixABC123"};
   for (const std::string& name : others) write_file("/dev/shm/" + name, "kept");
@@ -107,7 +107,7 @@ TEST(Hostile, AnAnnouncedLengthBeyondTheMemoryIsADecodingFailure) {
   request fields = post(text);
   // The sanitizer needs an address space of its own; there its own limit stands for the small unit's memory.
   if (is_sanitized()) fields = huge;
-  if (!is_sanitized()) huge.starter = fields.starter = "ulimit -v 131072; exec";
+  if (!is_sanitized()) huge.shell_prefix = fields.shell_prefix = "ulimit -v 131072; exec";
   EXPECT_EQ(run_program(huge).out, undecodable);
   EXPECT_EQ(run_program(fields).out, undecodable);
 }
@@ -150,7 +150,7 @@ TEST(Hostile, ABodyThatStopsComingIsADecodingFailure) {
   }
 }
 
-// What lies after the body on the same stream is somebody else's.
+// Bytes after the body may belong to the next request on the same stream.
 TEST(Hostile, ABodyIsReadToItsLengthAndNotBeyond) {
   const std::string part = "--b\r\nContent-Disposition: form-data; name=CMD\r\n\r\nGET_NODES\r\n--b--\r\n";
   for (const request& sent : {post("CMD=GET_NODES"), post(part, "multipart/form-data; boundary=b")}) {

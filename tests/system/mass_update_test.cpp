@@ -57,7 +57,7 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   request update = get("CMD=PERFORM_CSV_UPDATE");
   update.environment["ASAN_OPTIONS"] = "allocator_may_return_null=1:max_allocation_size_mb=64";
   // The sanitizer needs an address space of its own; there its own limit stands for the small unit's memory.
-  if (!is_sanitized()) update.starter = "ulimit -v 262144; exec";
+  if (!is_sanitized()) update.shell_prefix = "ulimit -v 262144; exec";
   for (const std::string records : {"2", "1000000"}) {
     std::filesystem::rename("/tmp/" + records + ".csv", "/tmp/import.csv");
     EXPECT_EQ(run_program(update).out,

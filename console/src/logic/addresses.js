@@ -1,5 +1,5 @@
-// What a new address would do to a unit, looked at together with its mask and gateway, over draft and site: an address
-// that cuts a unit off can be put right only where the unit stands.
+// Checks new address, netmask and gateway of a unit together, across draft and site. A unit with a wrong address is no
+// longer reachable: somebody has to go there to correct it.
 
 const staticKey = 'IP.STATIC_ADDRESS';
 const maskKey = 'IP.STATIC_NETMASK';
@@ -11,16 +11,16 @@ const numberOf = (address) =>
 const isIn = (address, other, mask) =>
   (numberOf(address) & numberOf(mask)) >>> 0 === (numberOf(other) & numberOf(mask)) >>> 0;
 
-// Whether the host's part of the address is all zeros or all ones; networks of one or two addresses have neither.
+// True when the host bits of the address are all 0 or all 1. Does not apply to /31 and /32.
 function isNetworkOrBroadcast(address, mask) {
   const hostBits = ~numberOf(mask) >>> 0;
   const host = (numberOf(address) & hostBits) >>> 0;
   return hostBits > 1 && (host === 0 || host === hostBits);
 }
 
-// The faults and doubts of one row's addresses: codes in the order in which they are told. `settings` and `before` give
-// the text of a key that is sent and that the unit has now, an empty one when there is none; `isAnothersNow(address)`
-// tells whether another unit of the draft has it at the moment.
+// Returns the codes of a row's address problems, in a fixed order. settings(key) is the value to be sent and before(key)
+// the unit's present one, both '' if none. isAnothersNow(address) is true when another unit of the draft has the address
+// at present.
 export function addressProblems(settings, before, isAnothersNow) {
   if (![staticKey, maskKey, gatewayKey].some((key) => settings(key))) return [];
   const then = (key) => settings(key) || before(key);

@@ -124,7 +124,7 @@ function valuesOf(draftRow, header, problems) {
   return values;
 }
 
-// Whether the unit's serial is this one with zeros in front, which spreadsheets take off.
+// True when the unit's serial equals this one but for leading zeros, which spreadsheets drop.
 const endsInZerosAnd = (unit, serial) => (unit.values[serialKey] ?? '').replace(/^0+/, '') === serial;
 
 // Finds the discovered unit of a row and takes its serial and model over where the row has none or spells them
@@ -161,7 +161,7 @@ function findUnit(row, unitsBySerial, problems) {
   }
 }
 
-// What spreadsheets make of booleans, numbers and of texts that look like dates.
+// True for values as spreadsheets rewrite them: booleans in another language, 1E+05, dates.
 const looksConverted = (value) =>
   /^(wahr|falsch|vrai|faux|verdadero|falso|vero|waar|onwaar|sant|sann|falskt|prawda|fałsz)$/i.test(value) ||
   /^-?\d(\.\d+|,\d+)?E\+?-?\d+$/i.test(value) ||
@@ -297,15 +297,15 @@ function skipThoseThatCollide(rows, site, problems) {
   return sending.some((row) => row.state !== 'send');
 }
 
-// Addresses that would cut a unit off leave its row out; those that may are told, and so is who changes.
+// Leaves out rows whose address would make the unit unreachable, and adds a warning where it may.
 function checkAddresses(rows, problems) {
   const sending = rows.filter((row) => row.state === 'send');
-  const holders = groupBy(
-    sending.filter((row) => row.unit),
+  const moving = groupBy(
+    sending.filter((row) => row.unit && sentValue(row, staticAddressKey)),
     (row) => row.unit.values[addressKey] ?? '',
   );
   for (const row of sending) {
-    const isAnothersNow = (address) => (holders.get(address) ?? []).some((other) => other.unit !== row.unit);
+    const isAnothersNow = (address) => (moving.get(address) ?? []).some((other) => other.unit !== row.unit);
     const before = (key) => {
       const value = row.unit?.values[key] ?? '';
       return isAddress(value) ? value : '';
@@ -321,7 +321,7 @@ function checkAddresses(rows, problems) {
   }
 }
 
-// The units that have another address in the end: {id, from, to}.
+// The units whose address changes: {id, from, to}.
 function movedUnits(sending) {
   return sending.flatMap((row) => {
     const to = row.cells[staticAddressKey]?.state === 'change' ? sentValue(row, staticAddressKey) : '';

@@ -91,7 +91,7 @@ function changesOf(plan) {
 function Changes({ plan }) {
   const changes = useMemo(() => changesOf(plan), [plan]);
   const renderRow = ({ id, state, texts: cells }, at) => (
-    <tr key={id} aria-rowindex={at + 2}>
+    <tr key={at} aria-rowindex={at + 2}>
       {cells.map((text, column) => (
         <td key={column} class={column === 4 ? state : ''} title={text}>
           {text}
@@ -130,7 +130,7 @@ function Confirmation({ plan, onCancel }) {
             columns={words.movedColumns.map((title) => ({ key: title, title, width: 18 }))}
             rows={plan.moved}
             renderRow={({ id, from, to }, at) => (
-              <tr key={id} aria-rowindex={at + 2}>
+              <tr key={at} aria-rowindex={at + 2}>
                 <th scope="row">{id}</th>
                 <td>{from}</td>
                 <td>{to}</td>

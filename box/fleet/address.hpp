@@ -8,8 +8,7 @@
 
 namespace fleet {
 
-inline constexpr std::uint32_t loopback_address = 0x7f000001;   // 127.0.0.1
-inline constexpr std::uint32_t this_unit_address = 0x0a4d0001;  // 10.77.0.1, the unit that runs the box
+inline constexpr std::uint32_t loopback_address = 0x7f000001;  // 127.0.0.1
 
 // Returns the address that `text` names, or nothing unless it is four decimal octets joined by dots.
 [[nodiscard]] std::optional<std::uint32_t> read_address(std::string_view text);

@@ -50,7 +50,7 @@ std::string padded(unsigned number, std::size_t digits) {
 }
 
 std::uint32_t address_of(unsigned number) {
-  if (number < 2) return this_unit_address;
+  if (number < 2) return 0x0a4d0001;  // 10.77.0.1, the unit that the box is
   const unsigned place = number - 2;
   return 0x0a4d0000U | (1 + place / 254) << 8U | (1 + place % 254);
 }

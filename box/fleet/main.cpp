@@ -1,5 +1,7 @@
 // fleet: stands for the other units of an installation, inside the box. Prints "fleet: N units ready" once it
-// can answer and ends with status 0 on SIGTERM or SIGINT; status 1 when it cannot start, 2 for wrong options.
+// can answer and ends with status 0 on SIGTERM or SIGINT; status 1 when it cannot start, 2 for wrong options,
+// 3 when the unit itself restarts.
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -14,6 +16,7 @@
 
 #include "address.hpp"
 #include "made_up_units.hpp"
+#include "message.hpp"
 #include "network.hpp"
 #include "options.hpp"
 #include "simulation.hpp"
@@ -22,6 +25,8 @@
 
 namespace {
 
+constexpr int restart_status = 3;
+
 volatile std::sig_atomic_t stop = 0;
 
 int fail(int status, const std::string& problem) {
@@ -29,16 +34,31 @@ int fail(int status, const std::string& problem) {
   return status;
 }
 
-bool is_this_unit(const fleet::unit& unit) {
-  return unit.address() == fleet::this_unit_address || unit.value("UNIT.SERIAL") == "KU000001";
+bool read_file(const std::string& path, std::string& text) {
+  std::ifstream file{path, std::ios::binary};
+  if (file) text.assign(std::istreambuf_iterator<char>{file}, {});
+  return static_cast<bool>(file);
+}
+
+// This unit as it is made up, or as it saved itself. What cannot be read of a kept file is made up.
+fleet::unit_description describe_self(const fleet::options& options) {
+  fleet::unit_description self = fleet::make_up_unit(options.number, options.every_unit);
+  std::string text, problem;
+  if (options.kept_file.empty() || !read_file(options.kept_file, text)) return self;
+  const auto kept = fleet::describe_units(text, options.every_unit, problem);
+  return kept.empty() ? self : kept.front();
 }
 
 // Returns the index of this unit itself, which joins the others unless the file had it.
-std::size_t find_or_add_self(std::vector<fleet::unit>& units, const fleet::faults& every_unit) {
-  std::size_t index = 0;
-  while (index < units.size() && !is_this_unit(units[index])) ++index;
-  if (index == units.size()) units.emplace_back(fleet::make_up_unit(1, every_unit), index);
-  return index;
+std::size_t find_or_add_self(std::vector<fleet::unit>& units, const fleet::options& options) {
+  const fleet::unit self{describe_self(options), units.size()};
+  const auto is_self = [&self](const fleet::unit& unit) {
+    return unit.address() == self.address() || unit.value("UNIT.SERIAL") == self.value("UNIT.SERIAL");
+  };
+  const auto found = std::ranges::find_if(units, is_self);
+  const std::ptrdiff_t index = found - units.begin();
+  if (found == units.end()) units.push_back(self);
+  return static_cast<std::size_t>(index);
 }
 
 // Adds the units of the file and the made-up ones. Returns what is wrong with the file, empty when nothing
@@ -46,17 +66,23 @@ std::size_t find_or_add_self(std::vector<fleet::unit>& units, const fleet::fault
 std::string add_units(const fleet::options& options, std::vector<fleet::unit>& units) {
   std::string problem;
   if (!options.units_file.empty()) {
-    std::ifstream file{options.units_file, std::ios::binary};
-    if (!file) return "cannot read " + options.units_file;
-    const std::string text{std::istreambuf_iterator<char>{file}, {}};
+    std::string text;
+    if (!read_file(options.units_file, text)) return "cannot read " + options.units_file;
     for (fleet::unit_description& unit : fleet::describe_units(text, options.every_unit, problem)) {
       units.emplace_back(std::move(unit), units.size());
     }
   }
-  for (unsigned number = 2; number < options.count + 2; ++number) {
+  for (unsigned number = options.first; number < options.first + options.count; ++number) {
     units.emplace_back(fleet::make_up_unit(number, options.every_unit), units.size());
   }
   return problem;
+}
+
+void print_values(fleet::unit self) {
+  const std::string_view query = "CMD=START&UNIT.ID=ALL&QUERY.ALL=TRUE&CMD=END";
+  std::string text = self.act_on(fleet::read_request(query).value())->text;
+  std::ranges::replace(text, '&', '\n');
+  std::puts(text.c_str());
 }
 
 bool write_node_list(const std::string& path, const std::vector<fleet::unit>& units) {
@@ -73,7 +99,11 @@ int run(const fleet::options& options) {
   const std::string problem = add_units(options, units);
   if (!problem.empty()) return fail(1, problem);
   std::optional<std::size_t> self;
-  if (options.self) self = find_or_add_self(units, options.every_unit);
+  if (options.self) self = find_or_add_self(units, options);
+  if (options.print_self && self) {
+    print_values(units[*self]);
+    return 0;
+  }
   if (!options.node_list_file.empty() && !write_node_list(options.node_list_file, units)) {
     return fail(1, "cannot write " + options.node_list_file);
   }
@@ -85,13 +115,16 @@ int run(const fleet::options& options) {
   }
   if (!log) return fail(1, "cannot write " + options.log_file);
   fleet::network wire;
-  if (!wire.open()) return fail(1, std::string{"no socket on port 8000: "} + std::strerror(errno));
+  if (!wire.open(options.interface.c_str()))
+    return fail(1, std::string{"no socket on port 8000: "} + std::strerror(errno));
 
   for (const int signal : {SIGTERM, SIGINT}) std::signal(signal, [](int) { stop = 1; });
   std::printf("fleet: %zu units ready\n", units.size());
   std::fflush(stdout);
   fleet::simulation simulation{options, std::move(units), self, wire, log};
-  return simulation.run(stop) ? 0 : fail(1, "cannot wait for requests");
+  const fleet::run_end end = simulation.run(stop);
+  if (end == fleet::run_end::failed) return fail(1, "cannot wait for requests");
+  return end == fleet::run_end::restart ? restart_status : 0;
 }
 
 }  // namespace

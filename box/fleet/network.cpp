@@ -24,12 +24,12 @@ void ask_for_buffer(int descriptor, int forced_option, int option) {
   setsockopt(descriptor, SOL_SOCKET, option, &wanted_buffer, sizeof wanted_buffer);
 }
 
-bool join_group(int descriptor) {
+bool join_group(int descriptor, const char* interface) {
   const int on = 1;
   ip_mreqn group{};
   group.imr_multiaddr.s_addr = htonl(discovery_group);
-  group.imr_ifindex = static_cast<int>(if_nametoindex("lo"));
-  return setsockopt(descriptor, IPPROTO_IP, IP_PKTINFO, &on, sizeof on) == 0 &&
+  group.imr_ifindex = static_cast<int>(if_nametoindex(interface));
+  return group.imr_ifindex != 0 && setsockopt(descriptor, IPPROTO_IP, IP_PKTINFO, &on, sizeof on) == 0 &&
          setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group) == 0;
 }
 
@@ -70,7 +70,7 @@ network::~network() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-bool network::open() {
+bool network::open(const char* interface) {
   descriptor_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (descriptor_ < 0) return false;
   ask_for_buffer(descriptor_, SO_RCVBUFFORCE, SO_RCVBUF);
@@ -78,7 +78,7 @@ bool network::open() {
   sockaddr_in everywhere{};
   everywhere.sin_family = AF_INET;
   everywhere.sin_port = htons(api_port);
-  return join_group(descriptor_) &&
+  return join_group(descriptor_, interface) &&
          bind(descriptor_, reinterpret_cast<const sockaddr*>(&everywhere), sizeof everywhere) == 0;
 }
 

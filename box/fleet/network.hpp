@@ -1,5 +1,5 @@
-// The one socket of the whole fleet: UDP port 8000 of every address of the box, in the group 226.0.0.19 on
-// the loopback interface. It sees which address a request was sent to and chooses the address that an answer
+// The one socket of the whole fleet: UDP port 8000 of every address of the machine, in the group 226.0.0.19 on
+// one interface. It sees which address a request was sent to and chooses the address that an answer
 // comes from, so one process stands for any number of units.
 #pragma once
 
@@ -34,8 +34,8 @@ class network {
   network& operator=(const network&) = delete;
   ~network();
 
-  // Returns false when there is no such socket to be had; errno says why.
-  [[nodiscard]] bool open();
+  // Joins the group on `interface`. Returns false when there is no such socket to be had; errno says why.
+  [[nodiscard]] bool open(const char* interface);
   // Returns a waiting datagram, or nothing.
   [[nodiscard]] std::optional<received_datagram> receive();
   // Returns false when the system refused it, as it does for a sender's address that is not the box's own.

@@ -9,17 +9,22 @@
 namespace fleet {
 
 struct options {
-  faults every_unit;           // what units start from; a column of the units file overrides it
-  unsigned count = 0;          // units to make up
-  bool self = false;           // add this unit itself
-  std::string units_file;      // empty: none
-  std::string node_list_file;  // empty: none
-  std::string log_file;        // empty: none
-  bool log_answers = false;    // answers too
-  bool interleave = false;     // every unit's first datagram before any unit's second one
-  bool burst = false;          // all answers to one request in the same instant
-  unsigned pace_us = 0;        // between the answers of two units to one request
-  unsigned seed = 1;           // of jitter and loss
+  faults every_unit;             // what units start from; a column of the units file overrides it
+  unsigned count = 0;            // units to make up
+  unsigned first = 2;            // number of the first of them
+  bool self = false;             // add this unit itself
+  unsigned number = 1;           // of this unit itself
+  bool print_self = false;     // print this unit's values and end
+  std::string kept_file;         // what this unit saved, read at start; empty: none
+  std::string interface = "lo";  // where the units hear the group
+  std::string units_file;        // empty: none
+  std::string node_list_file;    // empty: none
+  std::string log_file;          // empty: none
+  bool log_answers = false;      // answers too
+  bool interleave = false;       // every unit's first datagram before any unit's second one
+  bool burst = false;            // all answers to one request in the same instant
+  unsigned pace_us = 0;          // between the answers of two units to one request
+  unsigned seed = 1;             // of jitter and loss
   bool help = false;
 };
 

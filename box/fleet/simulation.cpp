@@ -13,6 +13,7 @@
 
 #include "address.hpp"
 #include "hostile.hpp"
+#include "kept_settings.hpp"
 
 namespace fleet {
 
@@ -48,13 +49,14 @@ simulation::simulation(const options& chosen, std::vector<unit> units, std::opti
       wire_{wire},
       log_{log} {}
 
-bool simulation::run(const volatile std::sig_atomic_t& stop) {
+run_end simulation::run(const volatile std::sig_atomic_t& stop) {
   while (stop == 0) {
-    if (!wait()) return false;
+    if (!wait()) return run_end::failed;
     receive_requests();
     send_due();
+    if (restart_at_ && *restart_at_ < std::chrono::steady_clock::now()) return run_end::restart;
   }
-  return true;
+  return run_end::stopped;
 }
 
 // Waits for a request or the next answer, but never long: a signal may have come just before the wait.
@@ -123,7 +125,7 @@ std::vector<planned_send> simulation::plan(const received_datagram& received, co
   unit& asked_unit = units_[index];
   if (asked_unit.is_down(now) || !asked_unit.is_meant(asked.target)) return {};
   const std::optional<answer> said = asked_unit.act_on(asked);
-  if (!said) return {};
+  if (!said || !keep(index, asked)) return {};
 
   const faults& behaviour = asked_unit.behaviour();
   const milliseconds gap{behaviour.gap_ms};
@@ -148,12 +150,20 @@ std::vector<planned_send> simulation::plan(const received_datagram& received, co
       add(pieces[piece], piece + 1 == pieces.size(), 1);
     }
   }
-  if (said->reboots) asked_unit.restart(planned.back().due);
+  if (said->reboots) {
+    asked_unit.restart(planned.back().due);
+    if (index == self_ && !options_.kept_file.empty()) restart_at_ = planned.back().due;
+  }
   if (said->kind == answer_kind::query && behaviour.flood > 0) {
     add("UNIT.SERIAL=" + std::string{asked_unit.value("UNIT.SERIAL")} + "&FLOOD=TRUE", false,
         behaviour.flood);
   }
   return planned;
+}
+
+bool simulation::keep(std::size_t index, const request& asked) const {
+  if (index != self_ || options_.kept_file.empty() || !asks_for(asked, step::save)) return true;
+  return write_kept(options_.kept_file, units_[index].after_restart());
 }
 
 moment simulation::first_due(std::size_t index, answer_kind kind, std::size_t rank, moment now) const {

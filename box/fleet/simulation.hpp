@@ -16,6 +16,8 @@
 
 namespace fleet {
 
+enum class run_end : std::uint8_t { stopped, restart, failed };
+
 class simulation {
  public:
   // `self` is the index of this unit itself, which 127.0.0.1 means too. `log` takes a line for each request:
@@ -24,8 +26,8 @@ class simulation {
   simulation(const options& chosen, std::vector<unit> units, std::optional<std::size_t> self, network& wire,
              std::ostream& log);
 
-  // Runs until a signal sets `stop`. Returns false when waiting failed.
-  [[nodiscard]] bool run(const volatile std::sig_atomic_t& stop);
+  // Runs until a signal sets `stop`, or until this unit restarts when its settings are kept in a file.
+  [[nodiscard]] run_end run(const volatile std::sig_atomic_t& stop);
 
  private:
   // What a unit has sent so far.
@@ -46,6 +48,9 @@ class simulation {
                                                std::size_t index, std::size_t rank, moment now);
   [[nodiscard]] moment first_due(std::size_t index, answer_kind kind, std::size_t rank, moment now) const;
 
+  // Saves what this unit keeps over a restart. Returns false when that failed.
+  [[nodiscard]] bool keep(std::size_t index, const request& asked) const;
+
   void send(planned_send planned);
   void put_on_wire(const datagram& outgoing);
   void count_answer(const planned_send& planned);
@@ -59,6 +64,7 @@ class simulation {
   network& wire_;
   std::ostream& log_;
   schedule schedule_;
+  std::optional<moment> restart_at_;  // of this unit, when its settings are kept in a file
 };
 
 }  // namespace fleet

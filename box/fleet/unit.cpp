@@ -107,13 +107,20 @@ void unit::set(const request_pair& setting) {
 
 // An address that did not change since the last start stays alive as it is: a unit may live at another one
 // than its static address. One that cannot be read changes nothing.
-void unit::start_saved() {
+parameters unit::after_restart() const {
+  parameters next = saved_;
   for (const renamed_key& row : address_keys) {
     const std::string wanted{value_of(saved_, row.kept_as)};
     if (wanted == value_of(started_, row.kept_as) || !read_address(wanted)) continue;
-    set_value(saved_, row.sent_as, wanted);
-    if (row.sent_as == "IP.ADDRESS") address_ = read_address(wanted).value_or(address_);
+    set_value(next, row.sent_as, wanted);
   }
+  return next;
+}
+
+void unit::start_saved() {
+  const std::string_view wanted = value_of(saved_, "IP.STATIC_ADDRESS");
+  if (wanted != value_of(started_, "IP.STATIC_ADDRESS")) address_ = read_address(wanted).value_or(address_);
+  saved_ = after_restart();
   running_ = saved_;
   started_ = saved_;
 }

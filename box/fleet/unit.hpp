@@ -46,6 +46,8 @@ class unit {
   // Brings the unit back when its reboot is over at `now`: saved settings and address are then alive.
   void advance_to(moment now);
   [[nodiscard]] bool is_down(moment when) const;
+  // What the unit knows after its next start: what it saved, with the addresses that come alive then.
+  [[nodiscard]] parameters after_restart() const;
 
  private:
   void set(const request_pair& setting);

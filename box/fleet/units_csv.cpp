@@ -44,6 +44,17 @@ csv_row read_row(std::string_view line) {
   return row;
 }
 
+// Appends one cell to a line that is empty before its first one.
+void append_cell(std::string& line, std::string_view text) {
+  if (!line.empty()) line += ',';
+  line += '"';
+  for (const char letter : text) {
+    if (letter == '"') line += '"';
+    if (letter != '\n' && letter != '\r') line += letter;
+  }
+  line += '"';
+}
+
 // "SIM.DELAY_MS" is the column of the fault "delay-ms".
 std::string fault_name(std::string_view column) {
   std::string name{column.substr(fault_prefix.size())};
@@ -99,6 +110,15 @@ std::vector<unit_description> describe_units(std::string_view text, const faults
     units.push_back(describe_unit(rows[0], rows[row], every_unit, problem));
   }
   return units;
+}
+
+std::string units_text(const parameters& known) {
+  std::string header, row;
+  for (const auto& [key, value] : known) {
+    append_cell(header, key);
+    append_cell(row, value);
+  }
+  return header + "\n" + row + "\n";
 }
 
 }  // namespace fleet

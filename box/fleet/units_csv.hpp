@@ -23,4 +23,7 @@ using csv_row = std::vector<std::string>;
 [[nodiscard]] std::vector<unit_description> describe_units(std::string_view text, const faults& every_unit,
                                                            std::string& problem);
 
+// Returns the text of a units file for one unit. Line ends inside a value are left out.
+[[nodiscard]] std::string units_text(const parameters& known);
+
 }  // namespace fleet

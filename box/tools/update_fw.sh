@@ -7,7 +7,7 @@ printf '%s\n' "update_fw.sh${*:+ $*}" >> /var/log/tools.log
 
 log() { printf '%s\n' "$*" >> /var/log/update_fw.log; }
 
-scratch=$(mktemp -d /var/fw.XXXXXX) || exit 1
+scratch=$(mktemp -d /var/tmp/fw.XXXXXX) || exit 1
 trap 'rm -rf "$scratch"' EXIT
 trap 'exit 1' HUP INT TERM
 
@@ -19,3 +19,5 @@ fi
 log 'writing the image'
 sleep "${UPDATE_FW_SECONDS:-5}"
 log 'done'
+# A unit that boots restarts; the box has no such tool.
+if type restart_unit > /dev/null 2>&1; then restart_unit; fi

@@ -137,7 +137,7 @@ TEST(UpdateEdid, TheSizeDecides) {
   }
   EXPECT_EQ(read_file("/sys/devices/platform/videoip/eeprom_content"),
             shell_output("od -An -v -tx1 /share/CUSTOM_2.cbin | sed 's/ \\(..\\)/0x\\1,/g'"));
-  EXPECT_EQ(read_file("/config/params/VIDEO.EDID"), "CUSTOM\n");
+  EXPECT_EQ(shell_output("tar -xOf /config/params.tar ./VIDEO.EDID"), "CUSTOM\n");
   EXPECT_EQ(read_file("/share/CUSTOM_2.cbin"), bytes);
   EXPECT_EQ(read_file("/config/CUSTOM_2.cbin"), bytes);
 }

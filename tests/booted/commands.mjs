@@ -1,0 +1,148 @@
+// A booted unit answers as one in the box does, and gets through big uploads and bad clients.
+//   script/unit --crowd 23 -- node --test tests/booted/commands.mjs
+
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import { createHash, randomBytes } from 'node:crypto';
+import { mkdtempSync, rmSync } from 'node:fs';
+import { request } from 'node:http';
+import { createConnection } from 'node:net';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { answers, ask, hadMemory, md5, result, shell, urls } from './machine.mjs';
+
+const edid = Buffer.concat([Buffer.from('00ffffffffffff00', 'hex'), Buffer.alloc(248, 7)]);
+
+// The box's unit with the same neighbours. Returns a procedure like `ask`, and one that ends it.
+async function openBox() {
+  const shared = mkdtempSync(join(tmpdir(), 'booted-'));
+  const socketPath = join(shared, 'web');
+  const box = spawn('script/box', ['--share', shared, 'box/demo-unit', 'lighttpd', '--count', '23'], {
+    env: { ...process.env, HANDLER_SOCKET: socketPath },
+    stdio: 'ignore',
+  });
+  const end = () => {
+    box.kill();
+    rmSync(shared, { recursive: true });
+  };
+  const askBox = async (command, { file } = {}) => {
+    const form = new FormData();
+    form.set('CMD', command);
+    form.set('file', new Blob([file ?? '']), 'file');
+    const upload = new Response(form);
+    const body = Buffer.from(await upload.arrayBuffer());
+    return new Promise((resolve, reject) => {
+      const path = '/cgi-bin/handler.cgi' + (file ? '' : `?CMD=${command}`);
+      const headers = { Host: 'unit', ...(file && { 'Content-Type': upload.headers.get('content-type') }) };
+      if (file) headers['Content-Length'] = body.length;
+      const asked = request({ socketPath, path, headers, method: file ? 'POST' : 'GET' }, async (answer) => {
+        let text = '';
+        for await (const bytes of answer) text += bytes;
+        resolve(text);
+      });
+      asked.on('error', reject);
+      asked.end(file ? body : undefined);
+    });
+  };
+  for (let tries = 0; tries < 100; ++tries) {
+    if (await askBox('GET_NODES').catch(() => null)) return { askBox, end };
+    await sleep(100);
+  }
+  end();
+  return assert.fail('the box does not answer');
+}
+
+test('every command answers with the bytes of the box', async () => {
+  const { askBox, end } = await openBox();
+  try {
+    const csv = 'UNIT.SERIAL,UNIT.ID\r\nKU000001,Here\r\nKU000003,Hall\r\n';
+    for (const [command, file] of [
+      ['DISCOVER_ENCODERS'],
+      ['DISCOVER_DECODERS'],
+      ['DISCOVER_DEVICES_API'],
+      ['GET_CSV_DISCOVER'],
+      ['DISCOVER_DEVICES'],
+      ['GET_NODES'],
+      ['CSV_IMPORT', csv],
+      ['GET_CSV_IMPORT'],
+      ['PERFORM_CSV_IMPORT'],
+      ['PERFORM_CSV_UPDATE'],
+      ['CHECK_IMPORT_CSV_STATUS'],
+      ['UPDATE_EDID', edid],
+      ['UPDATE_EDID1', edid],
+      ['UPDATE_EDID2', edid],
+      ['UPDATE_EDID3', edid],
+      ['UPDATE_SPLASH', 'picture'],
+      ['GET_NOTHING'],
+      ['UPDATE_FIRMWARE', 'no archive'],
+    ]) {
+      const [booted, boxed] = await Promise.all([ask(command, { file }), askBox(command, { file })]);
+      // The crowd's machine has no node list of its own to give; listings come in the order of arrival.
+      const lines = (page) => (command.startsWith('DISCOVER_') ? page.split('\n').sort() : page.split('\n'));
+      assert.deepEqual(lines(booted), lines(boxed), command);
+    }
+  } finally {
+    end();
+  }
+});
+
+test('the link is stopped first and reconnected last, also for a client that leaves', async () => {
+  const events = () => shell(1, "grep -h ast_send /var/log/tools.log | sed 's/.* //' | tr '\\n' ' '; cat /var/link");
+  await shell(1, ': > /var/log/tools.log');
+  await ask('GET_NODES');
+  assert.equal(await events(), 'e_stop_link e_reconnect running\n');
+
+  await shell(1, ': > /var/log/tools.log');
+  await assert.rejects(ask('DISCOVER_DEVICES_API', { signal: AbortSignal.timeout(1000) }));
+  for (let tries = 0; tries < 60 && !(await events()).endsWith('running\n'); ++tries) await sleep(500);
+  assert.equal(await events(), 'e_stop_link e_reconnect running\n');
+
+  // One that leaves while its body arrives leaves nothing behind.
+  const { hostname, port } = new URL(urls[0]);
+  const socket = createConnection(port, hostname);
+  socket.write(
+    'POST /cgi-bin/handler.cgi HTTP/1.1\r\nHost: unit\r\nContent-Length: 9000000\r\n' +
+      'Content-Type: multipart/form-data; boundary=x\r\n\r\n' +
+      '--x\r\nContent-Disposition: form-data; name="CMD"\r\n\r\nUPDATE_SPLASH\r\n' +
+      '--x\r\nContent-Disposition: form-data; name="file"; filename="a"\r\n\r\n',
+  );
+  socket.write(randomBytes(1_000_000));
+  await sleep(2000);
+  socket.destroy();
+  await sleep(1000);
+  assert.match(await ask('GET_NODES'), /No Nodes Detected|<p>/);
+  assert.equal(await shell(1, 'pidof handler.cgi; ls /dev/shm'), '');
+});
+
+test('a splash of 2 MiB and firmware of 16 MiB arrive whole; what does not fit leaves nothing', async () => {
+  const splash = randomBytes(2 << 20);
+  await ask('UPDATE_SPLASH', { file: splash });
+  assert.equal(await md5(1, '/xoem/default.jpg'), createHash('md5').update(splash).digest('hex'));
+  assert.equal(await md5(1, '/share/default.jpg'), createHash('md5').update(splash).digest('hex'));
+
+  assert.equal(await ask('UPDATE_SPLASH', { file: randomBytes(40 << 20) }).then((text) => text.includes('Error reading form data')), true);
+  assert.equal(await shell(1, 'ls /dev/shm'), '');
+  assert.match(await ask('GET_NODES'), /<\/BODY>/);
+  await hadMemory();
+
+  // The stand-in for the update script waits five seconds before it fails or restarts the unit.
+  const firmware = randomBytes(16 << 20);
+  assert.equal(result(await ask('UPDATE_FIRMWARE', { file: firmware })), '<p>Updating firmware ret:0</p>\n');
+  assert.equal(await md5(1, '/dev/shm/fw.tar.gz'), createHash('md5').update(firmware).digest('hex'));
+  await hadMemory();
+});
+
+test('after a firmware update the unit restarts', async () => {
+  for (let tries = 0; (await shell(1, 'pidof update_fw.sh')) && tries < 60; ++tries) await sleep(500);
+  await shell(1, 'echo new > /tmp/version; cd /tmp && tar -czf /disk/fw.tar.gz version');
+  const archive = Buffer.from(await shell(1, 'base64 /disk/fw.tar.gz'), 'base64');
+  const before = await shell(1, 'cut -d. -f1 /proc/uptime');
+  assert.equal(result(await ask('UPDATE_FIRMWARE', { file: archive })), '<p>Updating firmware ret:0</p>\n');
+  assert.match(await ask('GET_NODES'), /Firmware Update In Progress/);
+  await sleep(6000);
+  await answers(1);
+  assert.ok(Number(await shell(1, 'cut -d. -f1 /proc/uptime')) < Number(before) + 5);
+  assert.equal(await shell(1, 'ls /dev/shm /tmp/version 2> /dev/null'), '/dev/shm:\n');
+});

@@ -1,0 +1,78 @@
+// Booted units as a test sees them; started by `script/unit ... -- node --test tests/booted/NAME.mjs`.
+
+import assert from 'node:assert/strict';
+import { once } from 'node:events';
+import { createConnection } from 'node:net';
+import { setTimeout as sleep } from 'node:timers/promises';
+
+export const urls = process.env.UNIT_URLS.split(' ');
+const folder = process.env.UNIT_RUN;
+
+// Sends `text` to a socket file and resolves with what comes back once it matches `end`; fails after `seconds`.
+async function talk(path, text, end, seconds) {
+  const socket = createConnection(path);
+  let said = '';
+  const answered = new Promise((resolve, reject) => {
+    socket.on('data', (bytes) => {
+      said += bytes;
+      if (end.test(said)) resolve(said);
+    });
+    socket.on('error', reject);
+    socket.on('close', () => reject(new Error(`closed: ${said}`)));
+    socket.setTimeout(seconds * 1000, () => reject(new Error(`silent for ${seconds} s: ${said}`)));
+  });
+  try {
+    await once(socket, 'connect');
+    socket.write(text);
+    return await answered;
+  } finally {
+    socket.destroy();
+  }
+}
+
+// Runs a line of shell in unit 1, 2, ... and resolves with what it printed. The marks are written so that the echo of the
+// line does not match them.
+export async function shell(unit, line, seconds = 60) {
+  const said = await talk(
+    `${folder}/unit${unit}.shell`,
+    `\nprintf 'beg''in\\n'; { ${line}; } < /dev/null 2>&1; printf 'e''nd\\n'\n`,
+    /(^|\n)begin\r\n[^]*?end\r\n/,
+    seconds,
+  );
+  return /(?:^|\n)begin\r\n([^]*?)end\r\n/.exec(said)[1].replaceAll('\r', '');
+}
+
+// Restarts the machine as a power cut does: nothing is flushed.
+export const cutPower = (unit) => talk(`${folder}/unit${unit}.monitor`, 'system_reset\n', /system_reset[^]*\(qemu\)/, 20);
+
+// Waits until the unit serves its pages again, 60 s at the most.
+export async function answers(unit) {
+  const end = Date.now() + 60_000;
+  while (Date.now() < end) {
+    const page = await fetch(urls[unit - 1], { signal: AbortSignal.timeout(2000) }).catch(() => null);
+    if (page?.ok) return;
+    await sleep(100);
+  }
+  assert.fail(`unit ${unit} does not answer: ${await shell(unit, 'dmesg | tail -5').catch((failure) => failure.message)}`);
+}
+
+const handler = (unit) => urls[unit - 1] + 'cgi-bin/handler.cgi';
+
+// Resolves with the answer to a command; with a file, to an upload.
+export async function ask(command, { unit = 1, file, signal } = {}) {
+  if (!file) return (await fetch(`${handler(unit)}?CMD=${command}`, { signal })).text();
+  const body = new FormData();
+  body.set('CMD', command);
+  body.set('file', new Blob([file]), 'file');
+  return (await fetch(handler(unit), { method: 'POST', body, signal })).text();
+}
+
+// The part of an answer after the line that names the command.
+export const result = (page) => page.replace(/^[^]*?<p>Key: CMD value: [^<]*<\/p>\n/, '').replace(/<\/BODY>[^]*$/, '');
+
+export const md5 = async (unit, path) => (await shell(unit, `md5sum ${path}`)).split(' ')[0];
+
+// Fails when the kernel of a unit had to end a process for want of memory.
+export async function hadMemory(unit = 1) {
+  assert.equal(await shell(unit, 'dmesg | grep -i "out of memory"'), '');
+}

@@ -100,12 +100,12 @@ int run(const fleet::options& options) {
   if (!problem.empty()) return fail(1, problem);
   std::optional<std::size_t> self;
   if (options.self) self = find_or_add_self(units, options);
+  if (!options.node_list_file.empty() && !write_node_list(options.node_list_file, units)) {
+    return fail(1, "cannot write " + options.node_list_file);
+  }
   if (options.print_self && self) {
     print_values(units[*self]);
     return 0;
-  }
-  if (!options.node_list_file.empty() && !write_node_list(options.node_list_file, units)) {
-    return fail(1, "cannot write " + options.node_list_file);
   }
   std::ofstream log;
   if (!options.log_file.empty()) {

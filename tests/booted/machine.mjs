@@ -58,14 +58,21 @@ export async function answers(unit) {
 
 const handler = (unit) => urls[unit - 1] + 'cgi-bin/handler.cgi';
 
-// Resolves with the answer to a command; with a file, to an upload.
-export async function ask(command, { unit = 1, file, signal } = {}) {
-  if (!file) return (await fetch(`${handler(unit)}?CMD=${command}`, { signal })).text();
+export function form(command, file) {
   const body = new FormData();
   body.set('CMD', command);
   body.set('file', new Blob([file]), 'file');
-  return (await fetch(handler(unit), { method: 'POST', body, signal })).text();
+  return body;
 }
+
+// Sends a command; with a file, an upload. Resolves with the response.
+export function send(command, { unit = 1, file, signal } = {}) {
+  if (!file) return fetch(`${handler(unit)}?CMD=${command}`, { signal });
+  return fetch(handler(unit), { method: 'POST', body: form(command, file), signal });
+}
+
+// The page that answers a command.
+export const ask = async (command, options) => (await send(command, options)).text();
 
 // The part of an answer after the line that names the command.
 export const result = (page) => page.replace(/^[^]*?<p>Key: CMD value: [^<]*<\/p>\n/, '').replace(/<\/BODY>[^]*$/, '');

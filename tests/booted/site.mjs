@@ -1,0 +1,34 @@
+// Three booted units and 200 simulated ones are configured together; the booted ones restart for real.
+//   script/unit --units 3 --crowd 200 -- node --test tests/booted/site.mjs
+
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { answers, ask, hadMemory, shell } from './machine.mjs';
+
+test('a mass update reaches every unit, and the booted ones come back with new ids and addresses', async () => {
+  await ask('DISCOVER_DEVICES_API');
+  const site = await shell(1, 'cut -d, -f1 /www/site.csv');
+  assert.equal(site.split('\n').filter((line) => line.startsWith('10.77.')).length, 203);
+
+  let csv = 'UNIT.SERIAL,UNIT.ID,IP.ADDRESS\r\n';
+  for (let number = 2; number <= 203; ++number) {
+    csv += `KU${String(number).padStart(6, '0')},Hall-${number},${number < 4 ? `10.77.0.${100 + number}` : ''}\r\n`;
+  }
+  await ask('CSV_IMPORT', { file: csv });
+  const lines = (await ask('PERFORM_CSV_UPDATE')).split('\n').filter((line) => line.startsWith('Update'));
+  assert.equal(lines.length, 202);
+  assert.deepEqual(lines.filter((line) => !line.endsWith('Result is OK')), []);
+
+  for (const unit of [2, 3]) {
+    await answers(unit);
+    assert.equal(await shell(unit, 'hostname; qelparam g UNIT.ID; ip addr show eth0 | grep -c "inet 10.77.0.10"'), `Hall-${unit}\nHall-${unit}\n1\n`);
+    await hadMemory(unit);
+  }
+  // The simulated ones are silent for two seconds.
+  await sleep(2500);
+  await ask('DISCOVER_DEVICES_API');
+  const rows = await shell(1, 'grep -c Hall- /www/site.csv; grep "^10.77.0.10[23]," /www/site.csv | grep -o "Hall-[0-9]*"');
+  assert.equal(rows, '202\nHall-2\nHall-3\n');
+  await hadMemory();
+});

@@ -49,7 +49,7 @@ fleet::unit_description describe_self(const fleet::options& options) {
   return kept.empty() ? self : kept.front();
 }
 
-// Returns the index of this unit itself, which joins the others unless the file had it.
+// Returns the index of this unit itself, which joins the others unless they have it. What it saved itself replaces theirs.
 std::size_t find_or_add_self(std::vector<fleet::unit>& units, const fleet::options& options) {
   const fleet::unit self{describe_self(options), units.size()};
   const auto is_self = [&self](const fleet::unit& unit) {
@@ -57,7 +57,11 @@ std::size_t find_or_add_self(std::vector<fleet::unit>& units, const fleet::optio
   };
   const auto found = std::ranges::find_if(units, is_self);
   const std::ptrdiff_t index = found - units.begin();
-  if (found == units.end()) units.push_back(self);
+  if (found == units.end()) {
+    units.push_back(self);
+  } else if (!options.kept_file.empty()) {
+    *found = self;
+  }
   return static_cast<std::size_t>(index);
 }
 

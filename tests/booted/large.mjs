@@ -15,7 +15,7 @@ test('2,047 units are discovered in both modes, and the memory comes back', asyn
     await shell(1, `qelparam s UNIT.MCD_MODE ${mode}`);
     const started = Date.now();
     await ask('DISCOVER_DEVICES_API');
-    console.log(`mode ${mode}: ${Date.now() - started} ms, ${await found()} units, peak of the emulated machine's programs below 64 MiB`);
+    console.log(`mode ${mode}: ${Date.now() - started} ms, ${await found()} units`);
     assert.equal(await found(), 2047);
   }
   await hadMemory();
@@ -24,7 +24,7 @@ test('2,047 units are discovered in both modes, and the memory comes back', asyn
   assert.ok(after > before - 1500, `${before} KiB before, ${after} KiB after`);
 });
 
-test('a clock of 1970, one that is set forward and one of 2040 hold nothing up', async () => {
+test('a clock of 1970 and one that is set forward hold nothing up', async () => {
   assert.match(await shell(1, 'date +%Y'), /^1970/);
   const discovery = ask('DISCOVER_DEVICES_API');
   await new Promise((resolve) => {
@@ -33,10 +33,6 @@ test('a clock of 1970, one that is set forward and one of 2040 hold nothing up',
   await shell(1, 'date -s 2026-11-25 > /dev/null');
   await discovery;
   assert.equal(await found(), 2047);
-  assert.match(await shell(1, 'date -s "2040-02-29 12:00" > /dev/null; date +%Y'), /^2040/);
-  await ask('DISCOVER_DEVICES_API');
-  assert.equal(await found(), 2047);
-  assert.match(await shell(1, 'ls -l --full-time /www/site.csv'), / 2040-02-29 12:0/);
   await cutPower(1);
   await answers(1);
   await hadMemory();

@@ -11,9 +11,9 @@ test('a mass update reaches every unit, and the booted ones come back with new i
   const site = await shell(1, 'cut -d, -f1 /www/site.csv');
   assert.equal(site.split('\n').filter((line) => line.startsWith('10.77.')).length, 203);
 
-  let csv = 'UNIT.SERIAL,UNIT.ID,IP.ADDRESS\r\n';
+  let csv = 'UNIT.SERIAL,UNIT.ID,IP.STATIC_ADDRESS\r\n';
   for (let number = 2; number <= 203; ++number) {
-    csv += `KU${String(number).padStart(6, '0')},Hall-${number},${number < 4 ? `10.77.0.${100 + number}` : ''}\r\n`;
+    csv += `KU${String(number).padStart(6, '0')},Hall-${number},10.77.${number < 4 ? `0.${100 + number}` : `1.${number - 1}`}\r\n`;
   }
   await ask('CSV_IMPORT', { file: csv });
   const lines = (await ask('PERFORM_CSV_UPDATE')).split('\n').filter((line) => line.startsWith('Update'));
@@ -22,7 +22,7 @@ test('a mass update reaches every unit, and the booted ones come back with new i
 
   for (const unit of [2, 3]) {
     await answers(unit);
-    assert.equal(await shell(unit, 'hostname; qelparam g UNIT.ID; ip addr show eth0 | grep -c "inet 10.77.0.10"'), `Hall-${unit}\nHall-${unit}\n1\n`);
+    assert.equal(await shell(unit, 'hostname; qelparam g UNIT.ID; ip addr show segment | grep -c "inet 10.77.0.10"'), `Hall-${unit}\nHall-${unit}\n1\n`);
     await hadMemory(unit);
   }
   // The simulated ones are silent for two seconds.

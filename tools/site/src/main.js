@@ -1,0 +1,43 @@
+#!/usr/bin/env node
+// site(1): the site at a shell. Exit statuses are those of docs/site.md.
+
+import { check } from './check.js';
+import { UsageError, helpOf, isHelp, readCommandLine } from './command_line.js';
+import { diff } from './diff.js';
+import { discover } from './discover.js';
+import { list } from './list.js';
+import { clearProgress, event, line, notice, write } from './output.js';
+import { status } from './status.js';
+import { explain, kindOf } from './unit.js';
+
+const version = '0.1.0';
+const work = { discover, list, check, diff };
+
+async function main(words) {
+  if (words[0] === '--version') return line(`site ${version}`);
+  if (isHelp(words)) return write(`${helpOf(words[0])}\n`);
+  const { name, operands, options } = readCommandLine(words);
+  if (options.format === 'json') options.json = true;
+  let result = status.failed;
+  try {
+    result = await work[name](operands, options);
+  } catch (failure) {
+    if (failure instanceof UsageError) throw failure;
+    if (options.json) event('error', { kind: kindOf(failure), text: explain(failure) });
+    else notice(`site: ${explain(failure)}`);
+  }
+  if (options.json) event('end', { status: result });
+  return result;
+}
+
+main(process.argv.slice(2)).then(
+  (result) => {
+    clearProgress();
+    process.exitCode = result ?? status.good;
+  },
+  (failure) => {
+    const usage = failure instanceof UsageError;
+    notice(`site: ${usage ? failure.message : failure.stack}`);
+    process.exitCode = usage ? status.usage : status.failed;
+  },
+);

@@ -65,6 +65,27 @@ export const commands = {
     options: ofUnit,
     help: 'compare two discoveries, each a file or the URL of a unit',
   },
+  apply: {
+    operands: 'FILE URL',
+    least: 0,
+    most: 2,
+    options: ['all', 'retry-failed', ...ofRun],
+    help: 'check, show what each unit gets, ask, send',
+  },
+  undo: {
+    operands: 'RUN',
+    least: 1,
+    most: 1,
+    options: ofRun,
+    help: 'send the values that units had before RUN',
+  },
+  runs: {
+    operands: '[RUN]',
+    least: 0,
+    most: 1,
+    options: ['json'],
+    help: 'show what was sent and what is not known',
+  },
 };
 
 export const isHelp = (words) => words.length === 0 || words.includes('--help') || words.includes('-h');

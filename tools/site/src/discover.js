@@ -21,7 +21,7 @@ const tableKeys = [
   'VW.NAME',
 ];
 
-export const reporter =
+const reporter =
   (url, json) =>
   ({ kind, seconds }) =>
     json
@@ -30,15 +30,19 @@ export const reporter =
           `${url}: ${kind === 'updating' ? 'its firmware is being updated' : 'busy'}; asked again for ${seconds} s`,
         );
 
+function unitAt(address, access, json) {
+  const unit = new Unit(address, access);
+  unit.report = reporter(unit.url, json);
+  return unit;
+}
+
+export const openUnit = async (address, options) => unitAt(address, await accessOf(options), options.json);
+
 // Runs `work(unit)` for each address at the same time. Returns the results in order, null for those that failed, which is
 // said, and the exit status.
 export async function forEachUnit(addresses, options, work) {
   const access = await accessOf(options);
-  const units = addresses.map((address) => {
-    const unit = new Unit(address, access);
-    unit.report = reporter(unit.url, options.json);
-    return unit;
-  });
+  const units = addresses.map((address) => unitAt(address, access, options.json));
   let result = status.good;
   const fail = (url, failure) => {
     result = status.failed;

@@ -36,7 +36,10 @@ export function whoStreamsToWhom(encoders, decoders) {
 
 async function readKind(unit, kind) {
   if (kind !== 'streams') return askListing(unit, kind);
-  return whoStreamsToWhom(await askListing(unit, 'encoders'), await askListing(unit, 'decoders'));
+  const encoders = await askListing(unit, 'encoders');
+  const named = new Set(encoders.filter(([id]) => id !== 'MYSELF').map(([, address]) => address));
+  const others = encoders.filter(([id, address]) => id !== 'MYSELF' || !named.has(address)); // it may answer, too
+  return whoStreamsToWhom(others, await askListing(unit, 'decoders'));
 }
 
 export async function list([kind, ...addresses], options) {
@@ -53,7 +56,8 @@ export async function list([kind, ...addresses], options) {
       return rows.map((row) => (several ? [unit.url, ...row] : row));
     }),
   );
-  const rows = results.filter(Boolean).flat();
-  if (!options.json) table(several ? ['Site', ...titles[kind]] : titles[kind], rows);
+  const answered = results.filter(Boolean);
+  const rows = answered.flat();
+  if (!options.json && answered.length > 0) table(several ? ['Site', ...titles[kind]] : titles[kind], rows);
   return result;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/env node
 // site(1): the site at a shell. Exit statuses are those of docs/site.md.
 
+import { apply, runs, undo } from './apply.js';
 import { check } from './check.js';
 import { UsageError, helpOf, isHelp, readCommandLine } from './command_line.js';
 import { diff } from './diff.js';
@@ -11,7 +12,7 @@ import { status } from './status.js';
 import { explain, kindOf } from './unit.js';
 
 const version = '0.1.0';
-const work = { discover, list, check, diff };
+const work = { discover, list, check, diff, apply, undo, runs };
 
 async function main(words) {
   if (words[0] === '--version') return line(`site ${version}`);

@@ -50,11 +50,11 @@ export async function accessOf(options) {
 }
 
 export class Unit {
-  // `report({kind, seconds})` hears of each wait for a unit that refuses.
-  constructor(address, access, report = () => {}) {
+  report = () => {}; // hears {kind, seconds} of each wait for a unit that refuses
+
+  constructor(address, access) {
     this.url = unitUrl(address);
     this.wait = access.wait;
-    this.report = report;
     const { sendCommand, readStatic } = openTransport({ origin: this.url, ...access });
     this.readStatic = readStatic;
     this.queue = new RequestQueue(sendCommand, (milliseconds) => sleep(roughly(milliseconds)));

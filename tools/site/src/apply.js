@@ -29,9 +29,9 @@ async function consent(plan, options) {
     notice('Not sent: there is no terminal to ask; --yes asks nothing.');
     return status.declined;
   }
-  questions.push([true, 'yes', `${words.confirmText}\n${words.confirm(plan.sending.length)}`]);
   for (const [, , text] of questions) if (!(await confirm(text))) return status.declined;
-  return status.good;
+  notice(words.confirmText);
+  return (await confirm(words.confirm(plan.sending.length))) ? status.good : status.declined;
 }
 
 // How many rows go next. With --stop-after no more than may still fail.

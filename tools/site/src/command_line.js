@@ -79,6 +79,14 @@ export const commands = {
     options: ofRun,
     help: 'send the values that units had before RUN',
   },
+  upload: {
+    operands: 'KIND FILE URL',
+    least: 3,
+    most: 3,
+    words: uploads,
+    options: ['yes', 'accept-problems', ...ofUnit],
+    help: 'check a file and install it in one unit',
+  },
   runs: {
     operands: '[RUN]',
     least: 0,

@@ -9,10 +9,11 @@ import { discover } from './discover.js';
 import { list } from './list.js';
 import { clearProgress, event, line, notice, write } from './output.js';
 import { status } from './status.js';
+import { upload } from './upload.js';
 import { explain, kindOf } from './unit.js';
 
 const version = '0.1.0';
-const work = { discover, list, check, diff, apply, undo, runs };
+const work = { discover, list, check, diff, apply, undo, runs, upload };
 
 async function main(words) {
   if (words[0] === '--version') return line(`site ${version}`);

@@ -5,8 +5,14 @@ import { fileURLToPath } from 'node:url';
 
 const program = fileURLToPath(new URL('../../tools/site/src/main.js', import.meta.url));
 
+const eventsOf = (text) =>
+  text
+    .split('\n')
+    .filter(Boolean)
+    .map((line) => JSON.parse(line));
+
 // Starts it. Returns {child, ended}, which resolves to {status, out, err, events}: events are what --json printed, without
-// the last one, whose status must be that of the program.
+// the last one, whose status must be that of the program; none when it was killed.
 export function startSite(words, { env = {}, input = '' } = {}) {
   const child = spawn(process.execPath, [program, ...words], { env: { ...process.env, ...env } });
   const texts = { out: '', err: '' };
@@ -14,18 +20,11 @@ export function startSite(words, { env = {}, input = '' } = {}) {
   child.stderr.on('data', (piece) => (texts.err += piece));
   child.stdin.on('error', () => {});
   child.stdin.end(input);
-  const ended = new Promise((resolve) => {
+  const ended = new Promise((resolve, reject) => {
     child.on('close', (status) => {
-      let events = [];
-      if (words.includes('--json') && texts.out !== '') {
-        events = texts.out
-          .trim()
-          .split('\n')
-          .map((line) => JSON.parse(line));
-        const last = events.pop();
-        if (last.event !== 'end' || last.status !== status)
-          throw new Error(`${status}: ${JSON.stringify(last)}`);
-      }
+      const events = words.includes('--json') && status !== null ? eventsOf(texts.out) : [];
+      const last = events.pop();
+      if (last && (last.event !== 'end' || last.status !== status)) reject(new Error(texts.out));
       resolve({ status, ...texts, events });
     });
   });

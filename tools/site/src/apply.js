@@ -4,7 +4,7 @@ import { resolve } from 'node:path';
 import { preflight } from '../../../console/src/logic/preflight.js';
 import { texts } from '../../../console/src/texts.js';
 import { UsageError } from './command_line.js';
-import { canAsk, clearProgress, confirm, event, line, notice, table } from './output.js';
+import { canAsk, clearProgress, confirm, event, line, notSent, notice, table } from './output.js';
 import { changesNothing, draftFromFile, draftFromText, planOf, tellPlan } from './plan.js';
 import { Run, readOpenBatch, runRow, tallyOf, tallyText, tellResult } from './run.js';
 import { continueRun, newRun, readRun, runIds } from './run_store.js';
@@ -22,11 +22,11 @@ async function consent(plan, options) {
     [plan.moved.length > 0, 'accept-moves', words.confirmMoved(plan.moved.length)],
   ].filter(([isAsked, option]) => isAsked && !options[option]);
   if (options.yes) {
-    for (const [, option, text] of questions) notice(`Not sent without --${option}: ${text}`);
+    for (const [, option, text] of questions) notSent(`Not sent without --${option}: ${text}`, options.json);
     return questions.length > 0 ? status.faults : status.good;
   }
   if (!canAsk()) {
-    notice('Not sent: there is no terminal to ask; --yes asks nothing.');
+    notSent('Not sent: there is no terminal to ask; --yes asks nothing.', options.json);
     return status.declined;
   }
   for (const [, , text] of questions) if (!(await confirm(text))) return status.declined;
@@ -45,16 +45,16 @@ function sizeOf(at, run, options) {
 async function goesOn(unit, run, sent, options) {
   const { trial, 'stop-after': most, yes } = options;
   if (sent === run.rows.length) return true;
-  if (most && run.failures() >= most) {
-    notice(`Stopped: ${run.failures()} of ${sent} failed.`);
+  const stop = (text) => {
+    if (options.json) event('stopped', { text });
+    else notice(text);
     return false;
-  }
+  };
+  if (most && run.failures() >= most) return stop(`Stopped: ${run.failures()} of ${sent} failed.`);
   if (!trial || sent > trial) return true;
-  if (run.failures() > 0) {
-    notice('Stopped: the trial failed.');
-    return false;
-  }
-  if (options.verify && !(await verifyRows(unit, run, 0, sent, options))) return false;
+  if (run.failures() > 0) return stop('Stopped: the trial failed.');
+  if (options.verify && !(await verifyRows(unit, run, 0, sent, options)))
+    return stop('Stopped: the trial’s units do not report what they were sent.');
   return (
     yes ||
     confirm(

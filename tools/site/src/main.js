@@ -12,7 +12,7 @@ import { status } from './status.js';
 import { upload } from './upload.js';
 import { explain, kindOf } from './unit.js';
 
-const version = '0.1.0';
+const version = process.env.SITE_VERSION ?? 'from its source'; // the build puts it in
 const work = { discover, list, check, diff, apply, undo, runs, upload };
 
 async function main(words) {

@@ -47,6 +47,12 @@ export function notice(text) {
   process.stderr.write(`${visible(text)}\n`);
 }
 
+// Why nothing is sent, where no fault of the file says it.
+export function notSent(text, json) {
+  if (json) event('not-sent', { text });
+  else notice(text);
+}
+
 export function clearProgress() {
   if (progressShown) process.stderr.write('\r\u001b[K');
   progressShown = false;

@@ -104,6 +104,7 @@ async function silence(logSoFar) {
 class Batch {
   log = '';
   lines = [];
+  told = 0; // rows, in their order
   begun = false;
   known = true; // false when its end was not seen
 
@@ -111,7 +112,6 @@ class Batch {
     Object.assign(this, { run, from, to });
     this.rows = run.rows.slice(from, to);
     this.serials = this.rows.map(({ serial }) => serial);
-    this.told = this.rows.map(() => false);
   }
 
   // Result lines decide. A FAIL is told once the log has its reason, too; `over` settles what neither has ended.
@@ -125,19 +125,15 @@ class Batch {
       false,
     );
     const settled = applyResults(logged, this.lines, over && this.known);
-    settled.forEach((record, at) => {
-      if (this.told[at]) return;
-      const hasReason = record.state !== 'fail' || isEnded(logged[at]);
-      const isKnown =
-        isEnded(record) && (over || record.state === 'skipped' || (isEnded(answered[at]) && hasReason));
-      if (isKnown || over) this.settle(at, isKnown ? record : { state: 'unknown', reason: '' });
-    });
+    for (; this.told < this.rows.length; ++this.told) {
+      const at = this.told;
+      const hasReason = settled[at].state !== 'fail' || isEnded(logged[at]);
+      const isSkipped = settled[at].state === 'skipped' && this.lines.length > 0;
+      const isKnown = isEnded(settled[at]) && (over || isSkipped || (isEnded(answered[at]) && hasReason));
+      if (!isKnown && !over) break;
+      this.run.settle(this.from + at, isKnown ? settled[at] : { state: 'unknown', reason: '' });
+    }
     this.run.showProgress(settled);
-  }
-
-  settle(at, record) {
-    this.told[at] = true;
-    this.run.settle(this.from + at, record);
   }
 
   // Two clients may upload at the same time; what is run is what this one has shown.
@@ -153,7 +149,7 @@ class Batch {
     const { journal } = this.run;
     const before = ageOf(await unit.readStatic(siteLogFile));
     journal.begin(this.from, this.to, before);
-    this.begun = true;
+    Object.assign(this, { begun: true, log: '', lines: [] });
     let over = false;
     const following = followSiteLog(
       unit,

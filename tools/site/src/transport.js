@@ -142,12 +142,18 @@ export function openTransport({ origin, authorization, ca }) {
     request.once('close', () => clearInterval(timer));
   }
 
+  // Tells the lines of an answer that still arrives, a little later, so that many pieces are read at once. Returns
+  // {hear(pieces), end()}.
   function hearLines(command, onLines) {
-    let heardAt = 0;
-    return (pieces) => {
-      if (Date.now() - heardAt < linesInterval) return;
-      heardAt = Date.now();
-      onLines(linesSoFar(command, Buffer.concat(pieces).toString('utf8')));
+    let timer = null;
+    return {
+      hear(pieces) {
+        timer ??= setTimeout(() => {
+          timer = null;
+          onLines(linesSoFar(command, Buffer.concat(pieces).toString('utf8')));
+        }, linesInterval);
+      },
+      end: () => clearTimeout(timer),
     };
   }
 
@@ -163,6 +169,7 @@ export function openTransport({ origin, authorization, ca }) {
     const abort = () => request.destroy(new RequestFailure('cancelled', command));
     signal?.addEventListener('abort', abort);
     const timer = limit > 0 ? setTimeout(() => request.destroy(new Error('silent')), limit) : null;
+    const lines = onLines && hearLines(command, onLines);
     if (!form) watch(request);
     try {
       const sending = pipeline(form ? Readable.from(form.parts(onSent)) : [], request);
@@ -170,7 +177,7 @@ export function openTransport({ origin, authorization, ca }) {
       // A server may answer before all has arrived; then its answer counts, not the upload that it cut short.
       sending.catch(() => {});
       const answer = await coming;
-      const bytes = await readBody(answer, onLines && hearLines(command, onLines));
+      const bytes = await readBody(answer, lines?.hear);
       const result = readAnswer(command, answer.statusCode, bytes.toString('utf8'));
       if (onLines && result.kind === 'done') onLines(result.body.split('\n').slice(0, -1));
       return once && result.kind === 'busy' ? { kind: 'taken', body: '' } : result;
@@ -180,6 +187,7 @@ export function openTransport({ origin, authorization, ca }) {
       return { kind: 'broken', body: '' };
     } finally {
       clearTimeout(timer);
+      lines?.end();
       signal?.removeEventListener('abort', abort);
       request.destroy();
     }

@@ -8,7 +8,7 @@ import { hashFile, readArchive } from '../../../console/src/logic/archive.js';
 import { edidSize, readEdid } from '../../../console/src/logic/edid.js';
 import { texts } from '../../../console/src/texts.js';
 import { openUnit } from './discover.js';
-import { canAsk, clearProgress, confirm, event, line, notice, progress } from './output.js';
+import { canAsk, clearProgress, confirm, event, line, notSent, notice, progress } from './output.js';
 import { status } from './status.js';
 import { sleep } from './transport.js';
 import { explain, kindOf } from './unit.js';
@@ -126,11 +126,11 @@ async function consent(kind, { faults, doubts = [] }, options) {
   const isFirmware = kind === 'firmware' && !options.yes;
   if (!isDoubtful && !isFirmware) return status.good;
   if (isDoubtful && (options.yes || !canAsk())) {
-    notice('Not sent without --accept-problems.');
+    notSent('Not sent without --accept-problems.', options.json);
     return status.faults;
   }
   if (!canAsk()) {
-    notice('Not sent: there is no terminal to ask; --yes asks nothing.');
+    notSent('Not sent: there is no terminal to ask; --yes asks nothing.', options.json);
     return status.declined;
   }
   if (isDoubtful && !(await confirm(`${words.anyway}?`))) return status.declined;

@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import { execFileSync, spawn } from 'node:child_process';
 import { existsSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { setTimeout as sleep } from 'node:timers/promises';
 import { gzipSync } from 'node:zlib';
 import { makeEdid, makeTar } from '../console/sample_files.mjs';
 import { start, startServer, until } from '../console/unit.mjs';
@@ -28,7 +29,16 @@ const units = [
   'REFUSER,UNIT-901,RX620,10.77.9.2,10.77.9.2,Room 901,,set',
   'SILENT,UNIT-900,RX610,10.77.9.1,10.77.9.1,Room 900,set,',
 ];
-const fleet = ['fleet', '--self', '--count', '11', '--units', file('units.csv', `${units.join('\r\n')}\r\n`)];
+const fleet = [
+  'fleet',
+  '--self',
+  '--reboot-ms',
+  '1000',
+  '--count',
+  '11',
+  '--units',
+  file('units.csv', `${units.join('\r\n')}\r\n`),
+];
 const good = ['KU000003', 'KU000005', 'KU000007', 'KU000009', 'KU000011'];
 const csvOf = (serials, name) => {
   const quote = name.includes(',') ? '"' : '';
@@ -48,12 +58,12 @@ const namesOf = async (...serials) => {
   );
 };
 
-// Waits until the units that restart are back.
-const allBack = () => until(async () => (await siteJson('discover', url)).events.at(-1).total === 14);
+// Waits until the units that restart are back; they are silent for one second.
+const allBack = () => sleep(1500);
 
 let endServer = await startServer();
 let endFleet = start(...fleet);
-await allBack();
+await until(async () => (await siteJson('discover', url)).events.at(-1).total === 14);
 
 await chapter('a site is discovered; clients that are refused come again', async () => {
   const [first, second, listed] = await Promise.all([

@@ -1,7 +1,7 @@
 // Exit statuses and JSON where no unit is needed, and the rules by which a run is taken up again.
 
 import assert from 'node:assert/strict';
-import { mkdirSync, mkdtempSync, readFileSync, writeFileSync } from 'node:fs';
+import { mkdirSync, mkdtempSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
@@ -238,15 +238,16 @@ test('decoders are shown with the encoder of their stream', () => {
   );
 });
 
-test('man page, completion and document name every command and option', () => {
+test('man page and completion name every command and option, the document every event', () => {
   const read = (path) => readFileSync(new URL(`../../${path}`, import.meta.url), 'utf8');
-  const places = ['tools/site/site.1', 'tools/site/site.bash', 'docs/site.md'].map((path) => [
-    path,
-    read(path),
-  ]);
-  for (const [path, text] of places) {
-    const plain = text.replaceAll('\\-', '-');
-    for (const name of Object.keys(options)) assert.ok(plain.includes(`--${name}`), `${path}: --${name}`);
-    for (const name of Object.keys(commands)) assert.ok(plain.includes(name), `${path}: ${name}`);
+  for (const path of ['tools/site/site.1', 'tools/site/site.bash']) {
+    const text = read(path).replaceAll('\\-', '-');
+    for (const name of Object.keys(options)) assert.ok(text.includes(`--${name}`), `${path}: --${name}`);
+    for (const name of Object.keys(commands)) assert.ok(text.includes(name), `${path}: ${name}`);
   }
+  const sources = readdirSync(new URL('../../tools/site/src', import.meta.url));
+  const code = sources.map((name) => read(`tools/site/src/${name}`)).join('');
+  const text = read('docs/site.md');
+  for (const [, name] of code.matchAll(/\bevent\('([a-z-]+)'/g))
+    assert.ok(text.includes(`\`${name}\``), name);
 });

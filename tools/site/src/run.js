@@ -114,11 +114,17 @@ class Batch {
     this.serials = this.rows.map(({ serial }) => serial);
   }
 
+  // The log of a large site is megabytes: it is read when it has grown only.
+  readLog() {
+    const { total, records } = readSiteLog(this.log, this.serials);
+    this.logged = total === this.rows.length ? records : this.rows.map(() => waiting);
+  }
+
   // Result lines decide. A FAIL is told once the log has its reason, too; `over` settles what neither has ended.
   tell(news, over = false) {
     Object.assign(this, news);
-    const { total, records } = readSiteLog(this.log, this.serials);
-    const logged = total === this.rows.length ? records : this.rows.map(() => waiting);
+    if (news.log) this.readLog();
+    const { logged } = this;
     const answered = applyResults(
       this.rows.map(() => waiting),
       this.lines,
@@ -149,7 +155,7 @@ class Batch {
     const { journal } = this.run;
     const before = ageOf(await unit.readStatic(siteLogFile));
     journal.begin(this.from, this.to, before);
-    Object.assign(this, { begun: true, log: '', lines: [] });
+    Object.assign(this, { begun: true, log: '', lines: [], logged: this.rows.map(() => waiting) });
     let over = false;
     const following = followSiteLog(
       unit,

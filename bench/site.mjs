@@ -66,12 +66,15 @@ async function answers(url) {
     await sleep(100);
 }
 
-// New ids for all units of a discovery.
+// The whole of a discovery with a new id for each unit, as people edit it. No field in front of the id has a comma.
 function newIds(csv, path) {
+  let number = 0;
   const [header, ...lines] = csv.trim().split('\r\n');
-  const at = header.split(',').indexOf('UNIT.SERIAL');
-  const rows = lines.map((line, number) => `${line.split(',')[at]},NEW-${number}`);
-  writeFileSync(path, `UNIT.SERIAL,UNIT.ID\n${rows.join('\n')}\n`);
+  const id = header.split(',').indexOf('UNIT.ID');
+  const rows = lines.map((line) =>
+    line.replace(new RegExp(`^((?:[^,]*,){${id}})[^,]*`), `$1NEW-${number++}`),
+  );
+  writeFileSync(path, [header, ...rows, ''].join('\r\n'));
 }
 
 const okOf = (result) => eventsOf(result).find(({ event }) => event === 'run')?.ok ?? 0;

@@ -43,8 +43,8 @@ test('a wrong command line sends nothing and ends with 64', async () => {
     [['list', 'units', '10.0.0.1'], /no list “units”; there are encoders, decoders, streams/],
     [['upload', 'edid4', now, '10.0.0.1'], /no upload “edid4”/],
     [['apply', now], /usage: site apply FILE URL/],
-    [['apply', now, '10.0.0.1', '--trial', 'two'], /--trial takes a number, not “two”/],
-    [['apply', now, '10.0.0.1', '--stop-after', '0'], /from 1/],
+    [['apply', now, '10.0.0.1', '--trial', 'two'], /--trial takes a number from 1, not “two”/],
+    [['apply', now, '10.0.0.1', '--stop-after', '0'], /from 1, not “0”/],
   ];
   for (const [words, reason] of table) {
     const { status, out, err } = await site(...words);

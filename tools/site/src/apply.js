@@ -88,15 +88,26 @@ function tellEnd(run, url, json) {
   return tally;
 }
 
-// Shows a plan, asks, sends, and looks at what came of it. Returns the exit status.
-async function carryOut(unit, plan, { file, of }, options) {
+// Shows a plan and asks. Returns {rows, text, undo} to be sent, or {refused} with the exit status. The plan and the site are
+// not kept while a run lasts: they are large.
+async function prepare(makePlan, options) {
+  const plan = await makePlan();
+  if (!plan) return { refused: status.good };
   tellPlan(plan, options.json);
-  if (plan.text === '') return changesNothing(plan) ? status.good : status.faults;
+  if (plan.text === '') return { refused: changesNothing(plan) ? status.good : status.faults };
   const refused = await consent(plan, options);
-  if (refused !== status.good) return refused;
-  const rows = plan.sending.map(runRow);
-  const journal = newRun({ url: unit.url, file, of, rows, text: plan.text, undo: plan.undo });
-  const run = new Run(journal, { rows, text: plan.text }, options.json);
+  return refused === status.good
+    ? { rows: plan.sending.map(runRow), text: plan.text, undo: plan.undo }
+    : { refused };
+}
+
+// Carries out the plan that `makePlan()` returns, null when there is nothing to do: shows it, asks, sends, and looks at what
+// came of it. Returns the exit status.
+async function carryOut(unit, makePlan, { file, of }, options) {
+  const { refused, ...sent } = await prepare(makePlan, options);
+  if (refused !== undefined) return refused;
+  const journal = newRun({ url: unit.url, file, of, ...sent });
+  const run = new Run(journal, sent, options.json);
   const leave = () => {
     clearProgress();
     notice(`Cut off. What was begun goes on in the unit; site runs ${journal.id} shows what is known.`);
@@ -111,7 +122,7 @@ async function carryOut(unit, plan, { file, of }, options) {
     process.off('SIGINT', leave);
     journal.close();
   }
-  const isVerified = !options.verify || (await verifyRows(unit, run, 0, rows.length, options));
+  const isVerified = !options.verify || (await verifyRows(unit, run, 0, run.rows.length, options));
   return tally.fail + tally.unsent + tally.unknown === 0 && isVerified ? status.good : status.held;
 }
 
@@ -119,21 +130,20 @@ export async function apply(operands, options) {
   if (options['retry-failed']) return retry(operands, options);
   const [file, address] = operands;
   if (!address) throw new UsageError('usage: site apply FILE URL, or site apply --retry-failed [RUN]');
-  if (options.trial === 0 || options['stop-after'] === 0 || options.batch === 0)
-    throw new UsageError('--trial, --stop-after and --batch take a number from 1');
   const unit = await openUnit(address, options);
-  const site = await unit.discover();
-  const plan = planOf(draftFromFile(file, site), site, options);
-  return carryOut(unit, plan, { file: resolve(file), of: '' }, options);
+  const makePlan = async () => {
+    const site = await unit.discover();
+    return planOf(draftFromFile(file, site), site, options);
+  };
+  return carryOut(unit, makePlan, { file: resolve(file), of: '' }, options);
 }
 
 export async function undo([id], options) {
   const run = readRun(id);
   if (run.undo === '') throw new Error('The old values of that run are not known.');
   const unit = await openUnit(run.url, options);
-  const site = await unit.discover();
-  const plan = preflight(draftFromText(run.undo, words.undoName), site);
-  return carryOut(unit, plan, { file: run.file, of: run.id }, options);
+  const makePlan = async () => preflight(draftFromText(run.undo, words.undoName), await unit.discover());
+  return carryOut(unit, makePlan, { file: run.file, of: run.id }, options);
 }
 
 const unproven = ['not-sent', 'no-answer', 'refused', 'save-not-sent', 'no-save', 'save-refused', 'unclear'];
@@ -167,16 +177,14 @@ function draftOf(rows, name) {
   };
 }
 
-async function retry([id, ...more], options) {
-  if (more.length > 0) throw new UsageError('usage: site apply --retry-failed [RUN]');
-  const run = readRun(id);
-  const unit = await openUnit(run.url, options);
+// Asks the units what became of a run, and plans the rest of it; null when nothing is left.
+async function planRest(unit, run, json) {
   const site = await unit.discover(); // the unit takes it only when no update runs any more
   const journal = continueRun(run.id);
   const settle = (at, record) => {
     run.records[at] = record;
     journal.add({ row: at, ...record });
-    tellResult(run.id, run.rows[at], record, options.json);
+    tellResult(run.id, run.rows[at], record, json);
   };
   const open = run.open && (await readOpenBatch(unit, run));
   open?.forEach((record, at) => {
@@ -185,12 +193,17 @@ async function retry([id, ...more], options) {
   for (const at of settledPlaces(run, site)) settle(at, { state: 'ok', reason: 'reports' });
   journal.close();
   const rows = run.rows.filter((_, at) => ['fail', 'unsent', 'unknown'].includes(run.records[at].state));
-  if (rows.length === 0) {
-    if (!options.json) line('Nothing is left to be sent.');
-    return status.good;
-  }
-  const plan = preflight(draftOf(rows, words.retryName), site, { onlyChanges: false });
-  return carryOut(unit, plan, { file: run.file, of: run.id }, options);
+  if (rows.length > 0) return preflight(draftOf(rows, words.retryName), site, { onlyChanges: false });
+  if (!json) line('Nothing is left to be sent.');
+  return null;
+}
+
+async function retry([id, ...more], options) {
+  if (more.length > 0) throw new UsageError('usage: site apply --retry-failed [RUN]');
+  const run = readRun(id);
+  const unit = await openUnit(run.url, options);
+  const makePlan = () => planRest(unit, run, options.json);
+  return carryOut(unit, makePlan, { file: run.file, of: run.id }, options);
 }
 
 // site runs: from this machine's memory alone.

@@ -5,7 +5,8 @@ import { parseArgs } from 'node:util';
 
 export class UsageError extends Error {}
 
-// Options of several commands are described once. `value` names what follows the option; of a flag it is missing.
+// Options of several commands are described once. `value` names what follows the option; of a flag it is missing. `least` is
+// the smallest number that one takes.
 export const options = {
   format: { value: 'FORMAT', help: 'csv, spreadsheet, json or table; table on a terminal, else csv' },
   output: { value: 'PATH', short: 'o', help: 'write to this file; of several sites, to this folder' },
@@ -15,12 +16,12 @@ export const options = {
   yes: { help: 'ask nothing' },
   'accept-problems': { help: 'with --yes: send although rows or cells are left out or doubtful' },
   'accept-moves': { help: 'with --yes: send although units change their address' },
-  trial: { value: 'N', number: true, help: 'send to the first N units, look, then go on' },
-  'stop-after': { value: 'N', number: true, help: 'stop once N units have failed' },
-  batch: { value: 'N', number: true, help: 'units sent at a time with --stop-after' },
+  trial: { value: 'N', least: 1, help: 'send to the first N units, look, then go on' },
+  'stop-after': { value: 'N', least: 1, help: 'stop once N units have failed' },
+  batch: { value: 'N', least: 1, help: 'units sent at a time with --stop-after' },
   'retry-failed': { help: 'send again what did not succeed in RUN, by default the last one' },
   verify: { help: 'discover afterwards and compare with what was sent' },
-  wait: { value: 'SECONDS', number: true, help: 'how long a busy or updating unit is waited for (300)' },
+  wait: { value: 'SECONDS', least: 0, help: 'how long a busy or updating unit is waited for (300)' },
   user: { value: 'NAME', help: 'log in as NAME; the password is prompted for' },
   'password-file': { value: 'FILE', help: 'take the password from the first line of FILE' },
   ca: { value: 'FILE', help: 'certificates that vouch for the unit, PEM' },
@@ -117,7 +118,9 @@ export function helpOf(name) {
 }
 
 function numberOf(name, text) {
-  if (!/^\d{1,7}$/.test(text)) throw new UsageError(`--${name} takes a number, not “${text}”`);
+  const { least } = options[name];
+  if (!/^\d{1,7}$/.test(text) || Number(text) < least)
+    throw new UsageError(`--${name} takes a number from ${least}, not “${text}”`);
   return Number(text);
 }
 
@@ -140,7 +143,7 @@ export function readCommandLine(words) {
   }
   const { values, positionals } = parsed;
   for (const each of Object.keys(values))
-    if (options[each].number) values[each] = numberOf(each, values[each]);
+    if (options[each].least !== undefined) values[each] = numberOf(each, values[each]);
   if (positionals.length < command.least || positionals.length > command.most)
     throw new UsageError(`usage: site ${name} ${command.operands}`);
   if (command.words && !command.words.includes(positionals[0]))

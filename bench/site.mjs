@@ -24,13 +24,10 @@ async function measure(...words) {
   const teller = `process.on('exit', () => require('fs').writeFileSync('${folder}/usage', JSON.stringify(process.resourceUsage())))`;
   writeFileSync(`${folder}/teller.cjs`, teller);
   const since = Date.now();
-  const child = spawn(
-    process.execPath,
-    ['--require', `${folder}/teller.cjs`, 'tools/site/src/main.js', ...words],
-    {
-      stdio: ['ignore', 'pipe', 'ignore'],
-    },
-  );
+  const child = spawn('tools/site/src/main.js', words, {
+    stdio: ['ignore', 'pipe', 'ignore'],
+    env: { ...process.env, NODE_OPTIONS: `--require ${folder}/teller.cjs` },
+  });
   const pieces = [];
   child.stdout.on('data', (piece) => pieces.push(piece));
   const status = await endOf(child);

@@ -14,7 +14,7 @@ const eventsOf = (text) =>
 // Starts it. Returns {child, ended}, which resolves to {status, out, err, events}: events are what --json printed, without
 // the last one, whose status must be that of the program; none when it was killed.
 export function startSite(words, { env = {}, input = '' } = {}) {
-  const child = spawn(process.execPath, [program, ...words], { env: { ...process.env, ...env } });
+  const child = spawn(program, words, { env: { ...process.env, ...env } });
   const texts = { out: '', err: '' };
   child.stdout.on('data', (piece) => (texts.out += piece));
   child.stderr.on('data', (piece) => (texts.err += piece));

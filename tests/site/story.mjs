@@ -197,7 +197,7 @@ await chapter('without consent nothing is sent', async () => {
   const typed = (answer) =>
     execFileSync(
       'script',
-      ['-qec', `node tools/site/src/main.js apply /tmp/settings.csv ${url}; echo status $?`, '/dev/null'],
+      ['-qec', `tools/site/src/main.js apply /tmp/settings.csv ${url}; echo status $?`, '/dev/null'],
       {
         input: answer,
         encoding: 'utf8',
@@ -267,7 +267,7 @@ await chapter('a unit with login and TLS', async () => {
   const login = ['--ca', '/etc/handler.crt', '--user', 'me', '--password-file'];
   assert.equal(await kindOf(...login, file('wrong', 'sesame')), 'login');
   assert.equal(await kindOf(...login, right), 'done');
-  const command = `node tools/site/src/main.js ${safe.join(' ')} ${login.slice(0, 4).join(' ')}`;
+  const command = `tools/site/src/main.js ${safe.join(' ')} ${login.slice(0, 4).join(' ')}`;
   const typed = execFileSync('script', ['-qec', command, '/dev/null'], {
     input: 'open sesame\n',
     encoding: 'utf8',

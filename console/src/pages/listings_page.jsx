@@ -2,22 +2,14 @@
 
 import { useState } from 'preact/hooks';
 import { attempt, queue } from '../actions.js';
+import { readListing } from '../logic/listing.js';
 import { readAsUnit } from '../logic/unit_csv.js';
 import { DownloadButton } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.listings;
 
-const linesOf = (body) => body.split('\n').filter((line) => line !== '');
-
-// Listing lines have no quotes: what the last column holds may have commas.
-function rowsOf(body, kind, separator = ',') {
-  const { length } = words.columns[kind];
-  return linesOf(body).map((line) => {
-    const fields = line.split(separator);
-    return [...fields.slice(0, length - 1), fields.slice(length - 1).join(separator)];
-  });
-}
+const rowsOf = (body, kind, separator) => readListing(body, words.columns[kind].length, separator);
 
 const table = (kind, rows) => ({ columns: words.columns[kind], rows });
 

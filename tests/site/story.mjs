@@ -1,0 +1,280 @@
+// A site at a shell: discovered, checked, configured in parts, cut off, taken up again, taken back. In the box only.
+
+import assert from 'node:assert/strict';
+import { execFileSync, spawn } from 'node:child_process';
+import { existsSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { gzipSync } from 'node:zlib';
+import { makeEdid, makeTar } from '../console/sample_files.mjs';
+import { start, startServer, until } from '../console/unit.mjs';
+import { site, siteJson, startSite } from './site.mjs';
+
+const url = 'http://127.0.0.1:8080';
+process.env.XDG_STATE_HOME = '/tmp/state';
+
+// Writes a file into /tmp. Returns its path.
+function file(name, content) {
+  writeFileSync(`/tmp/${name}`, content);
+  return `/tmp/${name}`;
+}
+
+async function chapter(title, work) {
+  console.log(title);
+  await work();
+}
+
+// One unit never answers to settings and one refuses them; both come last.
+const units = [
+  'UNIT.SERIAL,UNIT.ID,UNIT.MODEL,IP.ADDRESS,IP.STATIC_ADDRESS,VW.NAME,SIM.SILENT_AT,SIM.REFUSE_AT',
+  'REFUSER,UNIT-901,RX620,10.77.9.2,10.77.9.2,Room 901,,set',
+  'SILENT,UNIT-900,RX610,10.77.9.1,10.77.9.1,Room 900,set,',
+];
+const fleet = [
+  'fleet',
+  '--self',
+  '--reboot-ms',
+  '1000',
+  '--count',
+  '11',
+  '--units',
+  file('units.csv', `${units.join('\r\n')}\r\n`),
+];
+const good = ['KU000003', 'KU000005', 'KU000007', 'KU000009', 'KU000011'];
+const csvOf = (serials, name) => {
+  const quote = name.includes(',') ? '"' : '';
+  const rows = serials.map((serial, at) => `${serial},${quote}${name} ${at}${quote}`);
+  return file('settings.csv', ['UNIT.SERIAL,VW.NAME', ...rows].join('\n'));
+};
+
+const resultsOf = (events) =>
+  events
+    .filter(({ event }) => event === 'result')
+    .map(({ serial, state, reason }) => `${serial} ${state} ${reason}`.trim());
+const runOf = (events) => events.find(({ event }) => event === 'run');
+const namesOf = async (...serials) => {
+  const { events } = await siteJson('discover', url);
+  return serials.map(
+    (serial) => events.find(({ values }) => values?.['UNIT.SERIAL'] === serial)?.values['VW.NAME'],
+  );
+};
+
+// Waits until the units that restart are back; they are silent for one second.
+const allBack = () => sleep(1500);
+
+let endServer = await startServer();
+let endFleet = start(...fleet);
+await until(async () => (await siteJson('discover', url)).events.at(-1).total === 14);
+
+await chapter('a site is discovered; clients that are refused come again', async () => {
+  const [first, second, listed] = await Promise.all([
+    siteJson('discover', url),
+    site('discover', url, '--output', '/tmp/found.csv'),
+    siteJson('list', 'streams', url),
+  ]);
+  assert.deepEqual([first.status, second.status, listed.status], [0, 0, 0]);
+  const total = { event: 'site', url, total: 14, encoders: 7, decoders: 7, hidden: 0, conflicts: 0 };
+  assert.deepEqual(first.events.at(-1), total);
+  assert.ok(readFileSync('/tmp/found.csv').equals(readFileSync('/www/site.csv')));
+  const room = listed.events.find(({ decoder }) => decoder === 'UNIT-005');
+  assert.deepEqual([room.encoder, room.stream, room.name], ['UNIT-004', '239.77.1.3', 'Room 5, left']);
+  const nobody = await siteJson('discover', 'http://127.0.0.1:81', '--wait', '0');
+  assert.deepEqual([nobody.status, nobody.events[0].kind], [3, 'unreachable']);
+});
+
+await chapter('a check asks the unit, and sends nothing', async () => {
+  const { status, events } = await siteJson('check', csvOf(['KU000002', 'KU000003'], 'Hall'), url);
+  assert.deepEqual([status, events.at(-1).units], [1, 1]);
+  assert.equal((await site('check', '/tmp/settings.csv', url, '--last')).status, 1);
+  assert.ok(!existsSync('/tmp/import.csv'));
+});
+
+await chapter('units get their settings, a trial first, and report them', async () => {
+  const { status, events } = await siteJson(
+    'apply',
+    csvOf(good, 'Hall, north'),
+    url,
+    '--yes',
+    '--trial',
+    '2',
+    '--verify',
+  );
+  assert.equal(status, 0, JSON.stringify(events));
+  assert.deepEqual(
+    resultsOf(events),
+    good.map((serial) => `${serial} ok`),
+  );
+  const verified = events.filter(({ event, state }) => event === 'verified' && state === 'same');
+  assert.equal(verified.length, 2 + 5); // the trial's units twice
+  await allBack();
+  const again = await site('apply', '/tmp/settings.csv', url, '--yes');
+  assert.equal(again.status, 0); // nothing is left to do
+  assert.match(again.out, /5 rows change nothing/);
+});
+
+await chapter('a trial that fails, and a number of failures, stop a run', async () => {
+  const file = csvOf(['REFUSER', ...good], 'Stage');
+  const trial = await siteJson('apply', file, url, '--yes', '--trial', '1');
+  assert.deepEqual([trial.status, resultsOf(trial.events)], [1, ['REFUSER fail refused']]);
+  assert.deepEqual(runOf(trial.events).unsent, 5);
+  const some = await siteJson(
+    'apply',
+    csvOf(['KU000003', 'REFUSER', ...good.slice(1)], 'Stage'),
+    url,
+    '--yes',
+    '--stop-after',
+    '1',
+  );
+  assert.deepEqual(resultsOf(some.events), ['KU000003 ok', 'REFUSER fail refused']);
+  assert.equal(runOf(some.events).unsent, 4);
+  await allBack();
+  const rest = await siteJson('apply', '--retry-failed', '--yes');
+  assert.deepEqual(resultsOf(rest.events), [
+    'REFUSER fail refused',
+    ...good.slice(1).map((serial) => `${serial} ok`),
+  ]);
+  await allBack();
+  const back = await siteJson('undo', runOf(rest.events).run, '--yes', '--verify');
+  assert.deepEqual([back.status, runOf(back.events).ok], [0, 4]);
+  assert.deepEqual(await namesOf('KU000003', 'KU000005'), ['Stage 0', 'Hall, north 1']);
+});
+
+// Kills an update once it waits for the unit that never answers, whose row is in the middle.
+async function cutOff(name) {
+  const serials = [...good.slice(0, 3), 'SILENT', ...good.slice(3)];
+  const { child, ended, texts } = startSite(['apply', csvOf(serials, name), url, '--yes', '--json']);
+  await until(() => /KU000007.*"state":"ok"/.test(texts.out));
+  child.kill('SIGKILL');
+  await ended;
+  const { events } = await siteJson('runs');
+  const { run } = events.at(-1);
+  const rows = await siteJson('runs', run);
+  const states = rows.events.map(({ serial, state }) => `${serial} ${state}`);
+  const known = good.slice(0, 3).map((serial) => `${serial} ok`);
+  assert.deepEqual(states, [
+    ...known,
+    'SILENT unknown',
+    ...good.slice(3).map((serial) => `${serial} unknown`),
+  ]);
+  return run;
+}
+
+await chapter('a run that was killed went on in the unit, whose log tells the rest', async () => {
+  const run = await cutOff('Foyer');
+  const { events } = await siteJson('apply', '--retry-failed', run, '--yes');
+  const told = [
+    'SILENT fail no-answer',
+    ...good.slice(3).map((serial) => `${serial} ok`),
+    'SILENT fail no-answer',
+  ];
+  assert.deepEqual(resultsOf(events), told); // what the log tells, then what was sent again
+  assert.deepEqual(await namesOf(good[4]), ['Foyer 5']);
+});
+
+await chapter(
+  'without the log the units are asked, and the last one that took its settings again',
+  async () => {
+    const run = await cutOff('Lobby');
+    await until(() => readFileSync('/tmp/site.log', 'utf8').match(/Got Reply C/g)?.length === 5);
+    await allBack();
+    rmSync('/tmp/site.log');
+    const { events } = await siteJson('apply', '--retry-failed', run, '--yes');
+    assert.deepEqual(resultsOf(events), [`${good[3]} ok reports`, 'SILENT fail no-answer', `${good[4]} ok`]);
+  },
+);
+
+await chapter('without consent nothing is sent', async () => {
+  const table = [
+    ['UNIT.SERIAL,VW.NAME,COLOUR\nKU000003,Loft,red\n', [], 2, '--accept-problems'],
+    ['UNIT.SERIAL,IP.STATIC_ADDRESS\nKU000003,10.77.5.5\n', [], 2, '--accept-moves'],
+  ];
+  for (const [text, words, status, option] of table) {
+    const told = await site('apply', file('settings.csv', text), url, '--yes', ...words);
+    assert.equal(told.status, status);
+    assert.match(told.err, new RegExp(`Not sent without ${option}`));
+  }
+  assert.equal((await site('apply', csvOf(['KU000003'], 'Loft'), url)).status, 4);
+  // A terminal, and what a person types.
+  const typed = (answer) =>
+    execFileSync(
+      'script',
+      ['-qec', `tools/site/src/main.js apply /tmp/settings.csv ${url}; echo status $?`, '/dev/null'],
+      {
+        input: answer,
+        encoding: 'utf8',
+      },
+    );
+  await allBack();
+  assert.match(typed('no\n'), /Update 1 unit\? \[y\/N\].*status 4/s);
+  assert.match(typed('y\n'), /KU000003.*OK.*1 OK, 0 failed.*status 0/s);
+  await allBack();
+});
+
+await chapter('files are looked at before they are sent, a firmware update is waited for', async () => {
+  const edid = makeEdid('DESK 24');
+  assert.equal((await site('upload', 'edid1', file('short.bin', edid.subarray(0, 128)), url)).status, 2);
+  assert.equal((await site('upload', 'edid1', file('desk.bin', edid), url)).status, 0);
+  assert.ok(readFileSync('/config/CUSTOM_1.cbin').equals(Buffer.from(edid)));
+  const odd = file(
+    'odd.bin',
+    edid.map((byte, at) => (at === 255 ? byte ^ 1 : byte)),
+  );
+  assert.equal((await site('upload', 'edid2', odd, url)).status, 2);
+  assert.equal((await site('upload', 'edid2', odd, url, '--accept-problems')).status, 0);
+  assert.equal((await site('upload', 'splash', odd, url)).status, 2);
+
+  const firmware = gzipSync(makeTar('firmware.bin', 200_000));
+  const cut = await siteJson(
+    'upload',
+    'firmware',
+    file('cut.tar.gz', firmware.subarray(0, 100_000)),
+    url,
+    '--yes',
+  );
+  assert.deepEqual([cut.status, cut.events[0].faults.length], [2, 1]);
+  const { ended, texts } = startSite([
+    'upload',
+    'firmware',
+    file('fw.tar.gz', firmware),
+    url,
+    '--yes',
+    '--json',
+  ]);
+  await until(() => texts.out.includes('"state":"started"'));
+  const [now, later] = await Promise.all([
+    siteJson('list', 'decoders', url, '--wait', '0'),
+    siteJson('list', 'decoders', url, '--wait', '60'),
+  ]);
+  assert.deepEqual([now.status, now.events[0].kind], [3, 'updating']);
+  assert.deepEqual([later.status, later.events[0].kind], [0, 'updating']);
+  const { status, events } = await ended;
+  assert.deepEqual([status, events.at(-1).state], [0, 'back']);
+});
+
+await chapter('a unit with login and TLS', async () => {
+  await endServer();
+  process.env.HANDLER_LOGIN = `me:${execFileSync('openssl', ['passwd', '-6', 'open sesame'], { encoding: 'utf8' }).trim()}`;
+  process.env.HANDLER_TLS = '1';
+  const server = spawn('box/web-server', ['lighttpd'], { stdio: 'inherit' });
+  await until(() => existsSync('/etc/handler.crt'));
+  const safe = ['list', 'decoders', 'https://127.0.0.1:8080', '--wait', '0'];
+  const kindOf = async (...words) => {
+    const { status, events } = await siteJson(...safe, ...words);
+    return status === 0 ? 'done' : events[0].kind;
+  };
+  await until(async () => (await kindOf('--ca', '/etc/handler.crt')) === 'login');
+  const right = file('password', 'open sesame\n');
+  assert.match((await site(...safe)).err, /cannot be reached.*SELF_SIGNED/);
+  const login = ['--ca', '/etc/handler.crt', '--user', 'me', '--password-file'];
+  assert.equal(await kindOf(...login, file('wrong', 'sesame')), 'login');
+  assert.equal(await kindOf(...login, right), 'done');
+  const command = `tools/site/src/main.js ${safe.join(' ')} ${login.slice(0, 4).join(' ')}`;
+  const typed = execFileSync('script', ['-qec', command, '/dev/null'], {
+    input: 'open sesame\n',
+    encoding: 'utf8',
+  });
+  assert.match(typed, /Password of me: [^]*UNIT-003/);
+  server.kill();
+});
+
+await endFleet();
+process.exit();

@@ -1,0 +1,137 @@
+// What a file of settings would do to a site: the console's checks, said at a shell.
+
+import { readFileSync } from 'node:fs';
+import { basename } from 'node:path';
+import { gatherProblems, preflight } from '../../../console/src/logic/preflight.js';
+import { readSite } from '../../../console/src/logic/site.js';
+import { readSpreadsheet } from '../../../console/src/logic/spreadsheet_csv.js';
+import { ownLines, readDiscovery } from '../../../console/src/logic/unit_csv.js';
+import { texts } from '../../../console/src/texts.js';
+import { event, line, table } from './output.js';
+import { status } from './status.js';
+
+const words = texts.configure;
+const mostProblems = 100; // that are listed one by one
+const mostRanges = 12; // of rows, in one line of the list
+
+// The draft of a spreadsheet's or a discovery's file. Lines of the unit's own discovery are read by its rules of quotes.
+export function draftFromFile(path, site) {
+  const { rows, notes } = readSpreadsheet(readFileSync(path), ownLines(site.text));
+  const [header = [], ...lines] = rows;
+  return {
+    name: basename(path),
+    columns: header.map(({ text }) => text),
+    rows: lines.map((cells, at) => ({
+      number: at + 2,
+      cells: cells.map(({ text }) => text),
+      quoted: cells.map(({ quoted }) => quoted),
+    })),
+    notes,
+  };
+}
+
+// The draft of a CSV that was written for the unit.
+export function draftFromText(text, name) {
+  const { keys, rows } = readDiscovery(text);
+  const lines = rows.map((cells, at) => ({ number: at + 2, cells: cells.slice(0, -1) }));
+  return { name, columns: keys.slice(0, -1), rows: lines, notes: [] };
+}
+
+// The discovery of a file. Throws when it is none.
+export function siteFromFile(path) {
+  const text = new TextDecoder().decode(readFileSync(path));
+  const site = { ...readSite(text), text };
+  if (!site.keys.includes('UNIT.SERIAL'))
+    throw new Error(`${path} is no discovery: it has no column UNIT.SERIAL`);
+  return site;
+}
+
+// 2, 3, 4, 7 become "2–4, 7".
+function rowRanges(rows) {
+  const ranges = [];
+  for (const row of rows) {
+    const last = ranges.at(-1);
+    if (last && row === last[1] + 1) last[1] = row;
+    else ranges.push([row, row]);
+  }
+  const shown = ranges.map(([from, to]) => (from === to ? `${from}` : `${from}–${to}`));
+  if (shown.length <= mostRanges) return shown.join(', ');
+  return `${shown.slice(0, mostRanges).join(', ')} ${words.moreRows(rows.length)}`;
+}
+
+// Whether there is nothing to do because every unit has what the file says.
+export const changesNothing = ({ sending, unchanged, problems }) =>
+  sending.length === 0 &&
+  unchanged > 0 &&
+  problems.every(({ level, code }) => code === 'nothing-to-send' || level === 'held' || level === 'fixed');
+
+// The exit status of a check.
+export function statusOf(plan) {
+  const levels = new Set(plan.problems.map(({ level }) => level));
+  if (changesNothing(plan)) levels.delete('stop');
+  if (levels.has('stop') || levels.has('out')) return status.faults;
+  return levels.has('check') || levels.has('held') ? status.held : status.good;
+}
+
+// By which people know the unit of a row.
+export const nameOf = ({ unit, values }) =>
+  unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
+
+function tellProblems({ problems }, json) {
+  if (json) {
+    for (const problem of problems) event('problem', { ...problem, text: words.problem(problem) });
+    return;
+  }
+  if (problems.length === 0) return line(words.noProblems);
+  const rows = gatherProblems(problems, mostProblems).map((problem) => [
+    words.levels[problem.level],
+    rowRanges(problem.rows),
+    problem.column,
+    words.problem(problem),
+  ]);
+  table(words.problemColumns, rows);
+}
+
+function tellRows({ sending }, json) {
+  for (const row of sending) {
+    const { number, values, unit, settings } = row;
+    const address = values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '';
+    const pairs = Object.fromEntries(settings.map(({ key, value }) => [key, value]));
+    if (json) {
+      const old = Object.fromEntries(settings.map(({ key }) => [key, row.cells[key].old]));
+      event('row', {
+        row: number,
+        serial: values['UNIT.SERIAL'],
+        id: nameOf(row),
+        address,
+        settings: pairs,
+        old,
+      });
+    } else {
+      const said = settings.map(({ key, value }) => `${key}=${value} (${row.cells[key].old ?? '?'})`);
+      line(`${number}  ${nameOf(row)}  ${address}  ${said.join('; ')}`);
+    }
+  }
+}
+
+// Says all that the console's preflight says, and what each unit gets.
+export function tellPlan(plan, json) {
+  const { sending, settings, unchanged, moved, lost } = plan;
+  tellProblems(plan, json);
+  tellRows(plan, json);
+  if (json) {
+    event('plan', { units: sending.length, settings, unchanged, moved, lost });
+    return;
+  }
+  line(words.summary(plan));
+  if (moved.length > 0) {
+    line(words.confirmMoved(moved.length));
+    table(
+      words.movedColumns,
+      moved.map(({ id, from, to }) => [id, from, to]),
+    );
+  }
+  if (lost > 0) line(words.lost(lost));
+}
+
+export const planOf = (draft, site, options) => preflight(draft, site, { onlyChanges: !options.all });

@@ -1,0 +1,241 @@
+// A mass update from this side: the rows go to the unit in batches, which it sends to their units; the site log and the
+// answer tell what becomes of each. The unit cannot stop an update, so stopping is done between batches.
+
+import { failureOf } from '../../../console/src/logic/answer.js';
+import { applyResults, isEnded, readSiteLog } from '../../../console/src/logic/site_log.js';
+import { texts } from '../../../console/src/texts.js';
+import { clearProgress, event, line, notice, progress } from './output.js';
+import { sleep } from './transport.js';
+
+const words = texts.configure;
+const siteLogFile = '/site.log';
+const logInterval = 1000;
+const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
+const longestStart = 60; // seconds without a log: the unit discovers before it begins one
+const refusals = ['busy', 'updating', 'taken'];
+
+const symbols = { ok: '✓', fail: '✕', unknown: '?' };
+const stateTexts = { ...words.states, unknown: 'not known' };
+const reasonTexts = {
+  ...words.reasons,
+  reports: 'reports all that was sent',
+  stopped: 'the run was stopped before its turn',
+};
+
+// By which a site log is known again as long as nothing writes to it.
+const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
+const waiting = { state: 'waiting', reason: '' };
+
+// What is kept of a row, and sent again when that is wanted.
+export function runRow({ number, values, unit, settings }) {
+  const ids = [unit?.values['UNIT.ID'], values['UNIT.ID']].filter(Boolean);
+  return {
+    number,
+    serial: values['UNIT.SERIAL'],
+    model: values['UNIT.MODEL'] ?? '',
+    id: [...new Set(ids)].join(' → '),
+    address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
+    settings: Object.fromEntries(settings.map(({ key, value }) => [key, value])),
+  };
+}
+
+// The CSV of the rows from one place to another: no value has a line end.
+function csvOf(text, from, to) {
+  const [header, ...lines] = text.split('\r\n');
+  return `${[header, ...lines.slice(from, to)].join('\r\n')}\r\n`;
+}
+
+export function tallyOf(records) {
+  const count = (...states) => records.filter(({ state }) => states.includes(state)).length;
+  return {
+    ok: count('ok'),
+    fail: count('fail'),
+    skipped: count('self', 'skipped'),
+    unsent: count('unsent'),
+    unknown: count('unknown'),
+  };
+}
+
+export const tallyText = (tally) =>
+  words.tally(tally) + (tally.unknown > 0 ? `, ${tally.unknown} not known` : '');
+
+export function tellResult(id, row, { state, reason }, json) {
+  const { number, serial, id: name, address } = row;
+  const text = reasonTexts[reason] ?? '';
+  if (json) {
+    event('result', { run: id, row: number, serial, id: name, address, state, reason, text });
+    return;
+  }
+  clearProgress();
+  const said = [number, serial, name, address, stateTexts[state], text].filter((part) => part !== '');
+  line(`${symbols[state] ?? '–'} ${said.join('  ')}`);
+}
+
+// Reads the site log until `over()`. The log that was there `before` does not count.
+async function followSiteLog(unit, before, over, show) {
+  let text = '';
+  let length = 0;
+  for (let last = false; !last;) {
+    last = over();
+    const piece = await unit.readStatic(siteLogFile, length).catch(() => null);
+    if (piece && piece.text !== '' && (length > 0 || ageOf(piece) !== before)) {
+      text = piece.whole ? piece.text : text + piece.text;
+      length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
+      show(text);
+    }
+    if (!last) await sleep(logInterval);
+  }
+}
+
+// Waits until the log tells of all records, or of nothing more. Returns whether it has told of all.
+async function silence(logSoFar) {
+  let length = 0;
+  for (let quiet = 0; quiet < (length > 0 ? longestSilence : longestStart); ++quiet) {
+    await sleep(1000);
+    const log = logSoFar();
+    if (log.length > length) quiet = 0;
+    length = log.length;
+    if (log !== '' && readSiteLog(log).records.every(isEnded)) return true;
+  }
+  return false;
+}
+
+// One batch, from its upload to its last unit: rows of a run from one place to another.
+class Batch {
+  log = '';
+  lines = [];
+  told = 0; // rows, in their order
+  begun = false;
+  known = true; // false when its end was not seen
+
+  constructor(run, from, to) {
+    Object.assign(this, { run, from, to });
+    this.rows = run.rows.slice(from, to);
+    this.serials = this.rows.map(({ serial }) => serial);
+  }
+
+  // The log of a large site is megabytes: it is read when it has grown only.
+  readLog() {
+    const { total, records } = readSiteLog(this.log, this.serials);
+    this.logged = total === this.rows.length ? records : this.rows.map(() => waiting);
+  }
+
+  // Result lines decide. A FAIL is told once the log has its reason, too; `over` settles what neither has ended.
+  tell(news, over = false) {
+    Object.assign(this, news);
+    if (news.log) this.readLog();
+    const { logged } = this;
+    const answered = applyResults(
+      this.rows.map(() => waiting),
+      this.lines,
+      false,
+    );
+    const settled = applyResults(logged, this.lines, over && this.known);
+    for (; this.told < this.rows.length; ++this.told) {
+      const at = this.told;
+      const hasReason = settled[at].state !== 'fail' || isEnded(logged[at]);
+      const isSkipped = settled[at].state === 'skipped' && this.lines.length > 0;
+      const isKnown = isEnded(settled[at]) && (over || isSkipped || (isEnded(answered[at]) && hasReason));
+      if (!isKnown && !over) break;
+      this.run.settle(this.from + at, isKnown ? settled[at] : { state: 'unknown', reason: '' });
+    }
+    this.run.showProgress(settled);
+  }
+
+  // Two clients may upload at the same time; what is run is what this one has shown.
+  async #sendCsv(session) {
+    const text = csvOf(this.run.text, this.from, this.to);
+    const file = Object.assign(new Blob([text]), { name: 'import.csv' });
+    const failure = failureOf(await session.upload('CSV_IMPORT', file));
+    if (failure) throw new Error(failure);
+    if ((await session.ask('GET_CSV_IMPORT')) !== text) throw new Error(words.notTheSameCsv);
+  }
+
+  async #perform(unit, session) {
+    const { journal } = this.run;
+    const before = ageOf(await unit.readStatic(siteLogFile));
+    journal.begin(this.from, this.to, before);
+    Object.assign(this, { begun: true, log: '', lines: [], logged: this.rows.map(() => waiting) });
+    let over = false;
+    const following = followSiteLog(
+      unit,
+      before,
+      () => over,
+      (log) => this.tell({ log }),
+    );
+    try {
+      await session.ask('PERFORM_CSV_UPDATE', { once: true, onLines: (lines) => this.tell({ lines }) });
+    } catch (failure) {
+      if (refusals.includes(failure.kind) || failure.kind === 'unreachable') {
+        journal.end(this.from, this.to, false);
+        this.begun = false;
+      } else {
+        this.known = await silence(() => this.log);
+      }
+      throw failure;
+    } finally {
+      over = true;
+      await following;
+    }
+  }
+
+  // Throws what ended it early; all that is known has been told then.
+  async send(unit) {
+    try {
+      await unit.run('update', async (session) => {
+        await this.#sendCsv(session);
+        await this.#perform(unit, session);
+      });
+    } finally {
+      if (this.begun) {
+        this.tell({}, true);
+        if (this.known) this.run.journal.end(this.from, this.to);
+      }
+    }
+    for (const text of this.lines.filter((each) => each.startsWith('Not enough memory'))) notice(text);
+  }
+}
+
+// What is known of the rows of a run, as it goes on.
+export class Run {
+  constructor(journal, { rows, text }, json) {
+    Object.assign(this, { journal, rows, text, json });
+    this.records = rows.map(() => ({ state: 'unsent', reason: 'stopped' }));
+  }
+
+  settle(at, record) {
+    this.records[at] = record;
+    this.journal.add({ row: at, ...record });
+    tellResult(this.journal.id, this.rows[at], record, this.json);
+  }
+
+  showProgress(batch) {
+    const settled = this.records.filter(({ state }) => state !== 'unsent').length;
+    const running = batch.find(({ state }) => !isEnded({ state }) && state !== 'waiting');
+    const text = `${words.progress(settled, this.rows.length)}  ${running ? words.states[running.state] : ''}`;
+    if (!this.json) progress(settled, this.rows.length, text);
+  }
+
+  failures() {
+    return this.records.filter(({ state }) => state === 'fail' || state === 'unknown').length;
+  }
+
+  // Sends the rows from one place to another.
+  async send(unit, from, to) {
+    if (!this.json) progress(from, this.rows.length, words.preparing);
+    await new Batch(this, from, to).send(unit);
+  }
+}
+
+// What the site log tells of a batch whose end was not seen: {state, reason} for each of its rows, null when the log is not
+// that of the batch. The unit must have been asked since, so that the batch has ended.
+export async function readOpenBatch(unit, { rows, open: { from, to, before } }) {
+  const log = await unit.readStatic(siteLogFile);
+  if (!log) return null;
+  const batch = rows.slice(from, to);
+  if (ageOf(log) === before) return batch.map(() => ({ state: 'unsent', reason: 'not-reached' }));
+  const serials = batch.map(({ serial }) => serial);
+  const { total, records } = readSiteLog(log.text, serials);
+  const isNamed = serials.some((serial) => log.text.includes(`\nCMD=START&UNIT.ID=${serial}&`));
+  return total === batch.length && isNamed ? applyResults(records, [], true) : null;
+}

@@ -1,0 +1,69 @@
+// Whether units report what they were sent. After a run they restart, so they are waited for.
+
+import { event, line, notice, table } from './output.js';
+import { sleep } from './transport.js';
+
+const firstPause = 3000; // milliseconds
+const nextPause = 10_000;
+const stateTexts = { differs: 'differs', missing: 'unit not found', unreported: 'not reported' };
+
+export const unitsBySerial = (site) =>
+  new Map(site.units.map((unit) => [(unit.values['UNIT.SERIAL'] ?? '').toLowerCase(), unit]));
+
+// Returns {row, key, sent, reported, state} for each setting of the rows; states: `same`, `differs`, `missing` (the unit was
+// not discovered), `unreported` (units of its kind do not tell it).
+export function compareSettings(rows, site) {
+  const units = unitsBySerial(site);
+  return rows.flatMap((row) => {
+    const unit = units.get(row.serial.toLowerCase());
+    return Object.entries(row.settings).map(([key, sent]) => {
+      const reported = unit?.values[key] ?? '';
+      const state = !unit
+        ? 'missing'
+        : reported === sent
+          ? 'same'
+          : reported === ''
+            ? 'unreported'
+            : 'differs';
+      return { row, key, sent, reported, state };
+    });
+  });
+}
+
+export const hasAll = (row, site) => compareSettings([row], site).every(({ state }) => state === 'same');
+
+const isFound = (rows, site) => {
+  const units = unitsBySerial(site);
+  return rows.every(({ serial }) => units.has(serial.toLowerCase()));
+};
+
+// Discovers until all units of the rows are back, or `wait` is over. Returns whether they have what they were sent.
+export async function verify(unit, rows, json) {
+  if (rows.length === 0) return true;
+  const until = Date.now() + unit.wait;
+  if (!json) notice('Discovering, to compare with what was sent…');
+  await sleep(firstPause);
+  let site = await unit.discover();
+  while (!isFound(rows, site) && Date.now() < until) {
+    await sleep(Math.min(nextPause, until - Date.now()));
+    site = await unit.discover();
+  }
+  const cells = compareSettings(rows, site);
+  const count = (state) => cells.filter((cell) => cell.state === state).length;
+  const wrong = cells.filter(({ state }) => state !== 'same');
+  if (json) {
+    for (const { row, key, sent, reported, state } of cells)
+      event('verified', { row: row.number, serial: row.serial, key, sent, reported, state });
+  } else {
+    line(`${count('same')} of ${cells.length} settings are as sent.`);
+    const told = wrong.map(({ row, key, sent, reported, state }) => [
+      row.serial,
+      key,
+      sent,
+      reported,
+      stateTexts[state],
+    ]);
+    if (told.length > 0) table(['Serial', 'Setting', 'Sent', 'Reported', ''], told);
+  }
+  return wrong.every(({ state }) => state === 'unreported');
+}

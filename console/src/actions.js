@@ -3,7 +3,8 @@
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { RequestFailure, RequestQueue } from './logic/request_queue.js';
-import { compareSites, inOrder, memoryOf, readSite } from './logic/site.js';
+import { withSettings } from './logic/draft.js';
+import { compareSites, inOrder, memoryOf, readSite, serialAt } from './logic/site.js';
 import { applyResults, isEnded, readSiteLog } from './logic/site_log.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
 import { ownLines, readDiscovery } from './logic/unit_csv.js';
@@ -48,7 +49,13 @@ function showSite(file) {
     memory = { modified: site.modified, now: memoryOf(site), then: memory?.now ?? null };
     remember('site', memory);
   }
-  set({ site, outdated: false, comparison: memory.then ? compareSites(memory.then, memory.now) : null });
+  const ownSerial = serialAt(site, location.hostname) || get().ownSerial;
+  set({
+    site,
+    ownSerial,
+    outdated: false,
+    comparison: memory.then ? compareSites(memory.then, memory.now) : null,
+  });
 }
 
 export async function loadSite() {
@@ -135,6 +142,13 @@ export function editCells(edits) {
     rows[row] = { ...rows[row], cells, quoted: undefined };
   }
   set({ draft: { ...draft, rows }, earlierDrafts: [...earlierDrafts.slice(-99), draft] });
+}
+
+// Puts settings {unit, key, value} into the draft, which begins with them when there is none. They make one step to undo.
+export function putIntoDraft(settings) {
+  const { draft, earlierDrafts } = get();
+  const steps = draft ? [...earlierDrafts.slice(-99), draft] : [];
+  set({ draft: withSettings(draft, settings), earlierDrafts: steps });
 }
 
 export function undoEdit() {

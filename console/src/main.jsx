@@ -5,6 +5,7 @@ import { useEffect, useState } from 'preact/hooks';
 import { attempt, loadSite, resumeRun } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
+import { StreamsPage } from './pages/streams_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
 import { ThemeChoice } from './parts/theme.jsx';
@@ -12,7 +13,13 @@ import { ErrorNotice } from './parts/widgets.jsx';
 import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
 
-const pages = { units: UnitsPage, configure: ConfigurePage, unit: UnitPage, listings: ListingsPage };
+const pages = {
+  units: UnitsPage,
+  streams: StreamsPage,
+  configure: ConfigurePage,
+  unit: UnitPage,
+  listings: ListingsPage,
+};
 const pageOfAddress = () => (Object.hasOwn(pages, location.hash.slice(1)) ? location.hash.slice(1) : 'units');
 
 function Activity({ activity }) {

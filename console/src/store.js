@@ -7,7 +7,7 @@ let state = {
   discovery: null, //   {since} while a discovery runs
   site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}
   outdated: false, //   whether a mass update ran since
-  ownSerial: '', //     of this unit, once it has skipped itself in an update
+  ownSerial: '', //     of this unit, when its address is in the page's or it has skipped itself in an update
   comparison: null, //  with the discovery before
   draft: null, //       of a mass update: {name, source, columns, rows, notes};
   //                    source is file, site, retry or undo

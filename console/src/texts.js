@@ -6,7 +6,16 @@ const times = (count, one, many) => `${count} ${count === 1 ? one : many}`;
 export const texts = {
   title: 'Unit console',
   skip: 'Skip to the page',
-  pages: { units: 'Units', configure: 'Configure', unit: 'This unit', listings: 'Listings' },
+  pages: {
+    units: 'Units',
+    streams: 'Streams',
+    configure: 'Configure',
+    unit: 'This unit',
+    listings: 'Listings',
+  },
+  thisUnit: 'this unit',
+  noName: 'no name',
+  noSite: 'No discovery yet: discover the units first.',
   close: 'Close',
   cancel: 'Cancel',
 
@@ -377,5 +386,56 @@ export const texts = {
       (refused.length > 0 ? `; refused columns: ${refused.join(', ')}` : '') +
       (unused.length > 0 ? `; never sent, too many columns stand in front: ${unused.join(', ')}` : ''),
     download: 'Download',
+  },
+
+  streams: {
+    heading: 'Who streams to whom',
+    totals: (encoders, decoders) =>
+      `${times(encoders, 'encoder', 'encoders')}, ${times(decoders, 'decoder', 'decoders')}`,
+    facts: {
+      none: (count) => `${times(count, 'decoder has', 'decoders have')} no source`,
+      unknown: (count) =>
+        `${times(count, 'decoder has', 'decoders have')} a source that is no encoder of this site`,
+      unclear: (count) =>
+        `${times(count, 'decoder listens', 'decoders listen')} to a stream address of several encoders`,
+      shared: (count) => `${count} encoders share a stream address`,
+    },
+    view: 'View',
+    views: { matrix: 'Matrix', list: 'List by encoder' },
+    filterEncoders: 'Encoders',
+    filterDecoders: 'Decoders',
+    kinds: { all: 'All decoders', lost: 'Without a known source', drafted: 'Changed in the draft' },
+    legend: {
+      source: 'source now',
+      leaves: 'source until the draft is sent',
+      drafted: 'source in the draft',
+      unclear: 'one of several',
+    },
+    matrix: 'Encoders across, decoders down',
+    corner: 'Decoder',
+    crossing: (decoder, encoder, state) =>
+      `${decoder} ← ${encoder}${state ? `: ${texts.streams.legend[state]}` : ''}`,
+    list: 'Decoders by encoder',
+    listColumns: ['Encoder', 'Stream address', 'Decoder', 'Listens to', 'Remark'],
+    noEncoder: '–',
+    remarks: {
+      shared: 'several encoders on this stream address',
+      alone: 'no decoder listens',
+      none: 'no source',
+      unknown: 'no encoder of this site has this address',
+      unclear: 'several encoders have this stream address',
+      drafted: (host) => `becomes ${host || 'nothing'} in the draft`,
+    },
+    drafted: (decoder, encoder, host) =>
+      `In the draft: ${decoder} will take ${encoder} (STREAM.HOST ${host}). When the draft is sent, ${decoder} takes it, saves and restarts; its picture is gone for that time.`,
+    sharedHost: 'Another encoder has the same stream address: which of them is seen is not certain.',
+    takenBack: (decoder) => `${decoder} keeps its source.`,
+    isSource: (decoder, encoder) => `${encoder} is the source of ${decoder} already.`,
+    noSerial: (decoder) => `${decoder} has no serial: a mass update cannot reach it.`,
+    noHost: (decoder, encoder) => `${encoder} has neither a stream address nor an address.`,
+    inDraft: (count) =>
+      `${times(count, 'change of a source is', 'changes of sources are')} in the draft. Nothing is sent until it is on the page Configure; then ${count === 1 ? 'this decoder restarts' : 'these decoders restart'}.`,
+    toDraft: 'Go to the draft',
+    keys: 'A click, or arrow keys and Enter, puts a change into the draft; the same again takes it out.',
   },
 };

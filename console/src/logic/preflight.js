@@ -8,7 +8,7 @@
 // Problems are {level, code, column, rows, detail}. Levels: `stop` nothing can be sent; `out` something is left out;
 // `check` it is sent, and may be wrong; `held` the unit takes no such setting; `fixed` put right in what is sent.
 
-import { addressProblems } from './addresses.js';
+import { addressProblems, isAddress } from './addresses.js';
 import {
   acceptedKey,
   byteLength,
@@ -84,9 +84,6 @@ function readHeader(columns, keys, problems) {
   return found;
 }
 
-// Four numbers without leading zeros, which would be read as octal.
-const isAddress = (value) =>
-  /^(0|[1-9]\d{0,2})(\.(0|[1-9]\d{0,2})){3}$/.test(value) && value.split('.').every((part) => part < 256);
 const isNetmask = (value) =>
   /^1+0*$/.test(
     value

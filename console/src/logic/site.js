@@ -58,12 +58,19 @@ export function readSite(text) {
   };
 }
 
-const nameOf = (unit) => unit.values['UNIT.ID'] || unit.values['IP.ADDRESS'] || '';
+export const nameOf = (unit) => unit.values['UNIT.ID'] || unit.values['IP.ADDRESS'] || '';
+
+// By which a unit is found again in another discovery.
+export const keyOf = (unit) => unit.values['UNIT.SERIAL'] || nameOf(unit);
+
+// The serial of the unit at this address, '' when there is none.
+export const serialAt = (site, address) =>
+  site.units.find((unit) => unit.values['IP.ADDRESS'] === address)?.values['UNIT.SERIAL'] ?? '';
 
 // What to remember of a site for the next comparison: a name by serial.
 export function memoryOf(site) {
   const names = {};
-  for (const unit of site.units) names[unit.values['UNIT.SERIAL'] || nameOf(unit)] = nameOf(unit);
+  for (const unit of site.units) names[keyOf(unit)] = nameOf(unit);
   return { total: site.units.length + site.hidden, names };
 }
 

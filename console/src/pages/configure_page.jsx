@@ -193,21 +193,12 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
   );
 }
 
-// This unit's own serial, as far as it is known: by its address, or because it has skipped itself.
-function serialHere(site, ownSerial) {
-  const own = site.units.find((unit) => unit.values['IP.ADDRESS'] === location.hostname);
-  return own?.values['UNIT.SERIAL'] ?? ownSerial;
-}
-
 // The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
 function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
   const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
-  const plan = useMemo(
-    () => preflight(draft, site, { onlyChanges, ownSerial: serialHere(site, ownSerial) }),
-    [draft, site, onlyChanges],
-  );
+  const plan = useMemo(() => preflight(draft, site, { onlyChanges, ownSerial }), [draft, site, onlyChanges]);
   const shown = useShownRows({ draft, plan, site, onlyChanges, rowFilter });
   const goTo = ({ rows: [first], column }) => {
     const row = draft.rows.findIndex(({ number }) => number === first);

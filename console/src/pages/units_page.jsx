@@ -5,7 +5,7 @@ import { attempt, discover, draftFromSite } from '../actions.js';
 import { inOrder } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
-import { Choice, DownloadButton, Menu, stamp, useClock } from '../parts/widgets.jsx';
+import { Choice, DownloadButton, FilterInput, Menu, stamp, useClock } from '../parts/widgets.jsx';
 import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
@@ -185,15 +185,11 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
   };
   return (
     <div class="bar tools">
-      <label>
-        {words.filter}{' '}
-        <input
-          type="search"
-          placeholder={words.filterHint}
-          value={choice.filter}
-          onInput={(event) => setChoice({ ...choice, filter: event.target.value })}
-        />
-      </label>
+      <FilterInput
+        label={words.filter}
+        value={choice.filter}
+        onInput={(filter) => setChoice({ ...choice, filter })}
+      />
       <Choice
         label={words.kind}
         value={choice.kind}

@@ -20,6 +20,13 @@ const moves = {
 
 const within = (number, count) => Math.max(0, Math.min(number, count - 1));
 
+// Where a key moves the active cell, null for other keys.
+export function moved({ row, column }, key, rows, columns) {
+  if (!moves[key]) return null;
+  const [down, right] = moves[key];
+  return { row: within(row + down, rows), column: within(column + right, columns) };
+}
+
 // `onSave(text)` is called once, whatever takes the input away: a key, a click elsewhere, or the table that scrolls; but
 // not when Escape does. `onMove(down, right)` follows a key.
 function CellInput({ text, label, onSave, onMove }) {
@@ -78,10 +85,9 @@ function useKeys({ columns, rows, active, activate, edit, undo, canEdit, start }
   return (event) => {
     const { key, ctrlKey, metaKey, altKey } = event;
     if (rows.length === 0) return;
-    if (moves[key]) {
-      const [down, right] = moves[key];
-      activate({ row: within(row + down, rows.length), column: within(column + right, columns.length) });
-    } else if ((ctrlKey || metaKey) && key === 'z') undo();
+    const next = moved(active, key, rows.length, columns.length);
+    if (next) activate(next);
+    else if ((ctrlKey || metaKey) && key === 'z') undo();
     else if (key === 'Enter' || key === 'F2') start(rows[row].cells[column] ?? '');
     else if (key === 'Delete' && canEdit(column)) edit([[row, column, '']]);
     else if (key.length === 1 && !ctrlKey && !metaKey && !altKey) start(key, true);

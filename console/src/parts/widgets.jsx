@@ -59,6 +59,18 @@ export function Choice({ label, value, options, onChange }) {
   );
 }
 
+export const FilterInput = ({ label, value, onInput }) => (
+  <label>
+    {label}{' '}
+    <input
+      type="search"
+      placeholder={texts.units.filterHint}
+      value={value}
+      onInput={(event) => onInput(event.target.value)}
+    />
+  </label>
+);
+
 export const Check = ({ label, checked, onChange, hint }) => (
   <label class="check" title={hint}>
     <input type="checkbox" checked={checked} onChange={() => onChange(!checked)} /> {label}

@@ -1,5 +1,6 @@
 // What the console does with the unit, step by step, for the pages to call.
 
+import { keep, readKept } from './kept.js';
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { RequestFailure, RequestQueue } from './logic/request_queue.js';
@@ -42,25 +43,22 @@ export async function attempt(action) {
 }
 
 // Shows a discovery's file, compared with the discovery before it, be it in an earlier session.
-function showSite(file) {
+async function showSite(file) {
   const site = { ...readSite(file.text), bytes: file.bytes, modified: file.modified };
-  let memory = recall('site');
-  if (memory?.modified !== site.modified) {
-    memory = { modified: site.modified, now: memoryOf(site), then: memory?.now ?? null };
-    remember('site', memory);
+  let known = await readKept('site');
+  if (known?.modified !== site.modified) {
+    known = { modified: site.modified, text: file.text, before: known?.text ?? null };
+    await keep('site', known);
   }
   const ownSerial = serialAt(site, location.hostname) || get().ownSerial;
-  set({
-    site,
-    ownSerial,
-    outdated: false,
-    comparison: memory.then ? compareSites(memory.then, memory.now) : null,
-  });
+  const earlier = known.before === null ? null : readSite(known.before);
+  const comparison = earlier && compareSites(memoryOf(earlier), memoryOf(site));
+  set({ site, ownSerial, earlier, comparison, outdated: false });
 }
 
 export async function loadSite() {
   const file = await readStatic(siteFile);
-  if (file) showSite(file);
+  if (file) await showSite(file);
 }
 
 // A discovery that could not reach the network leaves the file of the last one.
@@ -72,7 +70,7 @@ export async function discover() {
     const file = await readStatic(siteFile);
     if (!file || (file.modified !== '' && file.modified === before?.modified))
       throw new Error(texts.units.noNewList);
-    showSite(file);
+    await showSite(file);
   } finally {
     set({ discovery: null });
   }

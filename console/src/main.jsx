@@ -4,6 +4,7 @@ import { render } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
 import { attempt, loadSite, resumeRun } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
+import { DetailsPage } from './pages/details_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
 import { StreamsPage } from './pages/streams_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
@@ -15,12 +16,24 @@ import { texts } from './texts.js';
 
 const pages = {
   units: UnitsPage,
+  details: DetailsPage,
   streams: StreamsPage,
   configure: ConfigurePage,
   unit: UnitPage,
   listings: ListingsPage,
 };
-const pageOfAddress = () => (Object.hasOwn(pages, location.hash.slice(1)) ? location.hash.slice(1) : 'units');
+
+// Returns [page, topic]: "#details/KU000002" is the page of that unit.
+function placeOfAddress() {
+  const [, name, topic] = /^#?([^/]*)\/?(.*)$/s.exec(location.hash);
+  try {
+    return Object.hasOwn(pages, name) ? [name, decodeURIComponent(topic)] : ['units', ''];
+  } catch {
+    return ['units', ''];
+  }
+}
+
+const inNavigation = Object.entries(texts.pages).filter(([name]) => name !== 'details');
 
 function Activity({ activity }) {
   return (
@@ -47,7 +60,7 @@ function Head({ page, activity }) {
     <header>
       <h1>{texts.title}</h1>
       <nav aria-label={texts.title}>
-        {Object.entries(texts.pages).map(([name, title]) => (
+        {inNavigation.map(([name, title]) => (
           <a key={name} href={`#${name}`} aria-current={name === page ? 'page' : undefined}>
             {title}
           </a>
@@ -59,26 +72,28 @@ function Head({ page, activity }) {
   );
 }
 
-function usePage() {
-  const [page, setPage] = useState(pageOfAddress);
+function usePlace() {
+  const [place, setPlace] = useState(placeOfAddress);
+  const [page, topic] = place;
   useEffect(() => {
     const onHash = () => {
       set({ notice: null });
-      setPage(pageOfAddress());
+      setPlace(placeOfAddress());
     };
     addEventListener('hashchange', onHash);
     return () => removeEventListener('hashchange', onHash);
   }, []);
   useEffect(() => {
     document.title = `${texts.pages[page]} – ${texts.title}`;
-  }, [page]);
-  return page;
+    if (document.activeElement === document.body) document.getElementById('main').focus();
+  }, [page, topic]);
+  return place;
 }
 
 // The page of uploads stays while another one is shown: they go on.
 function Console() {
   const state = useStore();
-  const page = usePage();
+  const [page, topic] = usePlace();
   return (
     <>
       <Skip />
@@ -87,7 +102,7 @@ function Console() {
         <ErrorNotice text={state.notice?.text} />
         {Object.entries(pages).map(([name, Page]) => (
           <div key={name} hidden={name !== page}>
-            {(name === page || name === 'unit') && <Page state={state} />}
+            {(name === page || name === 'unit') && <Page state={state} topic={topic} />}
           </div>
         ))}
       </main>

@@ -8,7 +8,8 @@ let state = {
   site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}
   outdated: false, //   whether a mass update ran since
   ownSerial: '', //     of this unit, when its address is in the page's or it has skipped itself in an update
-  comparison: null, //  with the discovery before
+  earlier: null, //     the site of the discovery before
+  comparison: null, //  with that one
   draft: null, //       of a mass update: {name, source, columns, rows, notes};
   //                    source is file, site, retry or undo
   earlierDrafts: [], // to undo edits

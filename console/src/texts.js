@@ -8,6 +8,7 @@ export const texts = {
   skip: 'Skip to the page',
   pages: {
     units: 'Units',
+    details: 'Unit',
     streams: 'Streams',
     configure: 'Configure',
     unit: 'This unit',
@@ -437,5 +438,40 @@ export const texts = {
       `${times(count, 'change of a source is', 'changes of sources are')} in the draft. Nothing is sent until it is on the page Configure; then ${count === 1 ? 'this decoder restarts' : 'these decoders restart'}.`,
     toDraft: 'Go to the draft',
     keys: 'A click, or arrow keys and Enter, puts a change into the draft; the same again takes it out.',
+  },
+
+  details: {
+    console: 'Its own pages ↗',
+    streams: 'Stream',
+    source: 'Takes its picture from',
+    noSource: {
+      none: 'nobody: it has no source',
+      unknown: 'an address that no encoder of this site has:',
+      unclear: 'a stream address that several encoders have:',
+    },
+    viewers: (count) =>
+      count === 0
+        ? 'No decoder listens to it.'
+        : `${times(count, 'decoder listens', 'decoders listen')} to it.`,
+    neither: 'Neither an encoder nor a decoder that is known.',
+    changes: 'Since the discovery before',
+    changeColumns: ['Setting', 'Before', 'Now'],
+    noEarlier: 'This browser has seen no discovery before this one.',
+    appeared: 'The unit was not found then.',
+    unchanged: 'Nothing has changed.',
+    nothing: '–',
+    unknown: (key) => `No unit “${key}” was discovered.`,
+    groups: {
+      AUDIO: 'Audio',
+      DANTE: 'Audio network',
+      IP: 'Network',
+      SERIAL: 'Serial port',
+      SERVICE: 'Services',
+      STREAM: 'Stream settings',
+      UNIT: 'Unit',
+      USB: 'USB',
+      VIDEO: 'Video',
+      VW: 'Video wall',
+    },
   },
 };

@@ -1,8 +1,8 @@
-// The site at a glance, in the browser: who streams to whom. In the box only.
+// The site at a glance, in the browser: who streams to whom, one unit. In the box only.
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { chapter, look, openConsole, start, startServer } from './unit.mjs';
+import { asked, chapter, look, openConsole, start, startServer } from './unit.mjs';
 
 // Two encoders share a stream address; one decoder has no source, one an unknown one.
 const units = [
@@ -12,10 +12,13 @@ const units = [
   'BLIND,BLIND,RX610,10.77.9.3,,',
   'LOST,LOST,RX610,10.77.9.4,,239.1.1.1',
 ];
-writeFileSync('/tmp/units.csv', `${units.join('\r\n')}\r\n`);
+function startFleet(lines) {
+  writeFileSync('/tmp/units.csv', `${lines.join('\r\n')}\r\n`);
+  return start('fleet', '--self', '--count', '19', '--units', '/tmp/units.csv');
+}
 
 await startServer();
-start('fleet', '--self', '--count', '19', '--units', '/tmp/units.csv');
+let endFleet = startFleet(units);
 const page = await openConsole();
 const button = (name) => page.getByRole('button', { name, exact: true });
 const goTo = (name) => page.getByRole('navigation').getByRole('link', { name, exact: true }).click();
@@ -57,5 +60,30 @@ await chapter(page, 'a crossing of encoder and decoder goes into the draft', asy
   assert.deepEqual(await look(page, 'streams-list'), []);
   await page.getByText('Go to the draft').click();
   await page.getByText('1 setting for 1 unit;').waitFor();
+});
+
+await chapter(page, 'a unit’s page shows its settings, its stream and what changed', async () => {
+  await endFleet();
+  endFleet = startFleet(units.map((line) => line.replace('239.1.1.1', '239.77.9.1')));
+  await discover();
+  await page.getByLabel('Filter').fill('lost');
+  await page.getByRole('link', { name: 'LOST' }).click();
+  await page.getByText('a stream address that several encoders have').waitFor();
+  const changes = page.getByRole('table', { name: 'Since the discovery before' });
+  assert.match(await changes.innerText(), /STREAM\.HOST\s+239\.1\.1\.1\s+239\.77\.9\.1/);
+  assert.match(await page.getByRole('table', { name: 'Network' }).innerText(), /IP\.ADDRESS\s+10\.77\.9\.4/);
+  const own = page.getByRole('link', { name: 'Its own pages' });
+  assert.equal(await own.getAttribute('href'), 'http://10.77.9.4/');
+  assert.deepEqual(await look(page, 'details'), []);
+  await goTo('Streams');
+  await page.getByLabel('Decoders', { exact: true }).fill('');
+  await page.getByRole('link', { name: 'UNIT-002' }).click();
+  await page.getByText('1 decoder listens to it.').waitFor();
+  await page.getByRole('link', { name: 'UNIT-003' }).click();
+  await page.getByText('Takes its picture from').waitFor();
+  await button('Configure this unit').click();
+  assert.match(asked.at(-1), /edits that would be lost/);
+  await page.getByRole('grid').waitFor();
+  assert.equal(await page.locator('[role=grid] tbody tr').count(), 1);
 });
 process.exit();

@@ -3,7 +3,8 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { draftedValues, withSettings } from '../../console/src/logic/draft.js';
-import { readSite } from '../../console/src/logic/site.js';
+import { nameOf, readSite } from '../../console/src/logic/site.js';
+import { compareValues } from '../../console/src/logic/snapshots.js';
 import { hostOf, listByEncoder, readStreams } from '../../console/src/logic/streams.js';
 
 const header = 'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,STREAM.RTP_ADDRESS,STREAM.HOST';
@@ -92,4 +93,16 @@ test('settings go into the cells of a draft, whatever it has already', () => {
     assert.deepEqual([serials, after.rows.map(({ number }) => number)], [cells, numbers]);
     assert.equal(draftedValues(after, 'STREAM.HOST').get('d1'), '239.0.0.2');
   }
+});
+
+test('two states of a site are held against each other by serial', () => {
+  const now = siteOf(
+    '10.0.0.1,ENC-ONE,TX610,E10,239.0.0.10,',
+    '10.0.1.1,BY-STREAM,RX610,D1,,239.0.0.2',
+    '10.0.9.9,NEW,RX610,D99,,',
+  );
+  const { missing, appeared, changes } = compareValues(site, now);
+  assert.deepEqual([missing.length, appeared.map(nameOf)], [10, ['NEW']]);
+  const told = changes.map(({ unit, key, from, to }) => `${nameOf(unit)} ${key} ${from} ${to}`);
+  assert.deepEqual(told, ['BY-STREAM STREAM.HOST 239.0.0.10 239.0.0.2', 'ENC-ONE UNIT.ID ENC-10 ENC-ONE']);
 });

@@ -141,7 +141,7 @@ function Editor({ draft, plan, shown, active: chosen, activate }) {
         rows={shown.map((at) => draft.rows[at])}
         edit={(changes) => editCells(changes.map(([at, column, text]) => [shown[at], column, text]))}
         undo={undoEdit}
-        titleOf={(at) => nameOf(rowAt(at))}
+        titleOf={(at) => nameOf(rowAt(at)) + (rowAt(at).reason === 'row-self' ? ` (${texts.thisUnit})` : '')}
         classOf={stateAt}
         sayMark={(at, column) => marks[stateAt(at, column)]}
         {...{ columns, active, activate, canEdit }}

@@ -5,6 +5,7 @@ import { attempt, discover, draftFromSite } from '../actions.js';
 import { inOrder } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
+import { UnitLink } from '../parts/unit_link.jsx';
 import { Choice, DownloadButton, FilterInput, Menu, stamp, useClock } from '../parts/widgets.jsx';
 import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
@@ -129,12 +130,16 @@ function Marks({ unit }) {
   );
 }
 
-function UnitRow({ unit, columns, index }) {
+function UnitRow({ unit, columns, index, ownSerial }) {
   const text = (key) => unit.values[key];
   const [first, ...others] = columns;
   return (
     <tr aria-rowindex={index} class={unit.marks.length > 0 ? 'conflict' : ''}>
-      {first && <th scope="row">{text(first.key)}</th>}
+      {first && (
+        <th scope="row">
+          <UnitLink unit={unit} ownSerial={ownSerial} text={text(first.key)} />
+        </th>
+      )}
       {others.map(({ key }) =>
         key === 'marks' ? (
           <Marks key={key} unit={unit} />
@@ -157,7 +162,7 @@ function tableColumns(site, keys) {
   return columns;
 }
 
-function UnitTable({ site, units, keys, choice, setChoice }) {
+function UnitTable({ site, units, keys, choice, setChoice, ownSerial }) {
   const columns = useMemo(() => tableColumns(site, keys), [site, keys]);
   return (
     <>
@@ -170,7 +175,9 @@ function UnitTable({ site, units, keys, choice, setChoice }) {
         rows={units}
         sort={choice.sort}
         onSort={(sort) => setChoice({ ...choice, sort })}
-        renderRow={(unit, at) => <UnitRow key={unit.number} index={at + 2} {...{ unit, columns }} />}
+        renderRow={(unit, at) => (
+          <UnitRow key={unit.number} index={at + 2} {...{ unit, columns, ownSerial }} />
+        )}
       />
     </>
   );
@@ -214,7 +221,7 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
 // Stays while other pages are shown.
 let lastChoice = { kind: 'all', filter: '', sort: { key: 'UNIT.ID', direction: 'up' } };
 
-function Site({ site, comparison }) {
+function Site({ site, comparison, ownSerial }) {
   const [choice, setShownChoice] = useState(lastChoice);
   const setChoice = (changed) => {
     lastChoice = changed;
@@ -231,12 +238,12 @@ function Site({ site, comparison }) {
     <>
       <Summary {...{ site, comparison }} />
       <Tools {...{ site, units, choice, setChoice, shown, chooseColumns }} />
-      <UnitTable {...{ site, units, choice, setChoice }} keys={shown} />
+      <UnitTable {...{ site, units, choice, setChoice, ownSerial }} keys={shown} />
     </>
   );
 }
 
-export function UnitsPage({ state: { site, comparison, discovery, activity } }) {
+export function UnitsPage({ state: { site, comparison, discovery, activity, ownSerial } }) {
   return (
     <section aria-labelledby="units-heading">
       <div class="bar">
@@ -246,7 +253,7 @@ export function UnitsPage({ state: { site, comparison, discovery, activity } }) 
         </button>
         {discovery && <DiscoveryProgress since={discovery.since} />}
       </div>
-      {site ? <Site {...{ site, comparison }} /> : <p>{words.none}</p>}
+      {site ? <Site {...{ site, comparison, ownSerial }} /> : <p>{words.none}</p>}
     </section>
   );
 }

@@ -10,10 +10,11 @@ export const isOwn = (unit, ownSerial) => ownSerial !== '' && unit.values['UNIT.
 export const titleOf = (unit, ownSerial) =>
   isOwn(unit, ownSerial) ? `${nameOf(unit)} (${texts.thisUnit})` : nameOf(unit);
 
-export function UnitLink({ unit, ownSerial }) {
+// `text` is shown instead of the name.
+export function UnitLink({ unit, ownSerial, text = nameOf(unit) }) {
   return (
     <>
-      <a href={`#details/${encodeURIComponent(keyOf(unit))}`}>{nameOf(unit) || texts.noName}</a>
+      <a href={`#details/${encodeURIComponent(keyOf(unit))}`}>{text || texts.noName}</a>
       {isOwn(unit, ownSerial) && <span class="mark own">{texts.thisUnit}</span>}
     </>
   );

@@ -1,0 +1,29 @@
+// Two states of a site, held against each other.
+
+import { inOrder, keyOf, nameOf } from './site.js';
+
+const byKey = (site) => new Map([...site.units].reverse().map((unit) => [keyOf(unit), unit]));
+const byName = (one, other) => inOrder(nameOf(one), nameOf(other));
+
+// Returns {missing, appeared, changes}: the units that only one of the sites has, and {unit, key, from, to} for each value
+// that differs, with the unit as it is now.
+export function compareValues(then, now) {
+  const [before, after] = [byKey(then), byKey(now)];
+  const keys = [...new Set([...now.keys, ...then.keys])];
+  const changes = [...after.values()]
+    .filter((unit) => before.has(keyOf(unit)))
+    .sort(byName)
+    .flatMap((unit) =>
+      keys
+        .map((key) => ({
+          unit,
+          key,
+          from: before.get(keyOf(unit)).values[key] ?? '',
+          to: unit.values[key] ?? '',
+        }))
+        .filter(({ from, to }) => from !== to),
+    );
+  const without = (units, others) =>
+    [...units.values()].filter((unit) => !others.has(keyOf(unit))).sort(byName);
+  return { missing: without(before, after), appeared: without(after, before), changes };
+}

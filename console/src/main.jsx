@@ -5,6 +5,7 @@ import { useEffect, useState } from 'preact/hooks';
 import { attempt, loadSite, resumeRun } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
 import { DetailsPage } from './pages/details_page.jsx';
+import { FirmwarePage } from './pages/firmware_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
 import { StreamsPage } from './pages/streams_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
@@ -18,6 +19,7 @@ const pages = {
   units: UnitsPage,
   details: DetailsPage,
   streams: StreamsPage,
+  firmware: FirmwarePage,
   configure: ConfigurePage,
   unit: UnitPage,
   listings: ListingsPage,

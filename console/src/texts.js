@@ -10,6 +10,7 @@ export const texts = {
     units: 'Units',
     details: 'Unit',
     streams: 'Streams',
+    firmware: 'Firmware',
     configure: 'Configure',
     unit: 'This unit',
     listings: 'Listings',
@@ -473,5 +474,16 @@ export const texts = {
       VIDEO: 'Video',
       VW: 'Video wall',
     },
+  },
+
+  firmware: {
+    heading: 'Firmware of this site',
+    totals: (models, mixed) =>
+      `${times(models, 'model', 'models')}${mixed > 0 ? `, ${mixed} of them with more than one version` : ''}`,
+    units,
+    older: 'not the newest here',
+    noVersion: 'no version reported',
+    noModel: 'No model reported',
+    console: 'its own pages ↗',
   },
 };

@@ -86,4 +86,21 @@ await chapter(page, 'a unit’s page shows its settings, its stream and what cha
   await page.getByRole('grid').waitFor();
   assert.equal(await page.locator('[role=grid] tbody tr').count(), 1);
 });
+
+await chapter(page, 'firmware is listed by model, the oldest first', async () => {
+  await goTo('Firmware');
+  const card = page.locator('.card', { has: page.getByRole('heading', { name: 'RX610', exact: true }) });
+  const versions = await card.locator('summary').allInnerTexts();
+  assert.deepEqual(
+    versions.map((text) => text.replace(/\s+/g, ' ').trim()),
+    [
+      'no version reported 2 units not the newest here',
+      '3.4.1 2023-10-17 1 unit not the newest here',
+      '3.4.3 2023-10-17 1 unit',
+    ],
+  );
+  await card.getByText('3.4.1').click();
+  assert.equal(await card.locator('li a').nth(1).getAttribute('href'), 'http://10.77.1.14/');
+  assert.deepEqual(await look(page, 'firmware'), []);
+});
 process.exit();

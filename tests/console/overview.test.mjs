@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { draftedValues, withSettings } from '../../console/src/logic/draft.js';
+import { firmwareByModel } from '../../console/src/logic/firmware.js';
 import { nameOf, readSite } from '../../console/src/logic/site.js';
 import { compareValues } from '../../console/src/logic/snapshots.js';
 import { hostOf, listByEncoder, readStreams } from '../../console/src/logic/streams.js';
@@ -105,4 +106,14 @@ test('two states of a site are held against each other by serial', () => {
   assert.deepEqual([missing.length, appeared.map(nameOf)], [10, ['NEW']]);
   const told = changes.map(({ unit, key, from, to }) => `${nameOf(unit)} ${key} ${from} ${to}`);
   assert.deepEqual(told, ['BY-STREAM STREAM.HOST 239.0.0.10 239.0.0.2', 'ENC-ONE UNIT.ID ENC-10 ENC-ONE']);
+});
+
+test('firmware is listed by model, the oldest version first', () => {
+  const lines = ['A,TX610,3.10.0', 'B,TX610,3.9.1', 'D,RX610,3.9.1', 'C,TX610,3.9.1', 'E,TX610,'];
+  const told = firmwareByModel(readSite(['UNIT.ID,UNIT.MODEL,UNIT.FIRMWARE', ...lines].join('\r\n')));
+  const texts = told.flatMap(({ model, versions }) =>
+    versions.map(({ version, units, older }) => `${model} ${version} ${units.map(nameOf)} ${older}`),
+  );
+  const expected = ['RX610 3.9.1 D false', 'TX610  E true', 'TX610 3.9.1 B,C true', 'TX610 3.10.0 A false'];
+  assert.deepEqual(texts, expected);
 });

@@ -115,6 +115,13 @@ export function draftFromSite(chosen) {
   return true;
 }
 
+// A draft of nothing but these settings {unit, key, value}. Returns whether it is there.
+export function draftSettings(settings, name) {
+  if (!mayReplaceDraft()) return false;
+  set({ draft: { ...withSettings(null, settings), name }, earlierDrafts: [], run: null });
+  return true;
+}
+
 export function dropDraft() {
   if (mayReplaceDraft()) set({ draft: null, earlierDrafts: [] });
 }

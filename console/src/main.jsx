@@ -7,6 +7,7 @@ import { ConfigurePage } from './pages/configure_page.jsx';
 import { DetailsPage } from './pages/details_page.jsx';
 import { FirmwarePage } from './pages/firmware_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
+import { SnapshotsPage } from './pages/snapshots_page.jsx';
 import { StreamsPage } from './pages/streams_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
@@ -20,6 +21,7 @@ const pages = {
   details: DetailsPage,
   streams: StreamsPage,
   firmware: FirmwarePage,
+  snapshots: SnapshotsPage,
   configure: ConfigurePage,
   unit: UnitPage,
   listings: ListingsPage,

@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { asked, chapter, look, openConsole, start, startServer } from './unit.mjs';
+import { asked, chapter, content, download, look, openConsole, start, startServer } from './unit.mjs';
 
 // Two encoders share a stream address; one decoder has no source, one an unknown one.
 const units = [
@@ -62,6 +62,14 @@ await chapter(page, 'a crossing of encoder and decoder goes into the draft', asy
   await page.getByText('1 setting for 1 unit;').waitFor();
 });
 
+await chapter(page, 'the site is kept as it is', async () => {
+  await goTo('Snapshots');
+  await page.getByLabel('Name', { exact: true }).fill('Before the fair');
+  await button('Keep the site as it is now').click();
+  await page.getByText('No value differs.').waitFor();
+  assert.equal(await download(page, 'Save as CSV'), content('/www/site.csv'));
+});
+
 await chapter(page, 'a unit’s page shows its settings, its stream and what changed', async () => {
   await endFleet();
   endFleet = startFleet(units.map((line) => line.replace('239.1.1.1', '239.77.9.1')));
@@ -102,5 +110,20 @@ await chapter(page, 'firmware is listed by model, the oldest first', async () =>
   await card.getByText('3.4.1').click();
   assert.equal(await card.locator('li a').nth(1).getAttribute('href'), 'http://10.77.1.14/');
   assert.deepEqual(await look(page, 'firmware'), []);
+});
+
+await chapter(page, 'a snapshot is compared, and the way back drafted', async () => {
+  await page.reload();
+  await goTo('Snapshots');
+  await page.getByText('1 value differs.').waitFor();
+  assert.deepEqual(await look(page, 'snapshots'), []);
+  await page.getByLabel('Name of the snapshot').fill('Before');
+  await button('Draft the way back (1 setting)').click();
+  await page.getByText('1 setting for 1 unit.').waitFor();
+  assert.match(await download(page, 'CSV that is sent'), /\r\nLOST,RX610,239\.1\.1\.1,\r\n/);
+  await goTo('Snapshots');
+  await button('Delete').click();
+  await page.getByText('No snapshot yet.').waitFor();
+  assert.match(asked.at(-1), /“Before”/);
 });
 process.exit();

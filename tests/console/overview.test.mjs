@@ -5,7 +5,7 @@ import { test } from 'node:test';
 import { draftedValues, withSettings } from '../../console/src/logic/draft.js';
 import { firmwareByModel } from '../../console/src/logic/firmware.js';
 import { nameOf, readSite } from '../../console/src/logic/site.js';
-import { compareValues } from '../../console/src/logic/snapshots.js';
+import { compareValues, wayBack } from '../../console/src/logic/snapshots.js';
 import { hostOf, listByEncoder, readStreams } from '../../console/src/logic/streams.js';
 
 const header = 'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,STREAM.RTP_ADDRESS,STREAM.HOST';
@@ -116,4 +116,20 @@ test('firmware is listed by model, the oldest version first', () => {
   );
   const expected = ['RX610 3.9.1 D false', 'TX610  E true', 'TX610 3.9.1 B,C true', 'TX610 3.10.0 A false'];
   assert.deepEqual(texts, expected);
+});
+
+test('the way back has the old value of every setting that a unit takes', () => {
+  const lines = ['IP.ADDRESS,UNIT.MODEL,UNIT.SERIAL,UNIT.FIRMWARE,VW.NAME,STREAM.BIT_RATE,UNIT.ID'];
+  const then = readSite(
+    [...lines, '10.0.0.1,RX610,S1,1.0,Hall,100,A', '10.0.0.2,RX610,,1.0,Hall,,B'].join('\r\n'),
+  );
+  const now = readSite(
+    [...lines, '10.0.0.9,RX610,S1,2.0,Room,200,', '10.0.0.2,RX610,,1.0,Room,,B'].join('\r\n'),
+  );
+  const { settings, lost } = wayBack(compareValues(then, now).changes);
+  assert.deepEqual(
+    [settings.map(({ key, value }) => `${key} ${value}`), lost],
+    [['VW.NAME Hall', 'UNIT.ID A'], 0],
+  );
+  assert.equal(wayBack(compareValues(now, then).changes).lost, 1); // there was no id
 });

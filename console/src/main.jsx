@@ -89,9 +89,22 @@ function usePlace() {
   }, []);
   useEffect(() => {
     document.title = `${texts.pages[page]} – ${texts.title}`;
-    if (document.activeElement === document.body) document.getElementById('main').focus();
   }, [page, topic]);
   return place;
+}
+
+// What has the focus may go: a row that is scrolled away, a button whose work is done. The page takes the focus then, so
+// that keys and screen readers go on from there.
+function keepFocus() {
+  let last = null;
+  const look = () => {
+    if (!last || last.isConnected || document.activeElement !== document.body) return;
+    last = null;
+    document.getElementById('main').focus({ preventScroll: true });
+  };
+  addEventListener('focusin', ({ target }) => (last = target));
+  // A click that makes something go gives the focus to something else first.
+  new MutationObserver(() => setTimeout(look)).observe(document.body, { childList: true, subtree: true });
 }
 
 // The page of uploads stays while another one is shown: they go on.
@@ -120,5 +133,6 @@ addEventListener('beforeunload', (event) => {
 // A file dropped beside its place would replace the page.
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
 render(<Console />, document.body);
+keepFocus();
 attempt(loadSite);
 attempt(resumeRun);

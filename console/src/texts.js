@@ -121,7 +121,7 @@ export const texts = {
     fillHint: '{n} counts up, {nnn} with leading zeros. Goes into every row shown.',
     fillFrom: 'Count from',
     fillGo: (rows) => `Fill ${times(rows, 'row', 'rows')}`,
-    keys: 'Arrow keys move, Enter edits, Delete clears, Ctrl+Z undoes; cells copied from a spreadsheet can be pasted.',
+    keys: 'Arrow keys move, Enter edits, Delete clears, Ctrl+Z undoes, F8 goes to the next problem; cells copied from a spreadsheet can be pasted.',
     legend: [
       ['change', 'changes'],
       ['held', 'held back by the unit'],
@@ -151,6 +151,8 @@ export const texts = {
       `${unchanged > 0 ? `; ${times(unchanged, 'row changes', 'rows change')} nothing and ${unchanged === 1 ? 'is' : 'are'} left out` : ''}.`,
     noProblems: 'No problem found.',
     problemsTable: 'Problems',
+    previousProblem: 'Previous problem',
+    nextProblem: 'Next problem',
     problemColumns: ['', 'Row', 'Column', 'What'],
     moreRows: (count) => `… (${count} rows)`,
     levels: { stop: 'Stops', out: 'Left out', check: 'Check', held: 'Held back', fixed: 'Put right' },

@@ -114,7 +114,7 @@ test('firmware is listed by model, the oldest version first', () => {
   const texts = told.flatMap(({ model, versions }) =>
     versions.map(({ version, units, older }) => `${model} ${version} ${units.map(nameOf)} ${older}`),
   );
-  const expected = ['RX610 3.9.1 D false', 'TX610  E true', 'TX610 3.9.1 B,C true', 'TX610 3.10.0 A false'];
+  const expected = ['RX610 3.9.1 D false', 'TX610  E false', 'TX610 3.9.1 B,C true', 'TX610 3.10.0 A false'];
   assert.deepEqual(texts, expected);
 });
 

@@ -19,7 +19,7 @@ export function firmwareByModel(site) {
           .map(([date]) => date)
           .filter(Boolean),
         units: sorted(units, nameOf),
-        older: at < versions.length - 1,
+        older: version !== '' && at < versions.length - 1,
       })),
     };
   });

@@ -6,7 +6,7 @@ import { inOrder } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
 import { UnitLink } from '../parts/unit_link.jsx';
-import { Choice, DownloadButton, FilterInput, Menu, stamp, useClock } from '../parts/widgets.jsx';
+import { BusyButton, Choice, DownloadButton, FilterInput, Menu, stamp, useClock } from '../parts/widgets.jsx';
 import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
@@ -248,9 +248,9 @@ export function UnitsPage({ state: { site, comparison, discovery, activity, ownS
     <section aria-labelledby="units-heading">
       <div class="bar">
         <h2 id="units-heading">{words.heading}</h2>
-        <button type="button" class="main" disabled={activity !== null} onClick={() => attempt(discover)}>
+        <BusyButton class="main" busy={activity !== null} onClick={() => attempt(discover)}>
           {site ? words.again : words.discover}
-        </button>
+        </BusyButton>
         {discovery && <DiscoveryProgress since={discovery.since} />}
       </div>
       {site ? <Site {...{ site, comparison, ownSerial }} /> : <p>{words.none}</p>}

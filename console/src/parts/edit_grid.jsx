@@ -79,14 +79,18 @@ function useScrollTo(active, box) {
   }, [active.row, active.column]);
 }
 
+// Whatever has the focus, the keys are the grid's afterwards.
+export const focusGrid = () => document.querySelector('[role=grid]')?.focus();
+
 // The keys of the grid, those of a cell's input aside.
-function useKeys({ columns, rows, active, activate, edit, undo, canEdit, start }) {
+function useKeys({ columns, rows, active, activate, edit, undo, goNext, canEdit, start }) {
   const { row, column } = active;
   return (event) => {
-    const { key, ctrlKey, metaKey, altKey } = event;
+    const { key, ctrlKey, metaKey, altKey, shiftKey } = event;
     if (rows.length === 0) return;
     const next = moved(active, key, rows.length, columns.length);
     if (next) activate(next);
+    else if (key === 'F8') goNext(shiftKey ? -1 : 1);
     else if ((ctrlKey || metaKey) && key === 'z') undo();
     else if (key === 'Enter' || key === 'F2') start(rows[row].cells[column] ?? '');
     else if (key === 'Delete' && canEdit(column)) edit([[row, column, '']]);
@@ -134,7 +138,7 @@ function Cell({ text, mark, look, here, typed, title, activate, start, save, mov
 }
 
 // `rows` are {number, cells}; `active` is {row, column} of the active cell and `activate` moves it. `edit(changes)` takes
-// [row, column, text] for each changed cell, `undo` takes the last change back. `classOf(row, column)` marks a cell,
+// [row, column, text] for each changed cell, `undo` takes the last change back, `goNext(1 or -1)` goes to another problem. `classOf(row, column)` marks a cell,
 // `sayMark(row, column)` says the mark in front of its text, `titleOf(row)` is what a person knows the row by.
 export function EditGrid(grid) {
   const { label, columns, rows, active, activate, edit, canEdit, classOf, sayMark, titleOf } = grid;

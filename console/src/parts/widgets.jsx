@@ -3,10 +3,15 @@
 import { useEffect, useRef, useState } from 'preact/hooks';
 import { texts } from '../texts.js';
 
-// A dialog that keeps the keyboard inside; closing it by Escape cancels.
+// A dialog that keeps the keyboard inside; closing it by Escape cancels. It opens on Cancel, and gives the focus back.
 export function Dialog({ title, children, onCancel }) {
   const dialog = useRef(null);
-  useEffect(() => dialog.current.showModal(), []);
+  useEffect(() => {
+    const before = document.activeElement;
+    dialog.current.showModal();
+    dialog.current.querySelector('.cancel')?.focus();
+    return () => before.isConnected && before.focus();
+  }, []);
   return (
     <dialog
       ref={dialog}
@@ -144,9 +149,14 @@ export function useClock(milliseconds) {
 }
 
 export const CancelButton = ({ onClick }) => (
-  <button type="button" onClick={onClick}>
+  <button type="button" class="cancel" onClick={onClick}>
     {texts.cancel}
   </button>
+);
+
+// A button that waits while the unit is busy. It keeps the focus then, as a disabled one would not.
+export const BusyButton = ({ busy, onClick, ...rest }) => (
+  <button type="button" aria-disabled={busy} onClick={() => !busy && onClick()} {...rest} />
 );
 
 // For file names: 2026-11-24-0930.

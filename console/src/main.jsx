@@ -128,7 +128,7 @@ function Console() {
 }
 
 addEventListener('beforeunload', (event) => {
-  if (get().activity || get().earlierDrafts.length > 0) event.preventDefault();
+  if (get().activity || get().draft?.edited) event.preventDefault();
 });
 // A file dropped beside its place would replace the page.
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());

@@ -10,9 +10,10 @@ let state = {
   ownSerial: '', //     of this unit, when its address is in the page's or it has skipped itself in an update
   earlier: null, //     the site of the discovery before
   comparison: null, //  with that one
-  draft: null, //       of a mass update: {name, source, columns, rows, notes};
+  draft: null, //       of a mass update: {name, source, columns, rows, notes, headerRow, edited};
   //                    source is file, site, retry or undo
   earlierDrafts: [], // to undo edits
+  laterDrafts: [], //   to redo them
   run: null, //         {rows, undo, records, over, ended, failure, kept} of the mass update that runs or ran
   notice: null, //      {level, text}
 };

@@ -110,6 +110,7 @@ export const texts = {
     other: 'Start over',
     discard: 'The draft has edits that would be lost. Replace it?',
     undoEdit: 'Undo edit',
+    redoEdit: 'Redo',
     show: 'Rows',
     rowFilters: { all: 'All rows', sending: 'Rows that are sent', problems: 'Rows with problems' },
     onlyChanges: 'Send only what changes',
@@ -121,7 +122,14 @@ export const texts = {
     fillHint: '{n} counts up, {nnn} with leading zeros. Goes into every row shown.',
     fillFrom: 'Count from',
     fillGo: (rows) => `Fill ${times(rows, 'row', 'rows')}`,
-    keys: 'Arrow keys move, Enter edits, Delete clears, Ctrl+Z undoes, F8 goes to the next problem; cells copied from a spreadsheet can be pasted.',
+    keys: 'Arrow keys move, with Shift they select; Enter edits, Delete clears, Ctrl+Z undoes, Ctrl+Y redoes, F8 goes to the next problem. Cells are copied to and pasted from spreadsheets. A unit keeps a setting whose cell is empty: an empty value cannot be sent.',
+    notPasted: (count, all) =>
+      `${count} of ${times(all, 'cell was', 'cells were')} not pasted: no row or column for ${count === 1 ? 'it' : 'them'}, or none that can be edited.`,
+    headers: {
+      title: 'Columns that name no setting',
+      dropped: 'is left out',
+      suggest: (pairs) => `Take ${pairs.join(', ')}`,
+    },
     legend: [
       ['change', 'changes'],
       ['held', 'held back by the unit'],
@@ -131,7 +139,7 @@ export const texts = {
       change: ({ old, value, name, key }) =>
         `${old === null ? 'not known' : old === '' ? 'nothing' : `“${old}”`} becomes “${value}”${name !== key ? `, sent as ${name}` : ''}.`,
       same: ({ value }) => `“${value}”, no change.`,
-      blank: ({ old }) => `Blank: stays ${old ? `“${old}”` : 'as it is'}.`,
+      blank: ({ old }) => `Empty: the unit keeps ${old ? `“${old}”` : 'what it has'}.`,
       held: ({ value, reason }) => `“${value}” is held back. ${texts.configure.held[reason]}`,
       fault: ({ value, reason }) => `“${value}” is left out. ${texts.configure.problems[`cell-${reason}`]}`,
     },
@@ -164,6 +172,7 @@ export const texts = {
       separator: 'Cells are not separated by commas; the unit knows nothing else.',
       'quote-open': 'A quote opens here and is never closed; all that follows was taken for one cell.',
       'quote-lines': 'A quoted text goes on over line ends; rows may be hidden in it.',
+      titles: 'The header is below; what comes above it is left out.',
       guard: 'Apostrophes that kept a spreadsheet from taking cells for formulas are gone.',
       'column-blank': 'The column has no name; its cells are dropped.',
       'column-unknown': 'No setting of this unit has this name; the column is dropped.',

@@ -40,7 +40,10 @@ await chapter(page, 'problems are counted, and each is reached with the keyboard
   await detail.getByText('UNIT-003 · UNIT.ID').waitFor(); // begins again
   await page.keyboard.press('Shift+F8');
   await detail.getByText('UNIT-002 · VW.NAME').waitFor();
-  await page.locator('.problems tr', { hasText: 'beside a comma' }).getByRole('button', { name: '4' }).click();
+  await page
+    .locator('.problems tr', { hasText: 'beside a comma' })
+    .getByRole('button', { name: '4' })
+    .click();
   await detail.getByText('UNIT-007 · VW.NAME').waitFor();
   assert.equal(await focused(), 'grid');
 
@@ -52,5 +55,49 @@ await chapter(page, 'problems are counted, and each is reached with the keyboard
   await button('Start over').click();
   await page.locator('input[type=file]:visible').waitFor();
   assert.equal(await focused(), 'main');
+});
+
+await chapter(page, 'titles and headers of people’s own are understood', async () => {
+  await open('plan.csv', 'Hall A;;\r\n;;\r\nSerial;Room name;IP\r\nKU000003;Hall;\r\nKU000005;Five;\r\n');
+  await page.getByText('The header is below').waitFor();
+  await button('Take Serial → UNIT.SERIAL, IP → IP.STATIC_ADDRESS').click();
+  await page.getByLabel('Room name →').selectOption('VW.NAME');
+  await page.getByText('2 settings for 2 units.').waitFor();
+  assert.deepEqual(await look(page, 'headers'), []);
+  assert.match(await page.locator('[role=grid] tbody').innerText(), /^4 UNIT-003/);
+});
+
+await chapter(page, 'cells are selected, copied, pasted, undone and done again', async () => {
+  const cellOf = (row, column) =>
+    page.locator(`[role=grid] tbody tr:nth-child(${row}) td:nth-of-type(${column})`);
+  const texts = async () => {
+    const cells = await page.locator('[role=grid] tbody td:nth-of-type(2)').allInnerTexts();
+    return cells.map((text) => text.split('\n').at(-1)).join();
+  };
+  await page.context().grantPermissions(['clipboard-read', 'clipboard-write']);
+  await cellOf(1, 2).click();
+  await page.keyboard.press('Shift+ArrowDown');
+  await page.keyboard.press('Shift+ArrowLeft');
+  assert.equal(await page.locator('td.selected').count(), 4);
+  await page.keyboard.press('Control+c');
+  assert.equal(await page.evaluate(() => navigator.clipboard.readText()), 'KU000003\tHall\r\nKU000005\tFive');
+  const paste = async (text) => {
+    await page.evaluate((copied) => navigator.clipboard.writeText(copied), text);
+    await page.keyboard.press('Control+v');
+  };
+  await cellOf(2, 2).click();
+  await paste('One\t10.77.1.99\r\nTwo\t');
+  await page.getByText('2 of 4 cells were not pasted').waitFor();
+  assert.equal(await texts(), 'Hall,One');
+  await cellOf(1, 2).click({ modifiers: ['Shift'] });
+  await paste('Both');
+  assert.equal(await texts(), 'Both,Both');
+  await page.keyboard.press('Delete');
+  assert.equal(await texts(), ',');
+  await page.keyboard.press('Control+z');
+  await page.keyboard.press('Control+z');
+  assert.equal(await texts(), 'Hall,One');
+  await page.keyboard.press('Control+y');
+  assert.equal(await texts(), 'Both,Both');
 });
 process.exit();

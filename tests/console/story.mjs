@@ -104,7 +104,7 @@ await chapter(page, 'a spreadsheet’s file is checked before anything is sent',
   ]);
   assert.deepEqual(await look(page, 'preflight'), []);
 
-  await page.getByLabel('Rows').selectOption('Rows with problems');
+  await page.getByRole('combobox', { name: 'Rows' }).selectOption('Rows with problems');
   await type('KU000005', 'UNIT.ID', 'HALL-5'); // no problem any more, and still there
   await page.keyboard.type('HALL-9');
   await page.keyboard.press('Enter');

@@ -31,7 +31,7 @@ export function withSettings(draft, settings) {
     for (const { key, value } of own) cells[columnOf(columns, key)] = value;
     rows[at] = { ...rows[at], cells, quoted: undefined };
   }
-  return { ...start, columns, rows };
+  return { ...start, columns, rows, edited: true };
 }
 
 // Returns the texts that a draft has for a key, by serial; blank ones are left out.

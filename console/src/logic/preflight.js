@@ -1,8 +1,8 @@
 // What a mass update would do, before anything is sent: every fault of a draft at once, what each cell changes, what the
 // unit holds back, the CSV that is sent in the end and the one that takes it back.
 //
-// A draft is {columns, rows, notes}: the header's texts, rows {number, cells, quoted} with the texts of their cells, and
-// the notes of the reader. The header is row 1. Of a fault nothing is sent: a faulty cell is left out, and so is a row
+// A draft is {columns, rows, notes, headerRow}: the header's texts, rows {number, cells, quoted} with the texts of their
+// cells, the notes of the reader, and the number of the header's row, 1 if not given. Of a fault nothing is sent: a faulty cell is left out, and so is a row
 // that would go nowhere or to the wrong unit.
 //
 // Problems are {level, code, column, rows, detail}. Levels: `stop` nothing can be sent; `out` something is left out;
@@ -60,11 +60,11 @@ export function gatherProblems(problems, most) {
 }
 
 // Finds the key of each column; of a column that is not sent there is none.
-function readHeader(columns, keys, problems) {
+function readHeader({ columns, headerRow = 1 }, keys, problems) {
   const found = columns.map((field, at) => {
     const name = field.trim();
     const key = acceptedKey(name, keys);
-    const place = { column: name || `#${at + 1}`, row: 1 };
+    const place = { column: name || `#${at + 1}`, row: headerRow };
     if (key === null) {
       if (name !== '' || at < columns.length - 1)
         problems.add('out', name === '' ? 'column-blank' : 'column-unknown', place);
@@ -78,9 +78,10 @@ function readHeader(columns, keys, problems) {
     return key;
   });
   groupBy(found.filter(Boolean), (key) => key).forEach((columnsOfKey, key) => {
-    if (columnsOfKey.length > 1) problems.add('stop', 'column-twice', { column: key, row: 1 });
+    if (columnsOfKey.length > 1) problems.add('stop', 'column-twice', { column: key, row: headerRow });
   });
-  if (!found.includes(serialKey)) problems.add('stop', 'no-serial-column', { column: serialKey, row: 1 });
+  if (!found.includes(serialKey))
+    problems.add('stop', 'no-serial-column', { column: serialKey, row: headerRow });
   return found;
 }
 
@@ -389,6 +390,7 @@ function noteReading(draft, problems) {
     'utf-16': 'fixed',
     separator: 'fixed',
     guard: 'fixed',
+    titles: 'fixed',
     encoding: 'check',
     binary: 'stop',
     'quote-open': 'stop',
@@ -406,7 +408,7 @@ function noteReading(draft, problems) {
 export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = {}) {
   const problems = new Problems();
   noteReading(draft, problems);
-  const header = readHeader(draft.columns, site.keys, problems);
+  const header = readHeader(draft, site.keys, problems);
   const keys = [...new Set([...header.filter(Boolean), ...site.keys.filter((key) => key === modelKey)])];
   const unitsBySerial = groupBy(site.units, (unit) => (unit.values[serialKey] ?? '').toLowerCase());
   const context = { header, keys, unitsBySerial, problems, ownSerial, onlyChanges };

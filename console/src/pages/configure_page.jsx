@@ -1,12 +1,22 @@
 // Mass configuration: a draft is opened and edited here; what it would do is preflight_panel.jsx, its run run_view.jsx.
 
-import { useMemo, useState } from 'preact/hooks';
-import { attempt, discover, draftFromSite, dropDraft, editCells, openDraft, undoEdit } from '../actions.js';
+import { useEffect, useMemo, useState } from 'preact/hooks';
+import {
+  attempt,
+  discover,
+  draftFromSite,
+  dropDraft,
+  editCells,
+  openDraft,
+  redoEdit,
+  undoEdit,
+} from '../actions.js';
 import { preflight } from '../logic/preflight.js';
 import { EditGrid, focusGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
 import { BusyButton, Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
+import { HeaderMap } from './header_map.jsx';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
 import { RunView } from './run_view.jsx';
 
@@ -130,6 +140,8 @@ function Editor({ draft, plan, shown, active: chosen, activate, goNext }) {
     return rowAt(at).state === 'left-out' ? 'fault' : (cellAt(at, column)?.state ?? 'blank');
   };
   const marks = Object.fromEntries(words.legend);
+  const [told, setTold] = useState('');
+  useEffect(() => setTold(''), [active.row, active.column]);
   return (
     <>
       <div class="bar tools">
@@ -141,6 +153,8 @@ function Editor({ draft, plan, shown, active: chosen, activate, goNext }) {
         rows={shown.map((at) => draft.rows[at])}
         edit={(changes) => editCells(changes.map(([at, column, text]) => [shown[at], column, text]))}
         undo={undoEdit}
+        redo={redoEdit}
+        refuse={(count, all) => setTold(words.notPasted(count, all))}
         goNext={goNext}
         titleOf={(at) => nameOf(rowAt(at)) + (rowAt(at).reason === 'row-self' ? ` (${texts.thisUnit})` : '')}
         classOf={stateAt}
@@ -152,6 +166,7 @@ function Editor({ draft, plan, shown, active: chosen, activate, goNext }) {
         name={plan.header[active.column]}
         cell={cellAt(active.row, active.column)}
       />
+      {told && <Notice level="warn">{told}</Notice>}
       <p class="hint">{words.keys}</p>
     </>
   );
@@ -206,16 +221,19 @@ function stepsOf(plan, draft) {
   return [...once.values()].sort((one, other) => one.row - other.row || one.column - other.column);
 }
 
-function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnlyChanges }) {
+function DraftTools({ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }) {
   return (
     <div class="bar tools">
       <strong>{draft.name || words.fromSite}</strong>
       <button type="button" onClick={dropDraft}>
         {words.other}
       </button>
-      <button type="button" disabled={!canUndo} onClick={undoEdit}>
+      <BusyButton busy={!canUndo} onClick={undoEdit}>
         {words.undoEdit}
-      </button>
+      </BusyButton>
+      <BusyButton busy={!canRedo} onClick={redoEdit}>
+        {words.redoEdit}
+      </BusyButton>
       <Choice
         label={words.show}
         value={rowFilter}
@@ -233,7 +251,7 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
 }
 
 // The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
-function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
+function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
   const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
@@ -265,7 +283,8 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
   return (
     <>
       {outdated && <Outdated busy={busy} />}
-      <DraftTools {...{ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
+      <DraftTools {...{ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
+      <HeaderMap {...{ draft, plan, site }} />
       <ProblemTools {...{ plan, steps, goNext }} />
       <Editor {...{ draft, plan, shown, active, activate, goNext }} />
       <PreflightPanel {...{ plan, goTo, busy }} />
@@ -273,7 +292,8 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
   );
 }
 
-export function ConfigurePage({ state: { site, ownSerial, outdated, draft, earlierDrafts, run, activity } }) {
+export function ConfigurePage({ state }) {
+  const { site, ownSerial, outdated, draft, earlierDrafts, laterDrafts, run, activity } = state;
   return (
     <section aria-labelledby="configure-heading">
       <div class="bar">
@@ -286,6 +306,7 @@ export function ConfigurePage({ state: { site, ownSerial, outdated, draft, earli
           key={draft.source + draft.name}
           {...{ draft, site, ownSerial, outdated }}
           canUndo={earlierDrafts.length > 0}
+          canRedo={laterDrafts.length > 0}
           busy={activity !== null}
         />
       ) : (

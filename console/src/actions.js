@@ -1,6 +1,6 @@
 // What the console does with the unit, step by step, for the pages to call.
 
-import { keep, readKept } from './kept.js';
+import { forget, keep, readKept } from './kept.js';
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { headerLine } from './logic/headers.js';
@@ -10,7 +10,7 @@ import { compareSites, inOrder, memoryOf, readSite, serialAt } from './logic/sit
 import { applyResults, isEnded, readSiteLog } from './logic/site_log.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
 import { ownLines, readDiscovery } from './logic/unit_csv.js';
-import { get, recall, remember, set } from './store.js';
+import { get, listen, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
 
@@ -135,6 +135,26 @@ export function draftSettings(settings, name) {
 
 export function dropDraft() {
   if (mayReplaceDraft()) showDraft(null);
+}
+
+const keepDelay = 300; // milliseconds after an edit
+let safeDraft = null; // the draft as the browser has kept it
+
+export const draftIsSafe = () => !get().draft?.edited || get().draft === safeDraft;
+
+// Brings back the draft that was there when the page was left, and keeps it from then on.
+export async function restoreDraft() {
+  safeDraft = (await readKept('draft')) ?? null;
+  if (safeDraft && !get().draft) set({ draft: safeDraft });
+  let timer = null;
+  const keepIt = async () => {
+    const { draft } = get();
+    if (draft ? await keep('draft', draft) : await forget('draft')) safeDraft = draft;
+  };
+  listen(({ draft }) => {
+    clearTimeout(timer);
+    if (draft !== safeDraft) timer = setTimeout(keepIt, keepDelay);
+  });
 }
 
 // From a CSV that this console has written for the unit.

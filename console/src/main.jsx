@@ -2,7 +2,7 @@
 
 import { render } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
-import { attempt, loadSite, resumeRun } from './actions.js';
+import { attempt, draftIsSafe, loadSite, restoreDraft, resumeRun } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
 import { DetailsPage } from './pages/details_page.jsx';
 import { FirmwarePage } from './pages/firmware_page.jsx';
@@ -128,11 +128,12 @@ function Console() {
 }
 
 addEventListener('beforeunload', (event) => {
-  if (get().activity || get().draft?.edited) event.preventDefault();
+  if (get().activity || !draftIsSafe()) event.preventDefault();
 });
 // A file dropped beside its place would replace the page.
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
 render(<Console />, document.body);
 keepFocus();
 attempt(loadSite);
+attempt(restoreDraft);
 attempt(resumeRun);

@@ -20,6 +20,7 @@ let state = {
 const listeners = new Set();
 
 export const get = () => state;
+export const listen = (listener) => listeners.add(listener);
 
 export function set(changes) {
   state = { ...state, ...changes };

@@ -1,7 +1,7 @@
 // A draft is found faulty, edited and kept, in the browser. In the box only.
 
 import assert from 'node:assert/strict';
-import { chapter, look, openConsole, start, startServer } from './unit.mjs';
+import { asked, chapter, look, openConsole, start, startServer } from './unit.mjs';
 
 await startServer();
 start('fleet', '--self', '--count', '24');
@@ -99,5 +99,26 @@ await chapter(page, 'cells are selected, copied, pasted, undone and done again',
   assert.equal(await texts(), 'Hall,One');
   await page.keyboard.press('Control+y');
   assert.equal(await texts(), 'Both,Both');
+});
+
+await chapter(page, 'presets are applied; a draft and its faults survive a reload', async () => {
+  await page.getByText('Presets…').click();
+  await button('Decoders: AUDIO.MUTE = FALSE (2)').click();
+  await page.getByRole('columnheader', { name: 'AUDIO.MUTE' }).waitFor();
+  await page.getByRole('combobox', { name: 'Column' }).last().selectOption('VIDEO.OUTPUT');
+  await page.getByLabel('Value').fill('O&N');
+  await button('Keep as a preset').click();
+  await button('Decoders: VIDEO.OUTPUT = O&N (2)').click();
+  await page.locator('.problems').getByText('An “&” would end the value').waitFor();
+  assert.deepEqual(await look(page, 'presets'), []);
+  const before = await page.locator('[role=grid]').innerText();
+  const asksBefore = asked.length;
+  await page.waitForTimeout(1000); // until it is kept
+  await page.reload();
+  await page.locator('.problems').getByText('An “&” would end the value').waitFor();
+  assert.equal(await page.locator('[role=grid]').innerText(), before);
+  assert.equal(asked.length, asksBefore);
+  await button('Start over').click(); // asks: there are edits
+  assert.equal(asked.length, asksBefore + 1);
 });
 process.exit();

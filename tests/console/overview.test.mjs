@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { draftedValues, withSettings } from '../../console/src/logic/draft.js';
 import { firmwareByModel } from '../../console/src/logic/firmware.js';
+import { settingsOfPreset, templateOf } from '../../console/src/logic/presets.js';
 import { nameOf, readSite } from '../../console/src/logic/site.js';
 import { compareValues, wayBack } from '../../console/src/logic/snapshots.js';
 import { hostOf, listByEncoder, readStreams } from '../../console/src/logic/streams.js';
@@ -132,4 +133,17 @@ test('the way back has the old value of every setting that a unit takes', () => 
     [['VW.NAME Hall', 'UNIT.ID A'], 0],
   );
   assert.equal(wayBack(compareValues(now, then).changes).lost, 1); // there was no id
+});
+
+test('presets and templates are made for what units take', () => {
+  const units = site.units.slice(0, 6); // five that encode or are unknown, one that decodes
+  const count = (preset) => settingsOfPreset(units, { value: '1', ...preset }).length;
+  assert.equal(count({ kind: 'all', key: 'UNIT.ID' }), 6);
+  assert.equal(count({ kind: 'decoders', key: 'AUDIO.MUTE' }), 1);
+  assert.equal(count({ kind: 'all', key: 'AUDIO.MUTE' }), 1); // encoders would hold it back
+  assert.equal(count({ kind: 'encoders', key: 'AUDIO.MUTE' }), 0);
+  assert.deepEqual(templateOf(units.slice(5), ['UNIT.ID', 'IP.ADDRESS', 'VW.NAME', 'STREAM.HOST']), [
+    ['UNIT.SERIAL', 'UNIT.MODEL', 'UNIT.ID', 'VW.NAME', 'STREAM.HOST'],
+    ['D1', 'RX610', 'BY-STREAM', '', ''],
+  ]);
 });

@@ -58,8 +58,12 @@ await chapter(page, 'the units are found, compared and shown', async () => {
   assert.equal(await page.locator('tr.conflict').count(), 2);
   assert.deepEqual(await look(page, 'units'), []);
 
+  await page.getByText('CSV files…').click();
   assert.equal(await download(page, 'CSV as the unit wrote it'), content('/www/site.csv'));
   assert.match(await download(page, 'CSV for spreadsheets'), /^\ufeffIP\.ADDRESS,UNIT\.ID,/);
+  await page.getByLabel('Separator').selectOption('Semicolon');
+  assert.match(await download(page, 'CSV for spreadsheets'), /^\ufeffIP\.ADDRESS;UNIT\.ID;/);
+  assert.match(await download(page, 'Template for these 12 units'), /\r\nKU000003;RX610;UNIT-003;;;;\r\n/);
   await page.getByLabel('Show').selectOption('Decoders');
   await page.getByLabel('Filter').fill('room 90');
   await page.getByText('3 of 12 shown').waitFor();
@@ -133,7 +137,7 @@ await chapter(page, 'cells are edited with the keyboard, filled and undone', asy
   await page.getByText('1 setting for 1 unit;').waitFor();
 
   await page.getByText('Fill a column…').click();
-  await page.getByLabel('Column').selectOption('UNIT.ID');
+  await page.getByLabel('Column').first().selectOption('UNIT.ID');
   await page.getByRole('textbox', { name: 'Text' }).fill('SITE-{nnn}');
   await button('Fill 12 rows').click();
   await type('KU000004', 'STREAM.BIT_RATE', '175');

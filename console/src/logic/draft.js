@@ -3,8 +3,8 @@
 import { same } from './class_rules.js';
 import { groupBy } from './site.js';
 
-export const serialKey = 'UNIT.SERIAL';
-const firstColumns = [serialKey, 'UNIT.MODEL', 'UNIT.ID'];
+const serialKey = 'UNIT.SERIAL';
+export const firstColumns = [serialKey, 'UNIT.MODEL', 'UNIT.ID'];
 
 const columnOf = (columns, key) => columns.findIndex((name) => same(name.trim(), key));
 const serialOf = (text) => (text ?? '').trim().toLowerCase();

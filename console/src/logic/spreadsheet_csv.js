@@ -98,11 +98,12 @@ function guard(value) {
   return /^[=+\-@\t\r]/.test(value) && !/^[+-]?\d+([.,]\d+)?$/.test(value) ? `'${value}` : value;
 }
 
-// Writes rows of texts for a spreadsheet: with a byte order mark, quotes where needed, and no cell that acts.
-export function writeSpreadsheet(rows) {
+// Writes rows of texts for a spreadsheet: with a byte order mark, quotes where needed, and no cell that acts. Some
+// languages' spreadsheets want semicolons.
+export function writeSpreadsheet(rows, separator = ',') {
   const field = (value) => {
     const text = guard(value);
     return /[",;\r\n\t]/.test(text) ? quote + text.replaceAll(quote, '""') + quote : text;
   };
-  return `\ufeff${rows.map((cells) => `${cells.map(field).join(',')}\r\n`).join('')}`;
+  return `\ufeff${rows.map((cells) => `${cells.map(field).join(separator)}\r\n`).join('')}`;
 }

@@ -18,6 +18,7 @@ import { BusyButton, Check, Choice, DropZone, Menu, Notice } from '../parts/widg
 import { texts } from '../texts.js';
 import { HeaderMap } from './header_map.jsx';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
+import { PresetTool } from './preset_tool.jsx';
 import { RunView } from './run_view.jsx';
 
 const words = texts.configure;
@@ -129,7 +130,7 @@ function useShownRows({ draft, plan, site, onlyChanges, rowFilter }) {
   );
 }
 
-function Editor({ draft, plan, shown, active: chosen, activate, goNext }) {
+function Editor({ draft, plan, site, shown, active: chosen, activate, goNext }) {
   const active = { ...chosen, row: Math.max(0, Math.min(chosen.row, shown.length - 1)) };
   const columns = useColumns(draft);
   const canEdit = (column) => draft.source !== 'site' || draft.columns[column] !== 'UNIT.SERIAL';
@@ -139,6 +140,7 @@ function Editor({ draft, plan, shown, active: chosen, activate, goNext }) {
     if (plan.header[column] === null) return 'held';
     return rowAt(at).state === 'left-out' ? 'fault' : (cellAt(at, column)?.state ?? 'blank');
   };
+  const units = shown.map((at) => plan.rows[at].unit).filter(Boolean);
   const marks = Object.fromEntries(words.legend);
   const [told, setTold] = useState('');
   useEffect(() => setTold(''), [active.row, active.column]);
@@ -146,6 +148,7 @@ function Editor({ draft, plan, shown, active: chosen, activate, goNext }) {
     <>
       <div class="bar tools">
         <FillTool columns={draft.columns} {...{ canEdit, shown }} />
+        <PresetTool units={units} keys={site.keys} />
         <Legend />
       </div>
       <EditGrid
@@ -286,7 +289,7 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
       <DraftTools {...{ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
       <HeaderMap {...{ draft, plan, site }} />
       <ProblemTools {...{ plan, steps, goNext }} />
-      <Editor {...{ draft, plan, shown, active, activate, goNext }} />
+      <Editor {...{ draft, plan, site, shown, active, activate, goNext }} />
       <PreflightPanel {...{ plan, goTo, busy }} />
     </>
   );

@@ -2,6 +2,7 @@
 
 import { useMemo, useState } from 'preact/hooks';
 import { attempt, discover, draftFromSite } from '../actions.js';
+import { templateOf } from '../logic/presets.js';
 import { inOrder } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
@@ -183,8 +184,41 @@ function UnitTable({ site, units, keys, choice, setChoice, ownSerial }) {
   );
 }
 
-const safeCopy = (site) =>
-  writeSpreadsheet([site.keys, ...site.units.map((unit) => site.keys.map((key) => unit.values[key]))]);
+const linesOf = (site) => [site.keys, ...site.units.map((unit) => site.keys.map((key) => unit.values[key]))];
+
+function Files({ site, units, shown }) {
+  const [separator, setSeparator] = useState(recall('separator') ?? ',');
+  const choose = (wanted) => {
+    remember('separator', wanted);
+    setSeparator(wanted);
+  };
+  return (
+    <Menu title={words.files} form>
+      <DownloadButton name={`site-${stamp()}.csv`} content={() => site.bytes}>
+        {words.exact}
+      </DownloadButton>
+      <Choice
+        label={words.separator}
+        value={separator}
+        options={Object.entries(words.separators)}
+        onChange={choose}
+      />
+      <DownloadButton
+        name={`site-${stamp()}-spreadsheet.csv`}
+        content={() => writeSpreadsheet(linesOf(site), separator)}
+      >
+        {words.safe}
+      </DownloadButton>
+      <DownloadButton
+        name={`template-${stamp()}.csv`}
+        content={() => writeSpreadsheet(templateOf(units, shown), separator)}
+      >
+        {words.template(units.length)}
+      </DownloadButton>
+      <p class="hint">{words.templateHint}</p>
+    </Menu>
+  );
+}
 
 function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
   const edit = () => {
@@ -205,12 +239,7 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
       />
       <ColumnChoice keys={site.keys} shown={shown} choose={chooseColumns} />
       <span class="space" />
-      <DownloadButton name={`site-${stamp()}.csv`} content={() => site.bytes}>
-        {words.exact}
-      </DownloadButton>
-      <DownloadButton name={`site-${stamp()}-spreadsheet.csv`} content={() => safeCopy(site)}>
-        {words.safe}
-      </DownloadButton>
+      <Files {...{ site, units, shown }} />
       <button type="button" class="main" disabled={units.length === 0} onClick={edit}>
         {words.edit(units.length)}
       </button>

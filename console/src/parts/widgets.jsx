@@ -1,16 +1,16 @@
 // Small parts that several pages share.
 
-import { useEffect, useRef, useState } from 'preact/hooks';
+import { useEffect, useLayoutEffect, useRef, useState } from 'preact/hooks';
 import { texts } from '../texts.js';
 
 // A dialog that keeps the keyboard inside; closing it by Escape cancels. It opens on Cancel, and gives the focus back.
 export function Dialog({ title, children, onCancel }) {
   const dialog = useRef(null);
-  useEffect(() => {
-    const before = document.activeElement;
-    dialog.current.showModal();
-    dialog.current.querySelector('.cancel')?.focus();
-    return () => before.isConnected && before.focus();
+  useLayoutEffect(() => {
+    const element = dialog.current;
+    element.showModal();
+    element.querySelector('.cancel')?.focus();
+    return () => element.close();
   }, []);
   return (
     <dialog

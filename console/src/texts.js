@@ -80,6 +80,8 @@ export const texts = {
       `${units(count)} answered but ${count === 1 ? 'has' : 'have'} no line: another unit has the same ${key}. ` +
       'Give it another one, or discover again without that unit.',
     conflicts: (count) => `${units(count)} share an id, an address or a serial`,
+    unclear: (count) =>
+      `${times(count, 'line has', 'lines have')} more or fewer fields than the header; values may be in the wrong column`,
     filter: 'Filter',
     filterHint: 'text in any cell',
     kinds: { all: 'All units', encoders: 'Encoders', decoders: 'Decoders', conflicts: 'Conflicts only' },

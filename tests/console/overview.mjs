@@ -2,7 +2,18 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { asked, chapter, content, download, look, openConsole, start, startServer } from './unit.mjs';
+import {
+  address,
+  asked,
+  chapter,
+  content,
+  download,
+  look,
+  openConsole,
+  start,
+  startServer,
+  until,
+} from './unit.mjs';
 
 // Two encoders share a stream address; one decoder has no source, one an unknown one.
 const units = [
@@ -11,10 +22,11 @@ const units = [
   'TWIN-B,TWIN-B,TX610,10.77.9.2,239.77.9.1,',
   'BLIND,BLIND,RX610,10.77.9.3,,',
   'LOST,LOST,RX610,10.77.9.4,,239.1.1.1',
+  'RTL,R\u202eL,NONE,10.77.9.5,,',
 ];
 function startFleet(lines) {
   writeFileSync('/tmp/units.csv', `${lines.join('\r\n')}\r\n`);
-  return start('fleet', '--self', '--count', '19', '--units', '/tmp/units.csv');
+  return start('fleet', '--self', '--count', '18', '--units', '/tmp/units.csv');
 }
 
 await startServer();
@@ -35,7 +47,7 @@ await chapter(page, 'a crossing of encoder and decoder goes into the draft', asy
   await discover();
   await goTo('Streams');
   for (const fact of [
-    '13 encoders, 11 decoders',
+    '12 encoders, 11 decoders',
     '1 decoder has no source',
     '1 decoder has a source that is no encoder of this site',
     '2 encoders share a stream address',
@@ -121,5 +133,99 @@ await chapter(page, 'a snapshot is compared, and the way back drafted', async ()
   await button('Delete').click();
   await page.getByText('No snapshot yet.').waitFor();
   assert.match(asked.at(-1), /“Before”/);
+});
+
+await chapter(page, 'fingers, paper and hidden characters', async () => {
+  await endFleet();
+  endFleet = start('fleet', '--self', '--count', '200', '--units', '/tmp/units.csv');
+  await discover();
+  await page.getByLabel('Filter').fill('');
+  const rows = page.locator('tbody tr[aria-rowindex]');
+  assert.ok((await rows.count()) < 60);
+  await page.evaluate(() => dispatchEvent(new Event('beforeprint')));
+  await page.emulateMedia({ media: 'print' });
+  await page.waitForFunction(() => document.querySelectorAll('tbody tr[aria-rowindex]').length === 206);
+  const { height, inner } = await page.evaluate(() => ({
+    height: document.querySelector('.table').clientHeight,
+    inner: document.querySelector('.table table').clientHeight,
+  }));
+  assert.ok(height >= inner, 'the table is cut on paper');
+  await page.emulateMedia({ media: 'screen' });
+  await page.evaluate(() => dispatchEvent(new Event('afterprint')));
+  await page.getByText('R⟨U+202E⟩L').first().waitFor();
+  await page.getByRole('link', { name: 'R⟨U+202E⟩L' }).click();
+  await page.getByRole('heading', { name: 'R⟨U+202E⟩L' }).waitFor();
+
+  const phone = await page
+    .context()
+    .browser()
+    .newPage({ viewport: { width: 390, height: 800 }, hasTouch: true, isMobile: true });
+  await phone.goto(address);
+  for (const hash of ['units', 'streams', 'firmware', 'snapshots', 'configure', 'unit', 'listings']) {
+    await phone.goto(`${address}#${hash}`);
+    await phone.locator('h2:visible').waitFor();
+    if (['units', 'streams'].includes(hash)) await phone.locator('.table').waitFor();
+    const small = await phone.evaluate(() =>
+      [...document.querySelectorAll('button, select, summary, a[href]:not(.skip)')]
+        .map((element) => [element.innerText, element.getBoundingClientRect().height])
+        .filter(([, height]) => height > 0 && height < 44),
+    );
+    assert.deepEqual(small, [], hash);
+  }
+});
+
+await chapter(page, 'how long 2,000 units take', async () => {
+  await endFleet();
+  start('fleet', '--self', '--count', '1999');
+  await until(async () => {
+    await discover(); // the fleet takes a while to start
+    return /^2000 units/.test(await page.locator('#totals').innerText());
+  });
+  // Milliseconds from what a person does until what is looked for is on the screen.
+  const time = (deed, place, text, wanted) =>
+    page.evaluate(
+      async (names) => {
+        const start = performance.now();
+        if (names.deed === 'go') location.hash = names.place;
+        if (names.deed === 'click')
+          [...document.querySelectorAll('button')]
+            .find(({ innerText }) => innerText.startsWith(names.place))
+            .click();
+        if (names.deed === 'fill') {
+          const field = document.querySelector(`${names.place} input[type=search]`);
+          field.value = names.text;
+          field.dispatchEvent(new Event('input', { bubbles: true }));
+        }
+        const frame = () => new Promise((resolve) => requestAnimationFrame(() => setTimeout(resolve)));
+        for (let turns = 0; !(await frame(), document.querySelector(names.wanted)); ++turns)
+          if (turns > 300) throw new Error(`${names.wanted} is not there`);
+        return Math.round(performance.now() - start);
+      },
+      { deed, place, text, wanted },
+    );
+  const [units, streams] = ['[aria-labelledby=units-heading]', '[aria-labelledby=streams-heading]'];
+  const figures = {};
+  await goTo('Listings');
+  figures.table = await time('go', 'units', '', `${units} tbody tr`);
+  figures['filter of the table'] = await time(
+    'fill',
+    units,
+    'unit-1999',
+    `${units} table[aria-rowcount="2"]`,
+  );
+  await time('fill', units, '', `${units} table[aria-rowcount="2001"]`);
+  figures.matrix = await time('go', 'streams', '', `${streams} tbody td`);
+  figures['filter of the matrix'] = await time(
+    'fill',
+    streams,
+    'unit-200',
+    `${streams} table[aria-colcount="3"]`,
+  );
+  figures.firmware = await time('go', 'firmware', '', '.card');
+  await time('go', 'units', '', units);
+  figures.draft = await time('click', 'Configure these', '', '[role=grid] tbody td');
+  const heap = await page.evaluate(() => performance.memory.usedJSHeapSize);
+  const list = Object.entries(figures).map(([name, milliseconds]) => `${name} ${milliseconds} ms`);
+  console.log(`${list.join(', ')}; heap ${Math.round(heap / 1e6)} MB`);
 });
 process.exit();

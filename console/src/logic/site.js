@@ -3,6 +3,7 @@
 
 import { kindOfModel } from './class_rules.js';
 import { readDiscovery } from './unit_csv.js';
+import { visible } from './visible.js';
 
 // Compares texts as people order them: 10.0.0.9 before 10.0.0.10.
 export const inOrder = new Intl.Collator('en', { numeric: true }).compare;
@@ -58,7 +59,8 @@ export function readSite(text) {
   };
 }
 
-export const nameOf = (unit) => unit.values['UNIT.ID'] || unit.values['IP.ADDRESS'] || '';
+// The name of a unit as it is shown.
+export const nameOf = (unit) => visible(unit.values['UNIT.ID'] || unit.values['IP.ADDRESS'] || '');
 
 // By which a unit is found again in another discovery.
 export const keyOf = (unit) => unit.values['UNIT.SERIAL'] || nameOf(unit);

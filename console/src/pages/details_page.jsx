@@ -5,6 +5,7 @@ import { draftFromSite } from '../actions.js';
 import { nameOf } from '../logic/site.js';
 import { compareValues } from '../logic/snapshots.js';
 import { readStreams } from '../logic/streams.js';
+import { visible } from '../logic/visible.js';
 import { findUnit, settingsByGroup } from '../logic/unit_details.js';
 import { ConsoleLink, UnitLink, isOwn } from '../parts/unit_link.jsx';
 import { texts } from '../texts.js';
@@ -65,7 +66,7 @@ function Settings({ label, columns, rows }) {
           <tr key={key}>
             <th scope="row">{key}</th>
             {values.map((value, at) => (
-              <td key={at}>{value}</td>
+              <td key={at}>{visible(value)}</td>
             ))}
           </tr>
         ))}

@@ -4,6 +4,7 @@ import { Fragment } from 'preact';
 import { useMemo, useState } from 'preact/hooks';
 import { runUpdate } from '../actions.js';
 import { gatherProblems } from '../logic/preflight.js';
+import { visible } from '../logic/visible.js';
 import { Table } from '../parts/table.jsx';
 import { CancelButton, Check, Dialog, DownloadButton, stamp } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
@@ -11,7 +12,7 @@ import { texts } from '../texts.js';
 const words = texts.configure;
 // By which people know the unit of a row.
 export const nameOf = ({ unit, values }) =>
-  unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
+  visible(unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL']);
 
 const mostProblems = 100; // that are listed one by one
 const mostRows = 12; // of a problem, that have a link each
@@ -84,7 +85,14 @@ function changesOf(plan) {
       .map(([key, cell]) => ({
         id: `${row.number} ${key}`,
         state: row.state === 'left-out' ? 'fault' : cell.state,
-        texts: [String(row.number), nameOf(row), key, cell.old ?? '?', cell.value, whatBecomesOf(row, cell)],
+        texts: [
+          String(row.number),
+          nameOf(row),
+          key,
+          cell.old ?? '?',
+          cell.value,
+          whatBecomesOf(row, cell),
+        ].map(visible),
       })),
   );
 }

@@ -5,6 +5,7 @@ import { draftSettings } from '../actions.js';
 import { forget, keep, listKept } from '../kept.js';
 import { nameOf, readSite } from '../logic/site.js';
 import { compareValues, wayBack } from '../logic/snapshots.js';
+import { visible } from '../logic/visible.js';
 import { Table } from '../parts/table.jsx';
 import { UnitLink } from '../parts/unit_link.jsx';
 import { Choice, DownloadButton, ErrorNotice } from '../parts/widgets.jsx';
@@ -126,8 +127,8 @@ function Differences({ then, now: after, back, ownSerial }) {
                 <UnitLink {...{ unit, ownSerial }} />
               </th>
               <td>{key}</td>
-              <td title={from}>{from}</td>
-              <td title={to}>{to}</td>
+              <td title={from}>{visible(from)}</td>
+              <td title={to}>{visible(to)}</td>
             </tr>
           )}
           {...{ columns }}

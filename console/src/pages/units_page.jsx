@@ -5,6 +5,7 @@ import { attempt, discover, draftFromSite } from '../actions.js';
 import { templateOf } from '../logic/presets.js';
 import { inOrder } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
+import { visible } from '../logic/visible.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
 import { UnitLink } from '../parts/unit_link.jsx';
 import { BusyButton, Choice, DownloadButton, FilterInput, Menu, stamp, useClock } from '../parts/widgets.jsx';
@@ -14,15 +15,15 @@ import { texts } from '../texts.js';
 const words = texts.units;
 const usualKeys = [
   'UNIT.ID',
+  'VW.NAME',
+  'DANTE.DEVICE_NAME',
   'IP.ADDRESS',
   'UNIT.MODEL',
   'UNIT.SERIAL',
+  'STREAM.HOST',
+  'STREAM.RTP_ADDRESS',
   'UNIT.FIRMWARE',
   'IP.DHCP_STATUS',
-  'STREAM.RTP_ADDRESS',
-  'STREAM.HOST',
-  'VW.NAME',
-  'DANTE.DEVICE_NAME',
 ];
 const usualTime = 4200; // milliseconds of a discovery in the one-pass mode
 
@@ -59,6 +60,7 @@ function Comparison({ comparison }) {
 
 function Summary({ site, comparison }) {
   const conflicts = site.units.filter((unit) => unit.marks.some((mark) => mark !== 'fields')).length;
+  const unclear = site.units.filter((unit) => unit.marks.includes('fields')).length;
   const date =
     site.modified &&
     new Date(site.modified).toLocaleString('en-GB', { dateStyle: 'medium', timeStyle: 'short' });
@@ -75,6 +77,7 @@ function Summary({ site, comparison }) {
         )}
       </p>
       {conflicts > 0 && <p class="conflict">⚠ {words.conflicts(conflicts)}</p>}
+      {unclear > 0 && <p class="conflict">⚠ {words.unclear(unclear)}</p>}
       {site.hidden > 0 && <p class="conflict">⚠ {words.hidden(site.hidden, site.keys[0])}</p>}
     </div>
   );
@@ -132,7 +135,7 @@ function Marks({ unit }) {
 }
 
 function UnitRow({ unit, columns, index, ownSerial }) {
-  const text = (key) => unit.values[key];
+  const text = (key) => visible(unit.values[key]);
   const [first, ...others] = columns;
   return (
     <tr aria-rowindex={index} class={unit.marks.length > 0 ? 'conflict' : ''}>

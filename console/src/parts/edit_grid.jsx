@@ -2,6 +2,7 @@
 // by it.
 
 import { useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { visible } from '../logic/visible.js';
 import { Table, rowHeight } from './table.jsx';
 
 const pageRows = 15;
@@ -169,7 +170,7 @@ function Cell({ text, mark, look, here, selected, typed, title, activate, start,
   return (
     <td {...attributes} title={text}>
       {mark && <span class="hidden">{mark}: </span>}
-      {text}
+      {visible(text)}
     </td>
   );
 }

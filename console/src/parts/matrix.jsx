@@ -2,11 +2,10 @@
 // focus stays on the table; the active crossing is named by it.
 
 import { useLayoutEffect, useRef, useState } from 'preact/hooks';
-import { useInSight } from './table.jsx';
+import { rowHeight, useInSight } from './table.jsx';
 import { moved } from './edit_grid.jsx';
 
-// Pixels of a crossing, as in console.css.
-const size = matchMedia('(pointer: coarse)').matches ? 44 : 28;
+const size = rowHeight; // of a crossing, both ways
 const activeId = 'active-crossing';
 
 const Space = ({ columns }) => (columns > 0 ? <td aria-hidden="true" class="gap" /> : null);

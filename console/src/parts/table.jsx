@@ -2,8 +2,25 @@
 
 import { useLayoutEffect, useRef, useState } from 'preact/hooks';
 
-export const rowHeight = 28; // pixels, as in console.css
+// Pixels of a row, as in console.css: fingers need more than a mouse.
+export const rowHeight = matchMedia('(pointer: coarse)').matches ? 44 : 28;
 const spare = 6; // items beyond those in sight, on both sides
+
+// Whether the page is being printed.
+function usePrinting() {
+  const [printing, setPrinting] = useState(false);
+  useLayoutEffect(() => {
+    const begin = () => setPrinting(true);
+    const end = () => setPrinting(false);
+    addEventListener('beforeprint', begin);
+    addEventListener('afterprint', end);
+    return () => {
+      removeEventListener('beforeprint', begin);
+      removeEventListener('afterprint', end);
+    };
+  }, []);
+  return printing;
+}
 
 // Which of `count` items of `size` pixels are in sight of a scrolling element, from top to bottom or from left to right.
 // Returns [first, end].
@@ -21,6 +38,8 @@ export function useInSight(box, count, size = rowHeight, offset = 'scrollTop', e
       element.removeEventListener('scroll', onScroll);
     };
   }, []);
+  // Paper has no scroll bar.
+  if (usePrinting()) return [0, count];
   const end = Math.min(count, start + Math.ceil(length / size) + 1 + spare);
   return [Math.max(0, Math.min(start, count) - spare), end];
 }

@@ -185,6 +185,7 @@ function decideCells(row, keys, problems) {
   for (const key of keys) {
     const cell = decideCell(key, row.values[key] ?? '', row);
     row.cells[key] = cell;
+    if (cell.state === 'same' || cell.state === 'blank') continue;
     const place = { column: key, row: row.number };
     if (cell.state === 'fault') problems.add('out', `cell-${cell.reason}`, place);
     if (cell.state === 'held') problems.add('held', `held-${cell.reason}`, place);
@@ -223,18 +224,19 @@ function readRow(draftRow, context) {
 // Takes the settings that a row would be sent, and leaves the row out when there are none or too many.
 function chooseSettings(row, { onlyChanges, problems }) {
   if (row.state !== 'send') return;
-  const sent = Object.entries(row.cells).filter(
-    ([, cell]) => cell.name && (cell.state === 'change' || !onlyChanges),
-  );
-  row.settings = sent.map(([key, { name, value }]) => ({ key, name, value }));
-  row.changes = Object.values(row.cells).filter((cell) => cell.state === 'change').length;
+  row.settings = Object.keys(row.cells).flatMap((key) => {
+    const { state, name, value } = row.cells[key];
+    return name && (state === 'change' || !onlyChanges) ? [{ key, name, value }] : [];
+  });
+  if (row.settings.length === 0) {
+    row.state = 'unchanged';
+    return;
+  }
   const message = messageOf(
     row.values[serialKey],
     row.settings.map(({ name, value }) => [name, value]),
   );
-  if (sent.length === 0) {
-    row.state = 'unchanged';
-  } else if (byteLength(message) > longestMessage) {
+  if (byteLength(message) > longestMessage) {
     leaveOut(row, 'message-too-long', problems, { detail: String(byteLength(message)) });
   }
 }

@@ -56,11 +56,11 @@ export function Matrix({ label, corner, rows, columns, crossing, active, activat
         class={here ? `${look} active` : look}
         aria-colindex={column + 2}
         title={say}
+        aria-label={say}
         onClick={click}
         onMouseEnter={() => setPointed(column)}
       >
-        <span aria-hidden="true">{sign}</span>
-        <span class="hidden">{say}</span>
+        {sign}
       </td>
     );
   };

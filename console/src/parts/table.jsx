@@ -113,7 +113,7 @@ export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, r
 
 // A width in characters that fits a column's title and nearly all of its texts.
 export function fittingWidth(title, texts) {
-  const lengths = texts.map((text) => text.length).sort((one, other) => one - other);
+  const lengths = Uint32Array.from(texts, (text) => text.length).sort();
   const long = lengths[Math.floor(lengths.length * 0.98)] ?? 0;
   return Math.max(6, Math.min(34, Math.max(title.length * 1.15 + 3, long) + 2));
 }

@@ -1,13 +1,16 @@
 // What the console does with the unit, step by step, for the pages to call.
 
+import { forget, keep, readKept } from './kept.js';
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
+import { headerLine } from './logic/headers.js';
 import { RequestFailure, RequestQueue } from './logic/request_queue.js';
-import { compareSites, inOrder, memoryOf, readSite } from './logic/site.js';
+import { withSettings } from './logic/draft.js';
+import { compareSites, inOrder, memoryOf, readSite, serialAt } from './logic/site.js';
 import { applyResults, isEnded, readSiteLog } from './logic/site_log.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
 import { ownLines, readDiscovery } from './logic/unit_csv.js';
-import { get, recall, remember, set } from './store.js';
+import { get, listen, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
 
@@ -41,19 +44,22 @@ export async function attempt(action) {
 }
 
 // Shows a discovery's file, compared with the discovery before it, be it in an earlier session.
-function showSite(file) {
+async function showSite(file) {
   const site = { ...readSite(file.text), bytes: file.bytes, modified: file.modified };
-  let memory = recall('site');
-  if (memory?.modified !== site.modified) {
-    memory = { modified: site.modified, now: memoryOf(site), then: memory?.now ?? null };
-    remember('site', memory);
+  let known = await readKept('site');
+  if (known?.modified !== site.modified) {
+    known = { modified: site.modified, text: file.text, before: known?.text ?? null };
+    await keep('site', known);
   }
-  set({ site, outdated: false, comparison: memory.then ? compareSites(memory.then, memory.now) : null });
+  const ownSerial = serialAt(site, location.hostname) || get().ownSerial;
+  const earlier = known.before === null ? null : readSite(known.before);
+  const comparison = earlier && compareSites(memoryOf(earlier), memoryOf(site));
+  set({ site, ownSerial, earlier, comparison, outdated: false });
 }
 
 export async function loadSite() {
   const file = await readStatic(siteFile);
-  if (file) showSite(file);
+  if (file) await showSite(file);
 }
 
 // A discovery that could not reach the network leaves the file of the last one.
@@ -65,7 +71,7 @@ export async function discover() {
     const file = await readStatic(siteFile);
     if (!file || (file.modified !== '' && file.modified === before?.modified))
       throw new Error(texts.units.noNewList);
-    showSite(file);
+    await showSite(file);
   } finally {
     set({ discovery: null });
   }
@@ -73,25 +79,35 @@ export async function discover() {
 
 // Drafts
 
+const showDraft = (draft) => set({ draft, earlierDrafts: [], laterDrafts: [], run: null });
+
+// Makes a changed draft the present one: a step to undo.
+function changeDraft(draft) {
+  const { draft: before, earlierDrafts } = get();
+  set({ draft, earlierDrafts: before ? [...earlierDrafts.slice(-99), before] : [], laterDrafts: [] });
+}
+
 // Whether a draft may be replaced: at once when nothing in it was edited, else when a person says so.
-const mayReplaceDraft = () => get().earlierDrafts.length === 0 || confirm(texts.configure.discard);
+const mayReplaceDraft = () => !get().draft?.edited || confirm(texts.configure.discard);
 
 export async function openDraft(file) {
   const own = ownLines(new TextDecoder().decode(get().site.bytes));
   const { rows, notes } = readSpreadsheet(new Uint8Array(await file.arrayBuffer()), own);
-  const [header = [], ...lines] = rows;
-  const draft = {
+  const textsOf = (cells = []) => cells.map((cell) => cell.text);
+  const titles = headerLine(rows.map(textsOf), get().site.keys);
+  if (titles > 0) notes.push(['titles', titles]);
+  showDraft({
     name: file.name,
     source: 'file',
-    columns: header.map((cell) => cell.text),
-    rows: lines.map((cells, at) => ({
-      number: at + 2,
-      cells: cells.map((cell) => cell.text),
+    columns: textsOf(rows[titles]),
+    headerRow: titles + 1,
+    rows: rows.slice(titles + 1).map((cells, at) => ({
+      number: titles + at + 2,
+      cells: textsOf(cells),
       quoted: cells.map((cell) => cell.quoted),
     })),
     notes,
-  };
-  set({ draft, earlierDrafts: [], run: null });
+  });
 }
 
 // Every unit with its settings; of what units only report, no more than tells them apart.
@@ -106,12 +122,39 @@ export function draftFromSite(chosen) {
   const byId = (one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? '');
   const units = chosen ?? [...site.units].sort(byId);
   const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
-  set({ draft: { name: '', source: 'site', columns, rows, notes: [] }, earlierDrafts: [], run: null });
+  showDraft({ name: '', source: 'site', columns, rows, notes: [] });
+  return true;
+}
+
+// A draft of nothing but these settings {unit, key, value}. Returns whether it is there.
+export function draftSettings(settings, name) {
+  if (!mayReplaceDraft()) return false;
+  showDraft({ ...withSettings(null, settings), name, edited: false });
   return true;
 }
 
 export function dropDraft() {
-  if (mayReplaceDraft()) set({ draft: null, earlierDrafts: [] });
+  if (mayReplaceDraft()) showDraft(null);
+}
+
+const keepDelay = 300; // milliseconds after an edit
+let safeDraft = null; // the draft as the browser has kept it
+
+export const draftIsSafe = () => !get().draft?.edited || get().draft === safeDraft;
+
+// Brings back the draft that was there when the page was left, and keeps it from then on.
+export async function restoreDraft() {
+  safeDraft = (await readKept('draft')) ?? null;
+  if (safeDraft && !get().draft) set({ draft: safeDraft });
+  let timer = null;
+  const keepIt = async () => {
+    const { draft } = get();
+    if (draft ? await keep('draft', draft) : await forget('draft')) safeDraft = draft;
+  };
+  listen(({ draft }) => {
+    clearTimeout(timer);
+    if (draft !== safeDraft) timer = setTimeout(keepIt, keepDelay);
+  });
 }
 
 // From a CSV that this console has written for the unit.
@@ -119,13 +162,12 @@ export function draftFromText(text, name, source) {
   if (!mayReplaceDraft()) return;
   const { keys, rows } = readDiscovery(text);
   const lines = rows.map((cells, at) => ({ number: at + 2, cells: cells.slice(0, -1) }));
-  const draft = { name, source, columns: keys.slice(0, -1), rows: lines, notes: [] };
-  set({ draft, earlierDrafts: [], run: null });
+  showDraft({ name, source, columns: keys.slice(0, -1), rows: lines, notes: [] });
 }
 
 // Puts texts into cells: [row index, column index, text]. Several make one step to undo.
 export function editCells(edits) {
-  const { draft, earlierDrafts } = get();
+  const { draft } = get();
   if (!draft) return;
   const rows = [...draft.rows];
   for (const [row, column, text] of edits) {
@@ -134,13 +176,33 @@ export function editCells(edits) {
     cells[column] = text;
     rows[row] = { ...rows[row], cells, quoted: undefined };
   }
-  set({ draft: { ...draft, rows }, earlierDrafts: [...earlierDrafts.slice(-99), draft] });
+  changeDraft({ ...draft, rows, edited: true });
+}
+
+// Puts settings {unit, key, value} into the draft, which begins with them when there is none. They make one step to undo.
+export function putIntoDraft(settings) {
+  changeDraft(withSettings(get().draft, settings));
+}
+
+// Gives columns other names, by index.
+export function renameColumns(names) {
+  const { draft } = get();
+  const columns = draft.columns.map((name, at) => names.get(at) ?? name);
+  changeDraft({ ...draft, columns, edited: true });
 }
 
 export function undoEdit() {
-  const { earlierDrafts } = get();
-  if (earlierDrafts.length > 0)
-    set({ draft: earlierDrafts.at(-1), earlierDrafts: earlierDrafts.slice(0, -1) });
+  const { draft, earlierDrafts, laterDrafts } = get();
+  if (earlierDrafts.length === 0) return;
+  const rest = earlierDrafts.slice(0, -1);
+  set({ draft: earlierDrafts.at(-1), earlierDrafts: rest, laterDrafts: [...laterDrafts, draft] });
+}
+
+export function redoEdit() {
+  const { draft, earlierDrafts, laterDrafts } = get();
+  if (laterDrafts.length === 0) return;
+  const rest = laterDrafts.slice(0, -1);
+  set({ draft: laterDrafts.at(-1), earlierDrafts: [...earlierDrafts, draft], laterDrafts: rest });
 }
 
 // Mass update

@@ -2,9 +2,13 @@
 
 import { render } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
-import { attempt, loadSite, resumeRun } from './actions.js';
+import { attempt, draftIsSafe, loadSite, restoreDraft, resumeRun } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
+import { DetailsPage } from './pages/details_page.jsx';
+import { FirmwarePage } from './pages/firmware_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
+import { SnapshotsPage } from './pages/snapshots_page.jsx';
+import { StreamsPage } from './pages/streams_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
 import { ThemeChoice } from './parts/theme.jsx';
@@ -12,8 +16,28 @@ import { ErrorNotice } from './parts/widgets.jsx';
 import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
 
-const pages = { units: UnitsPage, configure: ConfigurePage, unit: UnitPage, listings: ListingsPage };
-const pageOfAddress = () => (Object.hasOwn(pages, location.hash.slice(1)) ? location.hash.slice(1) : 'units');
+const pages = {
+  units: UnitsPage,
+  details: DetailsPage,
+  streams: StreamsPage,
+  firmware: FirmwarePage,
+  snapshots: SnapshotsPage,
+  configure: ConfigurePage,
+  unit: UnitPage,
+  listings: ListingsPage,
+};
+
+// Returns [page, topic]: "#details/KU000002" is the page of that unit.
+function placeOfAddress() {
+  const [, name, topic] = /^#?([^/]*)\/?(.*)$/s.exec(location.hash);
+  try {
+    return Object.hasOwn(pages, name) ? [name, decodeURIComponent(topic)] : ['units', ''];
+  } catch {
+    return ['units', ''];
+  }
+}
+
+const inNavigation = Object.entries(texts.pages).filter(([name]) => name !== 'details');
 
 function Activity({ activity }) {
   return (
@@ -40,7 +64,7 @@ function Head({ page, activity }) {
     <header>
       <h1>{texts.title}</h1>
       <nav aria-label={texts.title}>
-        {Object.entries(texts.pages).map(([name, title]) => (
+        {inNavigation.map(([name, title]) => (
           <a key={name} href={`#${name}`} aria-current={name === page ? 'page' : undefined}>
             {title}
           </a>
@@ -52,26 +76,41 @@ function Head({ page, activity }) {
   );
 }
 
-function usePage() {
-  const [page, setPage] = useState(pageOfAddress);
+function usePlace() {
+  const [place, setPlace] = useState(placeOfAddress);
+  const [page, topic] = place;
   useEffect(() => {
     const onHash = () => {
       set({ notice: null });
-      setPage(pageOfAddress());
+      setPlace(placeOfAddress());
     };
     addEventListener('hashchange', onHash);
     return () => removeEventListener('hashchange', onHash);
   }, []);
   useEffect(() => {
     document.title = `${texts.pages[page]} – ${texts.title}`;
-  }, [page]);
-  return page;
+  }, [page, topic]);
+  return place;
+}
+
+// What has the focus may go: a row that is scrolled away, a button whose work is done. The page takes the focus then, so
+// that keys and screen readers go on from there.
+function keepFocus() {
+  let last = null;
+  const look = () => {
+    if (!last || last.isConnected || document.activeElement !== document.body) return;
+    last = null;
+    document.getElementById('main').focus({ preventScroll: true });
+  };
+  addEventListener('focusin', ({ target }) => (last = target));
+  // A click that makes something go gives the focus to something else first.
+  new MutationObserver(() => setTimeout(look)).observe(document.body, { childList: true, subtree: true });
 }
 
 // The page of uploads stays while another one is shown: they go on.
 function Console() {
   const state = useStore();
-  const page = usePage();
+  const [page, topic] = usePlace();
   return (
     <>
       <Skip />
@@ -80,7 +119,7 @@ function Console() {
         <ErrorNotice text={state.notice?.text} />
         {Object.entries(pages).map(([name, Page]) => (
           <div key={name} hidden={name !== page}>
-            {(name === page || name === 'unit') && <Page state={state} />}
+            {(name === page || name === 'unit') && <Page state={state} topic={topic} />}
           </div>
         ))}
       </main>
@@ -89,10 +128,12 @@ function Console() {
 }
 
 addEventListener('beforeunload', (event) => {
-  if (get().activity || get().earlierDrafts.length > 0) event.preventDefault();
+  if (get().activity || !draftIsSafe()) event.preventDefault();
 });
 // A file dropped beside its place would replace the page.
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
 render(<Console />, document.body);
+keepFocus();
 attempt(loadSite);
+attempt(restoreDraft);
 attempt(resumeRun);

@@ -7,17 +7,20 @@ let state = {
   discovery: null, //   {since} while a discovery runs
   site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}
   outdated: false, //   whether a mass update ran since
-  ownSerial: '', //     of this unit, once it has skipped itself in an update
-  comparison: null, //  with the discovery before
-  draft: null, //       of a mass update: {name, source, columns, rows, notes};
+  ownSerial: '', //     of this unit, when its address is in the page's or it has skipped itself in an update
+  earlier: null, //     the site of the discovery before
+  comparison: null, //  with that one
+  draft: null, //       of a mass update: {name, source, columns, rows, notes, headerRow, edited};
   //                    source is file, site, retry or undo
   earlierDrafts: [], // to undo edits
+  laterDrafts: [], //   to redo them
   run: null, //         {rows, undo, records, over, ended, failure, kept} of the mass update that runs or ran
   notice: null, //      {level, text}
 };
 const listeners = new Set();
 
 export const get = () => state;
+export const listen = (listener) => listeners.add(listener);
 
 export function set(changes) {
   state = { ...state, ...changes };

@@ -2,6 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { headerLine, suggestedKey } from '../../console/src/logic/headers.js';
 import { readSpreadsheet, writeSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
 import {
   ownLines,
@@ -41,6 +42,41 @@ test('a CSV is read as the unit reads it', () => {
   assert.deepEqual(readAsUnit(`${pushedOut},\r\n`, keys).unused, keys.slice(-1));
 });
 
+test('a header is found below titles, and what people call a setting is understood', () => {
+  const lines = [
+    [
+      ['UNIT.SERIAL', 'x'],
+      ['S1', 'name'],
+    ],
+    [
+      ['Site list', ''],
+      ['', ''],
+      ['Serial', 'Room'],
+      ['S1', 'A'],
+    ],
+    [['Plan of UNIT.SERIAL'], ['SN', 'VW name'], ['S1', 'id']],
+    [['a'], ['b']],
+    [],
+  ];
+  assert.deepEqual(
+    lines.map((rows) => headerLine(rows, keys)),
+    [0, 2, 1, 0, 0],
+  );
+  const all = [...keys, 'IP.ADDRESS', 'IP.STATIC_ADDRESS', 'IP.NETMASK', 'IP.STATIC_NETMASK', 'BT.NAME'];
+  const table = {
+    Serial: 'UNIT.SERIAL',
+    'serial no.': 'UNIT.SERIAL',
+    unit_serial: 'UNIT.SERIAL',
+    Netmask: 'IP.STATIC_NETMASK',
+    'Static address': 'IP.STATIC_ADDRESS',
+    Model: 'UNIT.MODEL',
+    Name: '', // VW.NAME or BT.NAME
+    Colour: '',
+    '': '',
+  };
+  for (const [header, key] of Object.entries(table)) assert.equal(suggestedKey(header, all), key, header);
+});
+
 test('what is written for the unit is read back', () => {
   for (const value of ['plain', 'a,b', 'say "x"', ' blanks ', '', ',', "'", '=1+1', 'Küche']) {
     assert.equal(whyNotWritable(value), null);
@@ -65,6 +101,7 @@ test('spreadsheets are read whatever they write', () => {
     [bytes('a,b\n1,2'), ['a|b', '1|2'], []],
     [bytes('\ufeffa;b\r\n"1;2";"say ""x"""\r\n'), ['a|b', '1;2|say "x"'], ['bom', 'separator']],
     [bytes('sep=;\r\na;b,c\r\n'), ['a|b,c'], ['separator']],
+    [bytes('Site list\n\na;b;c,d\n'), ['Site list', '', 'a|b|c,d'], ['separator']],
     [bytes('a\tb\r1\t2\r'), ['a|b', '1|2'], ['separator']],
     [bytes('a,b\n"x\ny",\n'), ['a|b', 'x\ny|'], [['quote-lines', 2]]],
     [bytes("a\n'=1+1\n'plain'\n"), ['a', '=1+1', "'plain'"], ['guard']],

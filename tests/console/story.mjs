@@ -58,8 +58,12 @@ await chapter(page, 'the units are found, compared and shown', async () => {
   assert.equal(await page.locator('tr.conflict').count(), 2);
   assert.deepEqual(await look(page, 'units'), []);
 
+  await page.getByText('CSV files…').click();
   assert.equal(await download(page, 'CSV as the unit wrote it'), content('/www/site.csv'));
   assert.match(await download(page, 'CSV for spreadsheets'), /^\ufeffIP\.ADDRESS,UNIT\.ID,/);
+  await page.getByLabel('Separator').selectOption('Semicolon');
+  assert.match(await download(page, 'CSV for spreadsheets'), /^\ufeffIP\.ADDRESS;UNIT\.ID;/);
+  assert.match(await download(page, 'Template for these 12 units'), /\r\nKU000003;RX610;UNIT-003;;;;\r\n/);
   await page.getByLabel('Show').selectOption('Decoders');
   await page.getByLabel('Filter').fill('room 90');
   await page.getByText('3 of 12 shown').waitFor();
@@ -67,7 +71,7 @@ await chapter(page, 'the units are found, compared and shown', async () => {
   await page.getByText('Columns (10 of 43)').click();
   await page.getByLabel('UNIT.MODEL').uncheck();
   const rows = await cellsOf('tbody tr');
-  const shown = rows.map(([id, , address, serial]) => `${id} ${address} ${serial}`);
+  const shown = rows.map(([id, , , , address, serial]) => `${id} ${address} ${serial}`);
   const expected = ['UNIT-901 10.77.9.2 REFUSER', 'UNIT-900 10.77.9.1 SILENT', 'UNIT-900 10.77.9.3 TWIN'];
   assert.deepEqual(shown, expected);
   await button('Configure these 3 units').click();
@@ -100,11 +104,11 @@ await chapter(page, 'a spreadsheet’s file is checked before anything is sent',
     'Held back 6 VW.NAME Only decoders take it.',
     'Put right A byte order mark at the start would spoil the first column’s name.',
     'Put right Cells are not separated by commas; the unit knows nothing else.',
-    'Put right 2, 4–6 UNIT.MODEL The model is taken from the discovery; without it the unit would hold most settings back.',
+    'Put right 2, 4, 5, 6 UNIT.MODEL The model is taken from the discovery; without it the unit would hold most settings back.',
   ]);
   assert.deepEqual(await look(page, 'preflight'), []);
 
-  await page.getByLabel('Rows').selectOption('Rows with problems');
+  await page.getByRole('combobox', { name: 'Rows' }).selectOption('Rows with problems');
   await type('KU000005', 'UNIT.ID', 'HALL-5'); // no problem any more, and still there
   await page.keyboard.type('HALL-9');
   await page.keyboard.press('Enter');
@@ -133,7 +137,7 @@ await chapter(page, 'cells are edited with the keyboard, filled and undone', asy
   await page.getByText('1 setting for 1 unit;').waitFor();
 
   await page.getByText('Fill a column…').click();
-  await page.getByLabel('Column').selectOption('UNIT.ID');
+  await page.getByLabel('Column').first().selectOption('UNIT.ID');
   await page.getByRole('textbox', { name: 'Text' }).fill('SITE-{nnn}');
   await button('Fill 12 rows').click();
   await type('KU000004', 'STREAM.BIT_RATE', '175');

@@ -6,6 +6,10 @@ const maskKey = 'IP.STATIC_NETMASK';
 const gatewayKey = 'IP.STATIC_GATEWAY';
 const presentKey = 'IP.ADDRESS';
 
+// Four numbers without leading zeros, which would be read as octal.
+export const isAddress = (value) =>
+  /^(0|[1-9]\d{0,2})(\.(0|[1-9]\d{0,2})){3}$/.test(value) && value.split('.').every((part) => part < 256);
+
 const numberOf = (address) =>
   address.split('.').reduce((number, part) => number * 256 + Number(part), 0) >>> 0;
 const isIn = (address, other, mask) =>

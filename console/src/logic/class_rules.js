@@ -20,6 +20,9 @@ export const longestMessage = 2047;
 
 const encoder = new TextEncoder();
 export const byteLength = (text) => encoder.encode(text).length;
+
+// Whether a text has more than so many bytes; one letter takes three at most, so that nearly none is encoded for it.
+export const isLongerThan = (text, most) => text.length * 3 > most && byteLength(text) > most;
 export const same = (one, other) => one.toLowerCase() === other.toLowerCase();
 
 const modelSet = (names) => new Set(names.map((name) => name.toLowerCase()));

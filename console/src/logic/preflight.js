@@ -1,14 +1,14 @@
 // What a mass update would do, before anything is sent: every fault of a draft at once, what each cell changes, what the
 // unit holds back, the CSV that is sent in the end and the one that takes it back.
 //
-// A draft is {columns, rows, notes}: the header's texts, rows {number, cells, quoted} with the texts of their cells, and
-// the notes of the reader. The header is row 1. Of a fault nothing is sent: a faulty cell is left out, and so is a row
+// A draft is {columns, rows, notes, headerRow}: the header's texts, rows {number, cells, quoted} with the texts of their
+// cells, the notes of the reader, and the number of the header's row, 1 if not given. Of a fault nothing is sent: a faulty cell is left out, and so is a row
 // that would go nowhere or to the wrong unit.
 //
 // Problems are {level, code, column, rows, detail}. Levels: `stop` nothing can be sent; `out` something is left out;
 // `check` it is sent, and may be wrong; `held` the unit takes no such setting; `fixed` put right in what is sent.
 
-import { addressProblems } from './addresses.js';
+import { addressProblems, isAddress } from './addresses.js';
 import {
   acceptedKey,
   byteLength,
@@ -60,11 +60,11 @@ export function gatherProblems(problems, most) {
 }
 
 // Finds the key of each column; of a column that is not sent there is none.
-function readHeader(columns, keys, problems) {
+function readHeader({ columns, headerRow = 1 }, keys, problems) {
   const found = columns.map((field, at) => {
     const name = field.trim();
     const key = acceptedKey(name, keys);
-    const place = { column: name || `#${at + 1}`, row: 1 };
+    const place = { column: name || `#${at + 1}`, row: headerRow };
     if (key === null) {
       if (name !== '' || at < columns.length - 1)
         problems.add('out', name === '' ? 'column-blank' : 'column-unknown', place);
@@ -78,15 +78,13 @@ function readHeader(columns, keys, problems) {
     return key;
   });
   groupBy(found.filter(Boolean), (key) => key).forEach((columnsOfKey, key) => {
-    if (columnsOfKey.length > 1) problems.add('stop', 'column-twice', { column: key, row: 1 });
+    if (columnsOfKey.length > 1) problems.add('stop', 'column-twice', { column: key, row: headerRow });
   });
-  if (!found.includes(serialKey)) problems.add('stop', 'no-serial-column', { column: serialKey, row: 1 });
+  if (!found.includes(serialKey))
+    problems.add('stop', 'no-serial-column', { column: serialKey, row: headerRow });
   return found;
 }
 
-// Four numbers without leading zeros, which would be read as octal.
-const isAddress = (value) =>
-  /^(0|[1-9]\d{0,2})(\.(0|[1-9]\d{0,2})){3}$/.test(value) && value.split('.').every((part) => part < 256);
 const isNetmask = (value) =>
   /^1+0*$/.test(
     value
@@ -187,6 +185,7 @@ function decideCells(row, keys, problems) {
   for (const key of keys) {
     const cell = decideCell(key, row.values[key] ?? '', row);
     row.cells[key] = cell;
+    if (cell.state === 'same' || cell.state === 'blank') continue;
     const place = { column: key, row: row.number };
     if (cell.state === 'fault') problems.add('out', `cell-${cell.reason}`, place);
     if (cell.state === 'held') problems.add('held', `held-${cell.reason}`, place);
@@ -225,18 +224,19 @@ function readRow(draftRow, context) {
 // Takes the settings that a row would be sent, and leaves the row out when there are none or too many.
 function chooseSettings(row, { onlyChanges, problems }) {
   if (row.state !== 'send') return;
-  const sent = Object.entries(row.cells).filter(
-    ([, cell]) => cell.name && (cell.state === 'change' || !onlyChanges),
-  );
-  row.settings = sent.map(([key, { name, value }]) => ({ key, name, value }));
-  row.changes = Object.values(row.cells).filter((cell) => cell.state === 'change').length;
+  row.settings = Object.keys(row.cells).flatMap((key) => {
+    const { state, name, value } = row.cells[key];
+    return name && (state === 'change' || !onlyChanges) ? [{ key, name, value }] : [];
+  });
+  if (row.settings.length === 0) {
+    row.state = 'unchanged';
+    return;
+  }
   const message = messageOf(
     row.values[serialKey],
     row.settings.map(({ name, value }) => [name, value]),
   );
-  if (sent.length === 0) {
-    row.state = 'unchanged';
-  } else if (byteLength(message) > longestMessage) {
+  if (byteLength(message) > longestMessage) {
     leaveOut(row, 'message-too-long', problems, { detail: String(byteLength(message)) });
   }
 }
@@ -392,6 +392,7 @@ function noteReading(draft, problems) {
     'utf-16': 'fixed',
     separator: 'fixed',
     guard: 'fixed',
+    titles: 'fixed',
     encoding: 'check',
     binary: 'stop',
     'quote-open': 'stop',
@@ -409,7 +410,7 @@ function noteReading(draft, problems) {
 export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = {}) {
   const problems = new Problems();
   noteReading(draft, problems);
-  const header = readHeader(draft.columns, site.keys, problems);
+  const header = readHeader(draft, site.keys, problems);
   const keys = [...new Set([...header.filter(Boolean), ...site.keys.filter((key) => key === modelKey)])];
   const unitsBySerial = groupBy(site.units, (unit) => (unit.values[serialKey] ?? '').toLowerCase());
   const context = { header, keys, unitsBySerial, problems, ownSerial, onlyChanges };

@@ -3,6 +3,7 @@
 
 import { kindOfModel } from './class_rules.js';
 import { readDiscovery } from './unit_csv.js';
+import { visible } from './visible.js';
 
 // Compares texts as people order them: 10.0.0.9 before 10.0.0.10.
 export const inOrder = new Intl.Collator('en', { numeric: true }).compare;
@@ -58,12 +59,20 @@ export function readSite(text) {
   };
 }
 
-const nameOf = (unit) => unit.values['UNIT.ID'] || unit.values['IP.ADDRESS'] || '';
+// The name of a unit as it is shown.
+export const nameOf = (unit) => visible(unit.values['UNIT.ID'] || unit.values['IP.ADDRESS'] || '');
+
+// By which a unit is found again in another discovery.
+export const keyOf = (unit) => unit.values['UNIT.SERIAL'] || nameOf(unit);
+
+// The serial of the unit at this address, '' when there is none.
+export const serialAt = (site, address) =>
+  site.units.find((unit) => unit.values['IP.ADDRESS'] === address)?.values['UNIT.SERIAL'] ?? '';
 
 // What to remember of a site for the next comparison: a name by serial.
 export function memoryOf(site) {
   const names = {};
-  for (const unit of site.units) names[unit.values['UNIT.SERIAL'] || nameOf(unit)] = nameOf(unit);
+  for (const unit of site.units) names[keyOf(unit)] = nameOf(unit);
   return { total: site.units.length + site.hidden, names };
 }
 

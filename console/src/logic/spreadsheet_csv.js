@@ -2,6 +2,7 @@
 // quotes, and cells that start like a formula.
 
 const quote = '"';
+export const mostTitles = 10; // lines above a header
 
 // Returns {text, notes}: what the bytes say, and what a reader of the file should know.
 function decode(bytes) {
@@ -17,9 +18,10 @@ function decode(bytes) {
   }
 }
 
-// The separator that the header has most of, commas before all others.
+// The separator that the first line with any has most of, commas before all others.
 function separatorOf(text) {
-  const header = text.slice(0, text.search(/[\r\n]|$/)).replace(/"[^"]*"/g, '');
+  const lines = text.split(/[\r\n]+/, mostTitles + 1).map((line) => line.replace(/"[^"]*"/g, ''));
+  const header = lines.find((line) => /[,;\t]/.test(line)) ?? '';
   const count = (separator) => header.split(separator).length;
   return [',', ';', '\t'].reduce((best, separator) => (count(separator) > count(best) ? separator : best));
 }
@@ -96,11 +98,12 @@ function guard(value) {
   return /^[=+\-@\t\r]/.test(value) && !/^[+-]?\d+([.,]\d+)?$/.test(value) ? `'${value}` : value;
 }
 
-// Writes rows of texts for a spreadsheet: with a byte order mark, quotes where needed, and no cell that acts.
-export function writeSpreadsheet(rows) {
+// Writes rows of texts for a spreadsheet: with a byte order mark, quotes where needed, and no cell that acts. Some
+// languages' spreadsheets want semicolons.
+export function writeSpreadsheet(rows, separator = ',') {
   const field = (value) => {
     const text = guard(value);
     return /[",;\r\n\t]/.test(text) ? quote + text.replaceAll(quote, '""') + quote : text;
   };
-  return `\ufeff${rows.map((cells) => `${cells.map(field).join(',')}\r\n`).join('')}`;
+  return `\ufeff${rows.map((cells) => `${cells.map(field).join(separator)}\r\n`).join('')}`;
 }

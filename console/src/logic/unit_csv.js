@@ -1,7 +1,7 @@
 // CSV as the unit writes and reads it, which is not as spreadsheets do: quotes stand only around a value with a comma,
 // nothing is ever doubled, and what ends a line has rules of its own.
 
-import { acceptedKey, byteLength, kindOfModel, longestText, mostColumns, same } from './class_rules.js';
+import { acceptedKey, isLongerThan, kindOfModel, longestText, mostColumns, same } from './class_rules.js';
 
 const quote = '"';
 
@@ -52,7 +52,7 @@ function takeField(rest) {
 // Stores a cell as the unit does: the first column of a name takes what all columns of that name hold, an empty or
 // overlong value changes nothing.
 function store(record, key, value) {
-  if (!key || byteLength(value) > longestText) return;
+  if (!key || isLongerThan(value, longestText)) return;
   record.values[key] = value || (record.values[key] ?? '');
 }
 
@@ -84,7 +84,7 @@ export function readAsUnit(text, keys) {
 
 // Returns why the unit cannot be given a value, or null when it can.
 export function whyNotWritable(value) {
-  if (byteLength(value) > longestText) return 'too-long';
+  if (isLongerThan(value, longestText)) return 'too-long';
   if (/[\u0000-\u001f\u007f]/.test(value)) return 'control';
   if (value.includes('\ufffd')) return 'unreadable'; // stands for bytes that are no UTF-8
   if (value.includes('&')) return 'ampersand';

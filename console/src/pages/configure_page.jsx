@@ -1,13 +1,24 @@
 // Mass configuration: a draft is opened and edited here; what it would do is preflight_panel.jsx, its run run_view.jsx.
 
-import { useMemo, useState } from 'preact/hooks';
-import { attempt, discover, draftFromSite, dropDraft, editCells, openDraft, undoEdit } from '../actions.js';
+import { useEffect, useMemo, useState } from 'preact/hooks';
+import {
+  attempt,
+  discover,
+  draftFromSite,
+  dropDraft,
+  editCells,
+  openDraft,
+  redoEdit,
+  undoEdit,
+} from '../actions.js';
 import { preflight } from '../logic/preflight.js';
-import { EditGrid } from '../parts/edit_grid.jsx';
+import { EditGrid, focusGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
-import { Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
+import { BusyButton, Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
+import { HeaderMap } from './header_map.jsx';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
+import { PresetTool } from './preset_tool.jsx';
 import { RunView } from './run_view.jsx';
 
 const words = texts.configure;
@@ -119,7 +130,7 @@ function useShownRows({ draft, plan, site, onlyChanges, rowFilter }) {
   );
 }
 
-function Editor({ draft, plan, shown, active: chosen, activate }) {
+function Editor({ draft, plan, site, shown, active: chosen, activate, goNext }) {
   const active = { ...chosen, row: Math.max(0, Math.min(chosen.row, shown.length - 1)) };
   const columns = useColumns(draft);
   const canEdit = (column) => draft.source !== 'site' || draft.columns[column] !== 'UNIT.SERIAL';
@@ -129,11 +140,15 @@ function Editor({ draft, plan, shown, active: chosen, activate }) {
     if (plan.header[column] === null) return 'held';
     return rowAt(at).state === 'left-out' ? 'fault' : (cellAt(at, column)?.state ?? 'blank');
   };
+  const units = shown.map((at) => plan.rows[at].unit).filter(Boolean);
   const marks = Object.fromEntries(words.legend);
+  const [told, setTold] = useState('');
+  useEffect(() => setTold(''), [active.row, active.column]);
   return (
     <>
       <div class="bar tools">
         <FillTool columns={draft.columns} {...{ canEdit, shown }} />
+        <PresetTool units={units} keys={site.keys} />
         <Legend />
       </div>
       <EditGrid
@@ -141,7 +156,10 @@ function Editor({ draft, plan, shown, active: chosen, activate }) {
         rows={shown.map((at) => draft.rows[at])}
         edit={(changes) => editCells(changes.map(([at, column, text]) => [shown[at], column, text]))}
         undo={undoEdit}
-        titleOf={(at) => nameOf(rowAt(at))}
+        redo={redoEdit}
+        refuse={(count, all) => setTold(words.notPasted(count, all))}
+        goNext={goNext}
+        titleOf={(at) => nameOf(rowAt(at)) + (rowAt(at).reason === 'row-self' ? ` (${texts.thisUnit})` : '')}
         classOf={stateAt}
         sayMark={(at, column) => marks[stateAt(at, column)]}
         {...{ columns, active, activate, canEdit }}
@@ -151,6 +169,7 @@ function Editor({ draft, plan, shown, active: chosen, activate }) {
         name={plan.header[active.column]}
         cell={cellAt(active.row, active.column)}
       />
+      {told && <Notice level="warn">{told}</Notice>}
       <p class="hint">{words.keys}</p>
     </>
   );
@@ -160,23 +179,64 @@ function Outdated({ busy }) {
   return (
     <Notice level="info">
       {words.outdated}{' '}
-      <button type="button" disabled={busy} onClick={() => attempt(discover)}>
+      <BusyButton busy={busy} onClick={() => attempt(discover)}>
         {texts.units.again}
-      </button>
+      </BusyButton>
     </Notice>
   );
 }
 
-function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnlyChanges }) {
+// How many problems there are, and the way from one to the next: in the order of the rows, each row and column once.
+function ProblemTools({ plan, steps, goNext }) {
+  const counted = Object.keys(words.levels)
+    .map((level) => [level, plan.problems.filter((problem) => problem.level === level)])
+    .filter(([, problems]) => problems.length > 0);
+  return (
+    <div class="bar tools" role="group" aria-label={words.problemsTable}>
+      {counted.length === 0 && <span>{words.noProblems}</span>}
+      {counted.map(([level, problems]) => (
+        <span key={level} class={`level ${level}`}>
+          {words.levels[level]}: {problems.length}
+        </span>
+      ))}
+      {steps.length > 0 && (
+        <>
+          <button type="button" onClick={() => goNext(-1)}>
+            {words.previousProblem}
+          </button>
+          <button type="button" onClick={() => goNext(1)}>
+            {words.nextProblem}
+          </button>
+        </>
+      )}
+    </div>
+  );
+}
+
+// The places of all problems that are in the grid, as {row index, column index}.
+function stepsOf(plan, draft) {
+  const at = new Map(draft.rows.map(({ number }, index) => [number, index]));
+  const places = plan.problems
+    .filter(({ level }) => level !== 'fixed')
+    .flatMap(({ rows, column }) => rows.map((row) => [at.get(row), Math.max(0, plan.header.indexOf(column))]))
+    .filter(([row]) => row !== undefined);
+  const once = new Map(places.map((place) => [place.join(), { row: place[0], column: place[1] }]));
+  return [...once.values()].sort((one, other) => one.row - other.row || one.column - other.column);
+}
+
+function DraftTools({ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }) {
   return (
     <div class="bar tools">
       <strong>{draft.name || words.fromSite}</strong>
       <button type="button" onClick={dropDraft}>
         {words.other}
       </button>
-      <button type="button" disabled={!canUndo} onClick={undoEdit}>
+      <BusyButton busy={!canUndo} onClick={undoEdit}>
         {words.undoEdit}
-      </button>
+      </BusyButton>
+      <BusyButton busy={!canRedo} onClick={redoEdit}>
+        {words.redoEdit}
+      </BusyButton>
       <Choice
         label={words.show}
         value={rowFilter}
@@ -193,26 +253,31 @@ function DraftTools({ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnl
   );
 }
 
-// This unit's own serial, as far as it is known: by its address, or because it has skipped itself.
-function serialHere(site, ownSerial) {
-  const own = site.units.find((unit) => unit.values['IP.ADDRESS'] === location.hostname);
-  return own?.values['UNIT.SERIAL'] ?? ownSerial;
-}
-
 // The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
-function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
+function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
   const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
-  const plan = useMemo(
-    () => preflight(draft, site, { onlyChanges, ownSerial: serialHere(site, ownSerial) }),
-    [draft, site, onlyChanges],
-  );
+  const plan = useMemo(() => preflight(draft, site, { onlyChanges, ownSerial }), [draft, site, onlyChanges]);
   const shown = useShownRows({ draft, plan, site, onlyChanges, rowFilter });
-  const goTo = ({ rows: [first], column }) => {
-    const row = draft.rows.findIndex(({ number }) => number === first);
-    setRowFilter('all');
-    activate({ row: Math.max(0, row), column: Math.max(0, plan.header.indexOf(column)) });
+  const steps = useMemo(() => stepsOf(plan, draft), [plan, draft.rows]);
+  // Goes to a place of the draft, with the keyboard; all rows are shown when its row is not.
+  const goToPlace = ({ row, column }) => {
+    const place = shown.indexOf(row);
+    if (place < 0) setRowFilter('all');
+    activate({ row: place < 0 ? row : place, column });
+    focusGrid();
+  };
+  const goTo = (number, column) => {
+    const row = draft.rows.findIndex((one) => one.number === number);
+    goToPlace({ row: Math.max(0, row), column: Math.max(0, plan.header.indexOf(column)) });
+  };
+  const goNext = (direction) => {
+    const here = { row: shown[active.row] ?? 0, column: active.column };
+    const after = (one, other) => one.row - other.row || one.column - other.column;
+    const further = steps.filter((step) => after(step, here) * direction > 0);
+    const next = direction > 0 ? (further[0] ?? steps[0]) : (further.at(-1) ?? steps.at(-1));
+    if (next) goToPlace(next);
   };
   const filterRows = (filter) => {
     setRowFilter(filter);
@@ -221,14 +286,17 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, busy }) {
   return (
     <>
       {outdated && <Outdated busy={busy} />}
-      <DraftTools {...{ draft, canUndo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
-      <Editor {...{ draft, plan, shown, active, activate }} />
+      <DraftTools {...{ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
+      <HeaderMap {...{ draft, plan, site }} />
+      <ProblemTools {...{ plan, steps, goNext }} />
+      <Editor {...{ draft, plan, site, shown, active, activate, goNext }} />
       <PreflightPanel {...{ plan, goTo, busy }} />
     </>
   );
 }
 
-export function ConfigurePage({ state: { site, ownSerial, outdated, draft, earlierDrafts, run, activity } }) {
+export function ConfigurePage({ state }) {
+  const { site, ownSerial, outdated, draft, earlierDrafts, laterDrafts, run, activity } = state;
   return (
     <section aria-labelledby="configure-heading">
       <div class="bar">
@@ -241,6 +309,7 @@ export function ConfigurePage({ state: { site, ownSerial, outdated, draft, earli
           key={draft.source + draft.name}
           {...{ draft, site, ownSerial, outdated }}
           canUndo={earlierDrafts.length > 0}
+          canRedo={laterDrafts.length > 0}
           busy={activity !== null}
         />
       ) : (

@@ -4,7 +4,7 @@ import { useState } from 'preact/hooks';
 import { attempt, queue } from '../actions.js';
 import { readListing } from '../logic/listing.js';
 import { readAsUnit } from '../logic/unit_csv.js';
-import { DownloadButton } from '../parts/widgets.jsx';
+import { BusyButton, DownloadButton } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.listings;
@@ -101,9 +101,9 @@ export function ListingsPage({ state: { site, activity } }) {
         <ul class="commands">
           {Object.entries(words.kinds).map(([kind, [title, hint]]) => (
             <li key={kind}>
-              <button type="button" disabled={activity !== null} onClick={() => ask(kind)}>
+              <BusyButton busy={activity !== null} onClick={() => ask(kind)}>
                 {title}
-              </button>
+              </BusyButton>
               <span class="hint">{hint}</span>
             </li>
           ))}

@@ -1,8 +1,10 @@
 // What a draft would do: its problems, its files, and the way to the run.
 
+import { Fragment } from 'preact';
 import { useMemo, useState } from 'preact/hooks';
 import { runUpdate } from '../actions.js';
 import { gatherProblems } from '../logic/preflight.js';
+import { visible } from '../logic/visible.js';
 import { Table } from '../parts/table.jsx';
 import { CancelButton, Check, Dialog, DownloadButton, stamp } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
@@ -10,22 +12,26 @@ import { texts } from '../texts.js';
 const words = texts.configure;
 // By which people know the unit of a row.
 export const nameOf = ({ unit, values }) =>
-  unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
+  visible(unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL']);
 
 const mostProblems = 100; // that are listed one by one
-const mostRanges = 12; // of rows, in one line of the list
+const mostRows = 12; // of a problem, that have a link each
 
-// 2, 3, 4, 7 become "2–4, 7".
-function rowRanges(rows) {
-  const ranges = [];
-  for (const row of rows) {
-    const last = ranges.at(-1);
-    if (last && row === last[1] + 1) last[1] = row;
-    else ranges.push([row, row]);
-  }
-  const shown = ranges.map(([from, to]) => (from === to ? `${from}` : `${from}–${to}`));
-  if (shown.length <= mostRanges) return shown.join(', ');
-  return `${shown.slice(0, mostRanges).join(', ')} ${words.moreRows(rows.length)}`;
+// A link for each row of a problem.
+function RowLinks({ problem, goTo }) {
+  return (
+    <>
+      {problem.rows.slice(0, mostRows).map((row, at) => (
+        <Fragment key={row}>
+          {at > 0 && ', '}
+          <button type="button" class="link" onClick={() => goTo(row, problem.column)}>
+            {row}
+          </button>
+        </Fragment>
+      ))}
+      {problem.rows.length > mostRows && ` ${words.moreRows(problem.rows.length)}`}
+    </>
+  );
 }
 
 function ProblemTable({ problems, goTo }) {
@@ -49,11 +55,7 @@ function ProblemTable({ problems, goTo }) {
                 <span class={`level ${problem.level}`}>{words.levels[problem.level]}</span>
               </td>
               <td>
-                {problem.rows.length > 0 && (
-                  <button type="button" class="link" onClick={() => goTo(problem)}>
-                    {rowRanges(problem.rows)}
-                  </button>
-                )}
+                <RowLinks {...{ problem, goTo }} />
               </td>
               <td>{problem.column}</td>
               <td>{words.problem(problem)}</td>
@@ -83,7 +85,14 @@ function changesOf(plan) {
       .map(([key, cell]) => ({
         id: `${row.number} ${key}`,
         state: row.state === 'left-out' ? 'fault' : cell.state,
-        texts: [String(row.number), nameOf(row), key, cell.old ?? '?', cell.value, whatBecomesOf(row, cell)],
+        texts: [
+          String(row.number),
+          nameOf(row),
+          key,
+          cell.old ?? '?',
+          cell.value,
+          whatBecomesOf(row, cell),
+        ].map(visible),
       })),
   );
 }

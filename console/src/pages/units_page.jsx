@@ -2,25 +2,28 @@
 
 import { useMemo, useState } from 'preact/hooks';
 import { attempt, discover, draftFromSite } from '../actions.js';
+import { templateOf } from '../logic/presets.js';
 import { inOrder } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
+import { visible } from '../logic/visible.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
-import { Choice, DownloadButton, Menu, stamp, useClock } from '../parts/widgets.jsx';
+import { UnitLink } from '../parts/unit_link.jsx';
+import { BusyButton, Choice, DownloadButton, FilterInput, Menu, stamp, useClock } from '../parts/widgets.jsx';
 import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
 const words = texts.units;
 const usualKeys = [
   'UNIT.ID',
+  'VW.NAME',
+  'DANTE.DEVICE_NAME',
   'IP.ADDRESS',
   'UNIT.MODEL',
   'UNIT.SERIAL',
+  'STREAM.HOST',
+  'STREAM.RTP_ADDRESS',
   'UNIT.FIRMWARE',
   'IP.DHCP_STATUS',
-  'STREAM.RTP_ADDRESS',
-  'STREAM.HOST',
-  'VW.NAME',
-  'DANTE.DEVICE_NAME',
 ];
 const usualTime = 4200; // milliseconds of a discovery in the one-pass mode
 
@@ -57,6 +60,7 @@ function Comparison({ comparison }) {
 
 function Summary({ site, comparison }) {
   const conflicts = site.units.filter((unit) => unit.marks.some((mark) => mark !== 'fields')).length;
+  const unclear = site.units.filter((unit) => unit.marks.includes('fields')).length;
   const date =
     site.modified &&
     new Date(site.modified).toLocaleString('en-GB', { dateStyle: 'medium', timeStyle: 'short' });
@@ -73,6 +77,7 @@ function Summary({ site, comparison }) {
         )}
       </p>
       {conflicts > 0 && <p class="conflict">⚠ {words.conflicts(conflicts)}</p>}
+      {unclear > 0 && <p class="conflict">⚠ {words.unclear(unclear)}</p>}
       {site.hidden > 0 && <p class="conflict">⚠ {words.hidden(site.hidden, site.keys[0])}</p>}
     </div>
   );
@@ -129,12 +134,16 @@ function Marks({ unit }) {
   );
 }
 
-function UnitRow({ unit, columns, index }) {
-  const text = (key) => unit.values[key];
+function UnitRow({ unit, columns, index, ownSerial }) {
+  const text = (key) => visible(unit.values[key]);
   const [first, ...others] = columns;
   return (
     <tr aria-rowindex={index} class={unit.marks.length > 0 ? 'conflict' : ''}>
-      {first && <th scope="row">{text(first.key)}</th>}
+      {first && (
+        <th scope="row">
+          <UnitLink unit={unit} ownSerial={ownSerial} text={text(first.key)} />
+        </th>
+      )}
       {others.map(({ key }) =>
         key === 'marks' ? (
           <Marks key={key} unit={unit} />
@@ -157,7 +166,7 @@ function tableColumns(site, keys) {
   return columns;
 }
 
-function UnitTable({ site, units, keys, choice, setChoice }) {
+function UnitTable({ site, units, keys, choice, setChoice, ownSerial }) {
   const columns = useMemo(() => tableColumns(site, keys), [site, keys]);
   return (
     <>
@@ -170,14 +179,49 @@ function UnitTable({ site, units, keys, choice, setChoice }) {
         rows={units}
         sort={choice.sort}
         onSort={(sort) => setChoice({ ...choice, sort })}
-        renderRow={(unit, at) => <UnitRow key={unit.number} index={at + 2} {...{ unit, columns }} />}
+        renderRow={(unit, at) => (
+          <UnitRow key={unit.number} index={at + 2} {...{ unit, columns, ownSerial }} />
+        )}
       />
     </>
   );
 }
 
-const safeCopy = (site) =>
-  writeSpreadsheet([site.keys, ...site.units.map((unit) => site.keys.map((key) => unit.values[key]))]);
+const linesOf = (site) => [site.keys, ...site.units.map((unit) => site.keys.map((key) => unit.values[key]))];
+
+function Files({ site, units, shown }) {
+  const [separator, setSeparator] = useState(recall('separator') ?? ',');
+  const choose = (wanted) => {
+    remember('separator', wanted);
+    setSeparator(wanted);
+  };
+  return (
+    <Menu title={words.files} form>
+      <DownloadButton name={`site-${stamp()}.csv`} content={() => site.bytes}>
+        {words.exact}
+      </DownloadButton>
+      <Choice
+        label={words.separator}
+        value={separator}
+        options={Object.entries(words.separators)}
+        onChange={choose}
+      />
+      <DownloadButton
+        name={`site-${stamp()}-spreadsheet.csv`}
+        content={() => writeSpreadsheet(linesOf(site), separator)}
+      >
+        {words.safe}
+      </DownloadButton>
+      <DownloadButton
+        name={`template-${stamp()}.csv`}
+        content={() => writeSpreadsheet(templateOf(units, shown), separator)}
+      >
+        {words.template(units.length)}
+      </DownloadButton>
+      <p class="hint">{words.templateHint}</p>
+    </Menu>
+  );
+}
 
 function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
   const edit = () => {
@@ -185,15 +229,11 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
   };
   return (
     <div class="bar tools">
-      <label>
-        {words.filter}{' '}
-        <input
-          type="search"
-          placeholder={words.filterHint}
-          value={choice.filter}
-          onInput={(event) => setChoice({ ...choice, filter: event.target.value })}
-        />
-      </label>
+      <FilterInput
+        label={words.filter}
+        value={choice.filter}
+        onInput={(filter) => setChoice({ ...choice, filter })}
+      />
       <Choice
         label={words.kind}
         value={choice.kind}
@@ -202,12 +242,7 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
       />
       <ColumnChoice keys={site.keys} shown={shown} choose={chooseColumns} />
       <span class="space" />
-      <DownloadButton name={`site-${stamp()}.csv`} content={() => site.bytes}>
-        {words.exact}
-      </DownloadButton>
-      <DownloadButton name={`site-${stamp()}-spreadsheet.csv`} content={() => safeCopy(site)}>
-        {words.safe}
-      </DownloadButton>
+      <Files {...{ site, units, shown }} />
       <button type="button" class="main" disabled={units.length === 0} onClick={edit}>
         {words.edit(units.length)}
       </button>
@@ -218,7 +253,7 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
 // Stays while other pages are shown.
 let lastChoice = { kind: 'all', filter: '', sort: { key: 'UNIT.ID', direction: 'up' } };
 
-function Site({ site, comparison }) {
+function Site({ site, comparison, ownSerial }) {
   const [choice, setShownChoice] = useState(lastChoice);
   const setChoice = (changed) => {
     lastChoice = changed;
@@ -235,22 +270,22 @@ function Site({ site, comparison }) {
     <>
       <Summary {...{ site, comparison }} />
       <Tools {...{ site, units, choice, setChoice, shown, chooseColumns }} />
-      <UnitTable {...{ site, units, choice, setChoice }} keys={shown} />
+      <UnitTable {...{ site, units, choice, setChoice, ownSerial }} keys={shown} />
     </>
   );
 }
 
-export function UnitsPage({ state: { site, comparison, discovery, activity } }) {
+export function UnitsPage({ state: { site, comparison, discovery, activity, ownSerial } }) {
   return (
     <section aria-labelledby="units-heading">
       <div class="bar">
         <h2 id="units-heading">{words.heading}</h2>
-        <button type="button" class="main" disabled={activity !== null} onClick={() => attempt(discover)}>
+        <BusyButton class="main" busy={activity !== null} onClick={() => attempt(discover)}>
           {site ? words.again : words.discover}
-        </button>
+        </BusyButton>
         {discovery && <DiscoveryProgress since={discovery.since} />}
       </div>
-      {site ? <Site {...{ site, comparison }} /> : <p>{words.none}</p>}
+      {site ? <Site {...{ site, comparison, ownSerial }} /> : <p>{words.none}</p>}
     </section>
   );
 }

@@ -2,6 +2,7 @@
 // by it.
 
 import { useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { visible } from '../logic/visible.js';
 import { Table, rowHeight } from './table.jsx';
 
 const pageRows = 15;
@@ -19,6 +20,13 @@ const moves = {
 };
 
 const within = (number, count) => Math.max(0, Math.min(number, count - 1));
+
+// Where a key moves the active cell, null for other keys.
+export function moved({ row, column }, key, rows, columns) {
+  if (!moves[key]) return null;
+  const [down, right] = moves[key];
+  return { row: within(row + down, rows), column: within(column + right, columns) };
+}
 
 // `onSave(text)` is called once, whatever takes the input away: a key, a click elsewhere, or the table that scrolls; but
 // not when Escape does. `onMove(down, right)` follows a key.
@@ -63,6 +71,20 @@ function CellInput({ text, label, onSave, onMove }) {
   );
 }
 
+// The rows and columns of the selection: from the anchor, if there is one, to the active cell.
+function selectionOf({ row, column, anchor = { row, column } }) {
+  const [top, bottom] = [row, anchor.row].sort((one, other) => one - other);
+  const [left, right] = [column, anchor.column].sort((one, other) => one - other);
+  const has = (at, place) => at >= top && at <= bottom && place >= left && place <= right;
+  return { top, bottom, left, right, has, many: bottom > top || right > left };
+}
+
+// The places of a selection, [row, column] each.
+function* placesOf({ top, bottom, left, right }) {
+  for (let row = top; row <= bottom; ++row)
+    for (let column = left; column <= right; ++column) yield [row, column];
+}
+
 // Brings the active cell into sight; one that is not in the page yet is met by its row.
 function useScrollTo(active, box) {
   useLayoutEffect(() => {
@@ -72,44 +94,70 @@ function useScrollTo(active, box) {
   }, [active.row, active.column]);
 }
 
+// Whatever has the focus, the keys are the grid's afterwards.
+export const focusGrid = () => document.querySelector('[role=grid]')?.focus();
+
 // The keys of the grid, those of a cell's input aside.
-function useKeys({ columns, rows, active, activate, edit, undo, canEdit, start }) {
+function useKeys({ columns, rows, active, activate, edit, undo, redo, goNext, canEdit, start }) {
   const { row, column } = active;
   return (event) => {
-    const { key, ctrlKey, metaKey, altKey } = event;
+    const { key, ctrlKey, metaKey, altKey, shiftKey } = event;
     if (rows.length === 0) return;
-    if (moves[key]) {
-      const [down, right] = moves[key];
-      activate({ row: within(row + down, rows.length), column: within(column + right, columns.length) });
-    } else if ((ctrlKey || metaKey) && key === 'z') undo();
+    const next = moved(active, key, rows.length, columns.length);
+    if (next) activate(shiftKey ? { ...next, anchor: active.anchor ?? { row, column } } : next);
+    else if (key === 'F8') goNext(shiftKey ? -1 : 1);
+    else if ((ctrlKey || metaKey) && key === 'z') undo();
+    else if ((ctrlKey || metaKey) && (key === 'y' || key === 'Z')) redo();
     else if (key === 'Enter' || key === 'F2') start(rows[row].cells[column] ?? '');
-    else if (key === 'Delete' && canEdit(column)) edit([[row, column, '']]);
-    else if (key.length === 1 && !ctrlKey && !metaKey && !altKey) start(key, true);
+    else if (key === 'Delete') {
+      const cells = [...placesOf(selectionOf(active))].filter(([, place]) => canEdit(place));
+      if (cells.length > 0) edit(cells.map((place) => [...place, '']));
+    } else if (key.length === 1 && !ctrlKey && !metaKey && !altKey) start(key, true);
     else return;
     event.preventDefault();
   };
 }
 
-// Takes a block of cells, as spreadsheets copy it; what does not fit is dropped.
-function usePaste({ columns, rows, active, edit, canEdit }) {
+// Takes a block of cells, as spreadsheets copy it; a single one goes into the whole selection. What does not fit is
+// refused.
+function usePaste({ columns, rows, active, edit, refuse, canEdit }) {
   return (event) => {
     event.preventDefault();
     const text = event.clipboardData.getData('text/plain').replace(/\r?\n$/, '');
-    const cells = text
-      .split(/\r?\n/)
-      .flatMap((line, down) =>
-        line.split('\t').map((cell, right) => [active.row + down, active.column + right, cell]),
-      );
+    const lines = text.split(/\r?\n/).map((line) => line.split('\t'));
+    const selection = selectionOf(active);
+    const cells =
+      lines.length === 1 && lines[0].length === 1
+        ? [...placesOf(selection)].map((place) => [...place, text])
+        : lines.flatMap((line, down) =>
+            line.map((cell, right) => [selection.top + down, selection.left + right, cell]),
+          );
     const fits = ([row, column]) => row < rows.length && column < columns.length && canEdit(column);
     const fitting = cells.filter(fits);
     if (fitting.length > 0) edit(fitting);
+    if (fitting.length < cells.length) refuse(cells.length - fitting.length, cells.length);
   };
 }
 
-function Cell({ text, mark, look, here, typed, title, activate, start, save, move }) {
+// Copies the selection as spreadsheets take it.
+function useCopy({ rows, active }) {
+  return (event) => {
+    const { top, bottom, left, right } = selectionOf(active);
+    const lines = rows
+      .slice(top, bottom + 1)
+      .map(({ cells }) =>
+        Array.from({ length: right - left + 1 }, (_, at) => cells[left + at] ?? '').join('\t'),
+      );
+    event.clipboardData.setData('text/plain', lines.join('\r\n'));
+    event.preventDefault();
+  };
+}
+
+function Cell({ text, mark, look, here, selected, typed, title, activate, start, save, move }) {
   const attributes = {
     id: here ? activeId : undefined,
-    class: here ? `${look} active` : look,
+    class: `${look}${here ? ' active' : ''}${selected ? ' selected' : ''}`,
+    'aria-selected': selected,
     onMouseDown: activate,
     onDblClick: () => start(text),
   };
@@ -122,13 +170,15 @@ function Cell({ text, mark, look, here, typed, title, activate, start, save, mov
   return (
     <td {...attributes} title={text}>
       {mark && <span class="hidden">{mark}: </span>}
-      {text}
+      {visible(text)}
     </td>
   );
 }
 
-// `rows` are {number, cells}; `active` is {row, column} of the active cell and `activate` moves it. `edit(changes)` takes
-// [row, column, text] for each changed cell, `undo` takes the last change back. `classOf(row, column)` marks a cell,
+// `rows` are {number, cells}; `active` is {row, column} of the active cell, with the cell `anchor` at the other end of the
+// selection if there is one, and `activate` moves it. `edit(changes)` takes
+// [row, column, text] for each changed cell, `undo` takes the last change back and `redo` makes it again, `refuse(count,
+// all)` hears of pasted cells that did not fit, `goNext(1 or -1)` goes to another problem. `classOf(row, column)` marks a cell,
 // `sayMark(row, column)` says the mark in front of its text, `titleOf(row)` is what a person knows the row by.
 export function EditGrid(grid) {
   const { label, columns, rows, active, activate, edit, canEdit, classOf, sayMark, titleOf } = grid;
@@ -136,6 +186,7 @@ export function EditGrid(grid) {
   const box = useRef(null);
   useScrollTo(active, box);
   const { row, column } = active;
+  const selection = selectionOf(active);
   // Keys that come before the input has the focus follow the one that opened it.
   const start = (text, more = false) =>
     canEdit(column) &&
@@ -158,8 +209,15 @@ export function EditGrid(grid) {
       mark={sayMark(at, place)}
       look={canEdit(place) ? classOf(at, place) : `${classOf(at, place)} fixed`}
       here={at === row && place === column}
+      selected={selection.many && selection.has(at, place)}
       typed={editing?.row === at && editing.column === place ? editing.text : null}
-      activate={() => activate({ row: at, column: place })}
+      activate={({ shiftKey }) =>
+        activate({
+          row: at,
+          column: place,
+          anchor: shiftKey ? (active.anchor ?? { row, column }) : undefined,
+        })
+      }
       save={(text) => save(at, place, text)}
       {...{ title, start, move }}
     />
@@ -172,8 +230,17 @@ export function EditGrid(grid) {
       {columns.map((title, place) => renderCell(line, at, title, place))}
     </tr>
   );
-  const behaviour = { tabIndex: 0, onKeyDown: useKeys({ ...grid, start }), onPaste: usePaste(grid) };
-  const names = { 'aria-activedescendant': activeId, 'aria-colcount': columns.length + 1 };
+  const behaviour = {
+    tabIndex: 0,
+    onKeyDown: useKeys({ ...grid, start }),
+    onPaste: usePaste(grid),
+    onCopy: useCopy(grid),
+  };
+  const names = {
+    'aria-activedescendant': activeId,
+    'aria-multiselectable': true,
+    'aria-colcount': columns.length + 1,
+  };
   const all = [{ key: 'number', title: '#', width: 20 }, ...columns];
   return (
     <Table role="grid" boxRef={box} columns={all} {...{ label, rows, renderRow, ...behaviour, ...names }} />

@@ -1,25 +1,47 @@
 // Tables that stay quick with thousands of rows: only those in sight are in the page.
 
-import { useCallback, useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { useLayoutEffect, useRef, useState } from 'preact/hooks';
 
-export const rowHeight = 28; // pixels, as in console.css
-const spare = 6; // rows above and below those in sight
+// Pixels of a row, as in console.css: fingers need more than a mouse.
+export const rowHeight = matchMedia('(pointer: coarse)').matches ? 44 : 28;
+const spare = 6; // items beyond those in sight, on both sides
 
-// Which of `count` rows are in sight of a scrolling element.
-function useRowsInSight(count, boxRef) {
-  const ownBox = useRef(null);
-  const box = boxRef ?? ownBox;
-  const [top, setTop] = useState(0);
-  const [height, setHeight] = useState(600);
+// Whether the page is being printed.
+function usePrinting() {
+  const [printing, setPrinting] = useState(false);
   useLayoutEffect(() => {
-    const observer = new ResizeObserver(([entry]) => setHeight(entry.contentRect.height));
-    observer.observe(box.current);
-    return () => observer.disconnect();
+    const begin = () => setPrinting(true);
+    const end = () => setPrinting(false);
+    addEventListener('beforeprint', begin);
+    addEventListener('afterprint', end);
+    return () => {
+      removeEventListener('beforeprint', begin);
+      removeEventListener('afterprint', end);
+    };
   }, []);
-  const onScroll = useCallback(() => setTop(box.current.scrollTop), []);
-  const first = Math.max(0, Math.min(Math.floor(top / rowHeight), count) - spare);
-  const last = Math.min(count, Math.ceil((top + height) / rowHeight) + spare);
-  return { box, onScroll, first, last };
+  return printing;
+}
+
+// Which of `count` items of `size` pixels are in sight of a scrolling element, from top to bottom or from left to right.
+// Returns [first, end].
+export function useInSight(box, count, size = rowHeight, offset = 'scrollTop', extent = 'height') {
+  const [start, setStart] = useState(0);
+  const [length, setLength] = useState(600);
+  useLayoutEffect(() => {
+    const element = box.current;
+    const observer = new ResizeObserver(([entry]) => setLength(entry.contentRect[extent]));
+    const onScroll = () => setStart(Math.floor(element[offset] / size));
+    observer.observe(element);
+    element.addEventListener('scroll', onScroll, { passive: true });
+    return () => {
+      observer.disconnect();
+      element.removeEventListener('scroll', onScroll);
+    };
+  }, []);
+  // Paper has no scroll bar.
+  if (usePrinting()) return [0, count];
+  const end = Math.min(count, start + Math.ceil(length / size) + 1 + spare);
+  return [Math.max(0, Math.min(start, count) - spare), end];
 }
 
 function SortableHead({ column, sort, onSort }) {
@@ -59,11 +81,13 @@ function Head({ columns, sort, onSort }) {
 // The columns are {key, title, width in characters}; `renderRow(row, index)` returns a <tr> of `rowHeight`. A grid is to
 // take the focus itself, `boxRef` is given the element that scrolls.
 export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, role = 'table', ...rest }) {
-  const { box, onScroll, first, last } = useRowsInSight(rows.length, boxRef);
+  const ownBox = useRef(null);
+  const box = boxRef ?? ownBox;
+  const [first, last] = useInSight(box, rows.length);
   const width = columns.reduce((sum, column) => sum + column.width, 0);
   const focus = role === 'grid' ? {} : { tabIndex: 0 };
   return (
-    <div class="table" ref={box} onScroll={onScroll} role="region" aria-label={label} {...focus}>
+    <div class="table" ref={box} role="region" aria-label={label} {...focus}>
       <table
         role={role}
         aria-label={label}
@@ -89,7 +113,7 @@ export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, r
 
 // A width in characters that fits a column's title and nearly all of its texts.
 export function fittingWidth(title, texts) {
-  const lengths = texts.map((text) => text.length).sort((one, other) => one - other);
+  const lengths = Uint32Array.from(texts, (text) => text.length).sort();
   const long = lengths[Math.floor(lengths.length * 0.98)] ?? 0;
   return Math.max(6, Math.min(34, Math.max(title.length * 1.15 + 3, long) + 2));
 }

@@ -1,12 +1,17 @@
 // Small parts that several pages share.
 
-import { useEffect, useRef, useState } from 'preact/hooks';
+import { useEffect, useLayoutEffect, useRef, useState } from 'preact/hooks';
 import { texts } from '../texts.js';
 
-// A dialog that keeps the keyboard inside; closing it by Escape cancels.
+// A dialog that keeps the keyboard inside; closing it by Escape cancels. It opens on Cancel, and gives the focus back.
 export function Dialog({ title, children, onCancel }) {
   const dialog = useRef(null);
-  useEffect(() => dialog.current.showModal(), []);
+  useLayoutEffect(() => {
+    const element = dialog.current;
+    element.showModal();
+    element.querySelector('.cancel')?.focus();
+    return () => element.close();
+  }, []);
   return (
     <dialog
       ref={dialog}
@@ -58,6 +63,18 @@ export function Choice({ label, value, options, onChange }) {
     </label>
   );
 }
+
+export const FilterInput = ({ label, value, onInput }) => (
+  <label>
+    {label}{' '}
+    <input
+      type="search"
+      placeholder={texts.units.filterHint}
+      value={value}
+      onInput={(event) => onInput(event.target.value)}
+    />
+  </label>
+);
 
 export const Check = ({ label, checked, onChange, hint }) => (
   <label class="check" title={hint}>
@@ -132,9 +149,14 @@ export function useClock(milliseconds) {
 }
 
 export const CancelButton = ({ onClick }) => (
-  <button type="button" onClick={onClick}>
+  <button type="button" class="cancel" onClick={onClick}>
     {texts.cancel}
   </button>
+);
+
+// A button that waits while the unit is busy. It keeps the focus then, as a disabled one would not.
+export const BusyButton = ({ busy, onClick, ...rest }) => (
+  <button type="button" aria-disabled={busy} onClick={() => !busy && onClick()} {...rest} />
 );
 
 // For file names: 2026-11-24-0930.

@@ -1,0 +1,127 @@
+// A matrix of crossings that stays quick with thousands of rows and columns: only those in sight are in the page. The
+// focus stays on the table; the active crossing is named by it.
+
+import { useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { rowHeight, useInSight } from './table.jsx';
+import { moved } from './edit_grid.jsx';
+
+const size = rowHeight; // of a crossing, both ways
+const activeId = 'active-crossing';
+
+const Space = ({ columns }) => (columns > 0 ? <td aria-hidden="true" class="gap" /> : null);
+const SpaceBelow = ({ rows }) =>
+  rows > 0 ? (
+    <tr aria-hidden="true">
+      <td class="gap" style={{ height: `${rows * size}px` }} />
+    </tr>
+  ) : null;
+
+function useScrollTo({ row, column }, box) {
+  useLayoutEffect(() => {
+    const cell = document.getElementById(activeId);
+    if (cell) cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
+    else box.current.scrollTo((column - 3) * size, (row - 3) * size);
+  }, [row, column]);
+}
+
+// Rows and columns are {key, title, sign, look}; a sign is a mark with a meaning of its own, told in the title. `crossing(row,
+// column)` returns {look, sign, say} for their indexes. `active` is {row, column}, `activate` moves it, `choose(row, column)` is
+// called for a click, Enter or the space bar.
+export function Matrix({ label, corner, rows, columns, crossing, active, activate, choose }) {
+  const box = useRef(null);
+  const [pointed, setPointed] = useState(null);
+  const [top, bottom] = useInSight(box, rows.length, size);
+  const [left, right] = useInSight(box, columns.length, size, 'scrollLeft', 'width');
+  useScrollTo(active, box);
+  const onKeyDown = (event) => {
+    const next = moved(active, event.key, rows.length, columns.length);
+    if (next) activate(next);
+    else if (event.key === 'Enter' || event.key === ' ') choose(active.row, active.column);
+    else return;
+    event.preventDefault();
+  };
+  const shown = columns.slice(left, right);
+  const marked = (column) => column === (pointed ?? active.column);
+  const renderCell = (row, column) => {
+    const { look, sign, say } = crossing(row, column);
+    const here = row === active.row && column === active.column;
+    const click = () => {
+      activate({ row, column });
+      choose(row, column);
+    };
+    return (
+      <td
+        key={columns[column].key}
+        id={here ? activeId : undefined}
+        class={here ? `${look} active` : look}
+        aria-colindex={column + 2}
+        title={say}
+        aria-label={say}
+        onClick={click}
+        onMouseEnter={() => setPointed(column)}
+      >
+        {sign}
+      </td>
+    );
+  };
+  return (
+    <div
+      class="table matrix"
+      ref={box}
+      role="region"
+      aria-label={label}
+      onMouseLeave={() => setPointed(null)}
+    >
+      <table
+        role="grid"
+        aria-label={label}
+        aria-rowcount={rows.length + 1}
+        aria-colcount={columns.length + 1}
+        aria-activedescendant={activeId}
+        style={{ width: `calc(var(--names) + ${columns.length * size}px)` }}
+        tabIndex={0}
+        onKeyDown={onKeyDown}
+      >
+        <colgroup>
+          <col class="name" />
+          {left > 0 && <col style={{ width: `${left * size}px` }} />}
+          {shown.map(({ key }) => (
+            <col key={key} style={{ width: `${size}px` }} />
+          ))}
+          {right < columns.length && <col style={{ width: `${(columns.length - right) * size}px` }} />}
+        </colgroup>
+        <thead>
+          <tr aria-rowindex={1}>
+            <th scope="col">{corner}</th>
+            <Space columns={left} />
+            {shown.map(({ key, title, look }, at) => (
+              <th
+                key={key}
+                scope="col"
+                aria-colindex={left + at + 2}
+                class={marked(left + at) ? `${look} pointed` : look}
+              >
+                <span title={title}>{title}</span>
+              </th>
+            ))}
+            <Space columns={columns.length - right} />
+          </tr>
+        </thead>
+        <tbody>
+          <SpaceBelow rows={top} />
+          {rows.slice(top, bottom).map(({ key, title, look }, at) => (
+            <tr key={key} aria-rowindex={top + at + 2}>
+              <th scope="row" class={top + at === active.row ? `${look} pointed` : look} title={title}>
+                {title}
+              </th>
+              <Space columns={left} />
+              {shown.map((_, place) => renderCell(top + at, left + place))}
+              <Space columns={columns.length - right} />
+            </tr>
+          ))}
+          <SpaceBelow rows={rows.length - bottom} />
+        </tbody>
+      </table>
+    </div>
+  );
+}

@@ -1,0 +1,149 @@
+// What is told of a site at a glance, and what other pages put into a draft.
+
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { draftedValues, withSettings } from '../../console/src/logic/draft.js';
+import { firmwareByModel } from '../../console/src/logic/firmware.js';
+import { settingsOfPreset, templateOf } from '../../console/src/logic/presets.js';
+import { nameOf, readSite } from '../../console/src/logic/site.js';
+import { compareValues, wayBack } from '../../console/src/logic/snapshots.js';
+import { hostOf, listByEncoder, readStreams } from '../../console/src/logic/streams.js';
+
+const header = 'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,STREAM.RTP_ADDRESS,STREAM.HOST';
+const siteOf = (...lines) => readSite([header, ...lines].join('\r\n'));
+
+const site = siteOf(
+  '10.0.0.1,ENC-10,TX610,E10,239.0.0.10,',
+  '10.0.0.2,ENC-2,TX610,E2,239.0.0.2,',
+  '10.0.0.3,ENC-3,TX610,E3,239.0.0.3,',
+  '10.0.0.4,ENC-4,TX610,E4,239.0.0.3,',
+  '10.0.0.5,OTHER,NOSUCH,O5,239.0.0.5,239.0.0.2',
+  '10.0.1.1,BY-STREAM,RX610,D1,,239.0.0.10',
+  '10.0.1.2,BY-ADDRESS,RX610,D2,,10.0.0.3',
+  '10.0.1.3,BY-OWN-STREAM,RX610,D3,239.0.0.10,',
+  '10.0.1.4,NONE,RX610,D4,,',
+  '10.0.1.5,ZERO,RX610,D5,,0.0.0.0',
+  '10.0.1.6,UNKNOWN,RX610,D6,,239.0.0.5',
+  '10.0.1.7,UNCLEAR,RX610,D7,,239.0.0.3',
+);
+
+test('a decoder’s source is found by address and by stream address', () => {
+  const streams = readStreams(site);
+  const told = streams.decoders.map(({ name, state, source }) => `${name} ${state} ${source?.name ?? ''}`);
+  assert.deepEqual(told, [
+    'BY-ADDRESS source ENC-3',
+    'BY-OWN-STREAM source ENC-10',
+    'BY-STREAM source ENC-10',
+    'NONE none ',
+    'UNCLEAR unclear ',
+    'UNKNOWN unknown ',
+    'ZERO none ',
+  ]);
+  const encoders = streams.encoders.map(({ name, shared }) => `${name}${shared ? ' shared' : ''}`);
+  assert.deepEqual(encoders, ['ENC-2', 'ENC-3 shared', 'ENC-4 shared', 'ENC-10']);
+  const list = listByEncoder(streams).map(({ encoder, decoder }) =>
+    [encoder, decoder].map((one) => one?.name),
+  );
+  assert.deepEqual(
+    list.map((names) => names.join(' < ')),
+    [
+      'ENC-2 < ',
+      'ENC-3 < BY-ADDRESS',
+      'ENC-4 < ',
+      'ENC-10 < BY-OWN-STREAM',
+      'ENC-10 < BY-STREAM',
+      ' < NONE',
+      ' < UNCLEAR',
+      ' < UNKNOWN',
+      ' < ZERO',
+    ],
+  );
+});
+
+test('a new source is named as the site’s decoders name theirs', () => {
+  const encoders = ['10.0.0.1,A,TX610,E1,239.0.0.1,', '10.0.0.2,B,TX610,E2,,'];
+  const table = [
+    [[], '239.0.0.1 10.0.0.2'], // no decoder tells
+    [['10.0.1.1,C,RX610,D1,,239.0.0.1'], '239.0.0.1 10.0.0.2'],
+    [['10.0.1.1,C,RX610,D1,,10.0.0.1'], '10.0.0.1 10.0.0.2'],
+  ];
+  for (const [decoders, expected] of table) {
+    const { encoders: known, byStream } = readStreams(siteOf(...encoders, ...decoders));
+    assert.equal(known.map((encoder) => hostOf(encoder, byStream)).join(' '), expected, decoders.join());
+  }
+});
+
+test('settings go into the cells of a draft, whatever it has already', () => {
+  const [unit] = site.units.filter(({ values }) => values['UNIT.SERIAL'] === 'D1');
+  const change = { unit, key: 'STREAM.HOST', value: '239.0.0.2' };
+  const fromNothing = withSettings(null, [change]);
+  assert.deepEqual(
+    [fromNothing.columns, ...fromNothing.rows.map(({ cells }) => cells)].map((cells) => cells.join()),
+    ['UNIT.SERIAL,UNIT.MODEL,UNIT.ID,STREAM.HOST', 'D1,RX610,BY-STREAM,239.0.0.2'],
+  );
+  const file = { name: 'x.csv', source: 'file', notes: [], columns: ['VW.NAME', ' unit.serial'] };
+  const table = [
+    [[[2, 'Room', 'd1 ']], ['Room,d1 ,239.0.0.2'], [2]],
+    [[[5, 'Hall', 'D9']], ['Hall,D9', ',D1,239.0.0.2'], [5, 6]],
+    [[[5]], ['', ',D1,239.0.0.2'], [5, 6]],
+  ];
+  for (const [rows, cells, numbers] of table) {
+    const draft = { ...file, rows: rows.map(([number, ...texts]) => ({ number, cells: texts })) };
+    const after = withSettings(draft, [change]);
+    const serials = after.rows.map((row) => row.cells.join());
+    assert.deepEqual(after.columns, ['VW.NAME', ' unit.serial', 'STREAM.HOST']);
+    assert.deepEqual([serials, after.rows.map(({ number }) => number)], [cells, numbers]);
+    assert.equal(draftedValues(after, 'STREAM.HOST').get('d1'), '239.0.0.2');
+  }
+});
+
+test('two states of a site are held against each other by serial', () => {
+  const now = siteOf(
+    '10.0.0.1,ENC-ONE,TX610,E10,239.0.0.10,',
+    '10.0.1.1,BY-STREAM,RX610,D1,,239.0.0.2',
+    '10.0.9.9,NEW,RX610,D99,,',
+  );
+  const { missing, appeared, changes } = compareValues(site, now);
+  assert.deepEqual([missing.length, appeared.map(nameOf)], [10, ['NEW']]);
+  const told = changes.map(({ unit, key, from, to }) => `${nameOf(unit)} ${key} ${from} ${to}`);
+  assert.deepEqual(told, ['BY-STREAM STREAM.HOST 239.0.0.10 239.0.0.2', 'ENC-ONE UNIT.ID ENC-10 ENC-ONE']);
+});
+
+test('firmware is listed by model, the oldest version first', () => {
+  const lines = ['A,TX610,3.10.0', 'B,TX610,3.9.1', 'D,RX610,3.9.1', 'C,TX610,3.9.1', 'E,TX610,'];
+  const told = firmwareByModel(readSite(['UNIT.ID,UNIT.MODEL,UNIT.FIRMWARE', ...lines].join('\r\n')));
+  const texts = told.flatMap(({ model, versions }) =>
+    versions.map(({ version, units, older }) => `${model} ${version} ${units.map(nameOf)} ${older}`),
+  );
+  const expected = ['RX610 3.9.1 D false', 'TX610  E false', 'TX610 3.9.1 B,C true', 'TX610 3.10.0 A false'];
+  assert.deepEqual(texts, expected);
+});
+
+test('the way back has the old value of every setting that a unit takes', () => {
+  const lines = ['IP.ADDRESS,UNIT.MODEL,UNIT.SERIAL,UNIT.FIRMWARE,VW.NAME,STREAM.BIT_RATE,UNIT.ID'];
+  const then = readSite(
+    [...lines, '10.0.0.1,RX610,S1,1.0,Hall,100,A', '10.0.0.2,RX610,,1.0,Hall,,B'].join('\r\n'),
+  );
+  const now = readSite(
+    [...lines, '10.0.0.9,RX610,S1,2.0,Room,200,', '10.0.0.2,RX610,,1.0,Room,,B'].join('\r\n'),
+  );
+  const { settings, lost } = wayBack(compareValues(then, now).changes);
+  assert.deepEqual(
+    [settings.map(({ key, value }) => `${key} ${value}`), lost],
+    [['VW.NAME Hall', 'UNIT.ID A'], 0],
+  );
+  assert.equal(wayBack(compareValues(now, then).changes).lost, 1); // there was no id
+});
+
+test('presets and templates are made for what units take', () => {
+  const units = site.units.slice(0, 6); // five that encode or are unknown, one that decodes
+  const count = (preset) => settingsOfPreset(units, { value: '1', ...preset }).length;
+  assert.equal(count({ kind: 'all', key: 'UNIT.ID' }), 6);
+  assert.equal(count({ kind: 'decoders', key: 'AUDIO.MUTE' }), 1);
+  assert.equal(count({ kind: 'all', key: 'AUDIO.MUTE' }), 1); // encoders would hold it back
+  assert.equal(count({ kind: 'encoders', key: 'AUDIO.MUTE' }), 0);
+  assert.deepEqual(templateOf(units.slice(5), ['UNIT.ID', 'IP.ADDRESS', 'VW.NAME', 'STREAM.HOST']), [
+    ['UNIT.SERIAL', 'UNIT.MODEL', 'UNIT.ID', 'VW.NAME', 'STREAM.HOST'],
+    ['D1', 'RX610', 'BY-STREAM', '', ''],
+  ]);
+});

@@ -2,7 +2,7 @@
 
 import { render } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
-import { attempt, draftIsSafe, loadSite, restoreDraft, resumeRun } from './actions.js';
+import { attempt, draftIsSafe, loadSite, restoreDraft } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
 import { DetailsPage } from './pages/details_page.jsx';
 import { FirmwarePage } from './pages/firmware_page.jsx';
@@ -13,6 +13,7 @@ import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
 import { ThemeChoice } from './parts/theme.jsx';
 import { ErrorNotice } from './parts/widgets.jsx';
+import { resumeRun } from './runs.js';
 import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
 

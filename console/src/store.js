@@ -14,7 +14,7 @@ let state = {
   //                    source is file, site, retry or undo
   earlierDrafts: [], // to undo edits
   laterDrafts: [], //   to redo them
-  run: null, //         {rows, undo, records, over, ended, failure, kept} of the mass update that runs or ran
+  run: null, //         the mass update that runs or ran, as logic/run.js has it, with {kept, offline, stopping}
   notice: null, //      {level, text}
 };
 const listeners = new Set();

@@ -256,19 +256,56 @@ export const texts = {
     send: (count) => `Update ${units(count)}…`,
     confirm: (count) => `Update ${units(count)}?`,
     confirmText:
-      'Each unit takes its settings, saves them and restarts. A unit that does not answer is waited for at most 15 seconds. The update cannot be stopped once it runs.',
+      'Each unit takes its settings, saves them and restarts. A unit that does not answer is waited for at most 15 seconds. It can be stopped only between batches of units.',
     confirmLeftOut: (count) =>
       `I have seen the ${times(count, 'problem', 'problems')}; what is left out stays as it is.`,
     confirmMoved: (count) => `${times(count, 'unit changes its address', 'units change their address')}.`,
     movedTable: 'Units that change their address',
     movedColumns: ['Unit', 'Now', 'Then'],
     confirmGo: 'Update now',
+    pace: {
+      title: 'How',
+      trial: 'Try it first on',
+      noTrial: 'no unit',
+      size: 'Units at a time',
+      sizeOptions: (count) => (count === 0 ? 'all' : String(count)),
+      pause: 'Then wait',
+      pauseOptions: (seconds) =>
+        seconds === null
+          ? 'until I go on'
+          : seconds === 0
+            ? 'not at all'
+            : seconds < 60
+              ? `${seconds} s`
+              : `${seconds / 60} min`,
+      most: 'Stop after',
+      mostOptions: (count) => (count === 0 ? 'no failure' : times(count, 'failure', 'failures')),
+    },
     notTheSameCsv:
       'The unit holds another CSV than the one just uploaded; somebody else is at work. Nothing was sent.',
 
     resumed: 'The page was left while the update ran. What is shown is what the unit’s site log tells.',
     running: 'The update runs',
-    ended: 'The update has ended',
+    stages: {
+      waiting: 'The update runs',
+      sending: 'The update runs',
+      paused: 'The update is paused',
+      over: 'The update has ended',
+    },
+    paused: {
+      trial: 'The first unit has had its turn. Look at it before the others follow.',
+      between: 'A pause before the next units.',
+      failures: 'Too many units have failed.',
+      stopped: 'Stopped as you wanted.',
+      failed: 'Not all was sent.',
+      left: 'The page was left while the update ran. These units have not had their turn yet.',
+    },
+    pausedFor: (seconds) => `It goes on in ${seconds} s.`,
+    goOn: (count) => `Go on with ${units(count)}`,
+    endRun: 'End it here',
+    stop: 'Stop after these units',
+    stopping: 'Stops after these units…',
+    offline: 'no connection to the unit; the update goes on without it',
     lostSight: 'Nothing more is heard of the update',
     notKept:
       'This browser has no room to remember the update: a page that is left does not find it again. It goes on all the same.',

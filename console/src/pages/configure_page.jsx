@@ -290,7 +290,7 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
       <HeaderMap {...{ draft, plan, site }} />
       <ProblemTools {...{ plan, steps, goNext }} />
       <Editor {...{ draft, plan, site, shown, active, activate, goNext }} />
-      <PreflightPanel {...{ plan, goTo, busy }} />
+      <PreflightPanel {...{ plan, goTo, busy }} name={draft.name || words.fromSite} />
     </>
   );
 }

@@ -1,12 +1,13 @@
 // A mass update that runs or has run: what became of each unit, the report, and what can follow.
 
 import { useState } from 'preact/hooks';
-import { closeRun, draftFromText } from '../actions.js';
+import { draftFromText } from '../actions.js';
+import { countLater, csvOf, placesOf, secondsLeft, tallyOf } from '../logic/run.js';
 import { isEnded } from '../logic/site_log.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
-import { writeForUnit } from '../logic/unit_csv.js';
 import { Table } from '../parts/table.jsx';
 import { Choice, DownloadButton, ErrorNotice, Notice, stamp, useClock } from '../parts/widgets.jsx';
+import { closeRun, endRun, goOn, stopAfterBatch } from '../runs.js';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
@@ -32,64 +33,61 @@ function cellsOf(row, record) {
   return [
     String(row.number),
     row.serial,
-    row.id,
+    [...new Set([row.was, row.id])].filter(Boolean).join(' → '),
     row.address,
-    String(row.settings.length),
+    String(row.settings),
     words.states[record.state],
     isEnded(record) ? (words.reasons[record.reason] ?? '') : '',
   ];
 }
 
-function tallyOf(records) {
-  const count = (...states) => records.filter(({ state }) => states.includes(state)).length;
-  return {
-    ok: count('ok'),
-    fail: count('fail'),
-    skipped: count('self', 'skipped'),
-    unsent: count('unsent'),
-    done: records.filter(isEnded).length,
-  };
-}
-
 const reportOf = ({ rows, records }) =>
   writeSpreadsheet([words.runColumns, ...rows.map((row, at) => cellsOf(row, records[at]))]);
 
-// The rows that failed or were not reached, with just what is for them.
-function retryOf({ rows, records }) {
-  const values = rows
-    .filter((_, at) => ['fail', 'unsent'].includes(records[at].state))
-    .map(({ serial, model, settings }) => ({
-      'UNIT.SERIAL': serial,
-      'UNIT.MODEL': model,
-      ...Object.fromEntries(settings),
-    }));
-  const keys = [...new Set(values.flatMap(Object.keys))];
-  return writeForUnit(
-    keys,
-    values.map((row) => keys.map((key) => row[key] ?? '')),
+// The rows that failed or were not reached.
+const retryOf = (run) => csvOf(run, placesOf(run, 'fail', 'unsent'));
+
+function Progress({ run, tally }) {
+  const left = secondsLeft(run, useClock(1000));
+  const all = run.records.length;
+  const started = run.batch.some((at) => run.records[at].state !== 'waiting');
+  return (
+    <div class="progress" role="status">
+      <progress
+        max={all}
+        value={started || tally.done > 0 ? tally.done : undefined}
+        aria-label={words.running}
+      />
+      <span>
+        {started ? words.progress(tally.done, all) : words.preparing}
+        {run.offline ? ` · ${words.offline}` : left !== null && ` · ${words.remaining(left)}`}
+      </span>
+      {countLater(run) > 0 && (
+        <button type="button" disabled={run.stopping} onClick={stopAfterBatch}>
+          {run.stopping ? words.stopping : words.stop}
+        </button>
+      )}
+    </div>
   );
 }
 
-function Progress({ run, tally }) {
-  const elapsed = (useClock(1000) - run.since) / 1000;
-  const all = run.records.length;
-  if (run.records.every(({ state }) => state === 'waiting')) {
-    return (
-      <div class="progress" role="status">
-        <progress aria-label={words.running} />
-        <span>{words.preparing}</span>
-      </div>
-    );
-  }
-  const left = tally.done > 0 ? (elapsed / tally.done) * (all - tally.done) : null;
+function Pause({ run, tally }) {
+  const now = useClock(1000);
   return (
-    <div class="progress" role="status">
-      <progress max={all} value={tally.done} aria-label={words.running} />
-      <span>
-        {words.progress(tally.done, all)}
-        {left !== null && ` · ${words.remaining(left)}`}
-      </span>
-    </div>
+    <>
+      <Notice level={run.why === 'between' ? 'info' : 'warn'}>
+        {words.paused[run.why]}{' '}
+        {run.until && words.pausedFor(Math.max(0, Math.ceil((run.until - now) / 1000)))}
+      </Notice>
+      <div class="bar">
+        <button type="button" class="main" onClick={goOn}>
+          {words.goOn(tally.left)}
+        </button>
+        <button type="button" onClick={endRun}>
+          {words.endRun}
+        </button>
+      </div>
+    </>
   );
 }
 
@@ -148,11 +146,13 @@ export function RunView({ run }) {
   const tally = tallyOf(run.records);
   const pairs = run.rows.map((row, at) => ({ row, record: run.records[at] }));
   const shown = pairs.filter(({ record }) => filter === 'all' || (isEnded(record) && record.state !== 'ok'));
+  const { step } = run;
+  const Stage = { over: Outcome, paused: Pause }[step] ?? Progress;
   return (
     <>
-      <h3 id="run-heading">{run.over ? (run.ended ? words.ended : words.lostSight) : words.running}</h3>
-      {run.over ? <Outcome {...{ run, tally }} /> : <Progress {...{ run, tally }} />}
-      {!run.over && !run.kept && <Notice level="warn">{words.notKept}</Notice>}
+      <h3 id="run-heading">{step === 'over' && !run.ended ? words.lostSight : words.stages[step]}</h3>
+      <Stage {...{ run, tally }} />
+      {step !== 'over' && run.kept === false && <Notice level="warn">{words.notKept}</Notice>}
       <ErrorNotice text={run.failure} />
       <div class="bar tools">
         <p id="tally" role="status">

@@ -1,0 +1,135 @@
+// A mass update as this console runs it: unit by unit in batches, perhaps one unit first, perhaps with pauses, and no
+// further after so many failures. The unit itself knows nothing of this; each batch is an update of its own to it.
+//
+// A run is {id, name, rows, text, undo, records, pace, batch, step, why, until, failure, ended, clock, accepted}:
+//   rows      {number, serial, was, id, address, settings} for each unit, `was` and `id` its name before and after
+//   text      the CSV that is sent, a line for each row; `undo` the one that takes it back
+//   records   {state, reason} for each row, as site_log.js has them
+//   pace      {trial, size, pause, most}: the serial of the unit that comes first, units at a time (0 all), seconds
+//             between batches (null until a person goes on), failures until it stops (0 any number)
+//   batch     the places of the rows that are being sent
+//   step      `waiting` for its turn, `sending`, `paused`, `over`
+//   why       it is paused: `trial`, `between`, `failures`, `stopped`, `failed`, `left`
+//   clock     {at, from, done, last}: when the first unit was sent its settings, units done then and now, and when the
+//             last one was done
+//   accepted  failures that a person has seen before going on
+
+import { isEnded } from './site_log.js';
+
+export const waiting = { state: 'waiting', reason: '' };
+export const wholeSite = { trial: '', size: 0, pause: 0, most: 0 };
+
+function runRow({ number, values, unit, settings }) {
+  return {
+    number,
+    serial: values['UNIT.SERIAL'],
+    was: unit?.values['UNIT.ID'] ?? '',
+    id: values['UNIT.ID'] ?? '',
+    address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
+    settings: settings.length,
+  };
+}
+
+// A run of what a preflight has planned; `now` in milliseconds tells it from other runs.
+export function newRun({ sending, text, undo }, { name, pace = wholeSite, now }) {
+  const rows = sending.map(runRow);
+  const progress = { records: rows.map(() => waiting), batch: [], step: 'waiting', why: '', until: null };
+  return {
+    id: now,
+    name,
+    rows,
+    text,
+    undo,
+    pace,
+    ...progress,
+    failure: '',
+    ended: true,
+    clock: null,
+    accepted: 0,
+  };
+}
+
+// The CSV of some rows of a run, by their places: no value has a line end.
+export function csvOf({ text }, places) {
+  const lines = text.split('\r\n');
+  return [lines[0], ...places.map((at) => lines[at + 1]), ''].join('\r\n');
+}
+
+export function tallyOf(records) {
+  const count = (...states) => records.filter(({ state }) => states.includes(state)).length;
+  return {
+    ok: count('ok'),
+    fail: count('fail'),
+    skipped: count('self', 'skipped'),
+    unsent: count('unsent'),
+    left: count('waiting'),
+    done: records.filter(isEnded).length,
+  };
+}
+
+// The places of rows in these states.
+export const placesOf = ({ records }, ...states) =>
+  [...records.keys()].filter((at) => states.includes(records[at].state));
+
+// The places of the rows to send next, none when all have had their turn.
+export function nextBatch(run) {
+  const { rows, pace, records } = run;
+  const left = placesOf(run, 'waiting');
+  const trial = left.find((at) => rows[at].serial === pace.trial);
+  if (trial !== undefined && left.length === records.length) return [trial];
+  return pace.size > 0 ? left.slice(0, pace.size) : left;
+}
+
+// Why a run should not go on after a batch, '' when it should or when nothing is left.
+export function whyPause({ rows, records, pace, batch, failure, stopping, accepted }) {
+  const { fail, left } = tallyOf(records);
+  if (left === 0) return '';
+  if (failure) return 'failed';
+  if (stopping) return 'stopped';
+  if (batch.length === 1 && rows[batch[0]].serial === pace.trial) return 'trial';
+  if (pace.most > 0 && fail - accepted >= pace.most) return 'failures';
+  return pace.pause === 0 ? '' : 'between';
+}
+
+// The run with what is known of its batch now.
+export function withProgress(run, records, now) {
+  const all = [...run.records];
+  run.batch.forEach((at, place) => {
+    all[at] = records[place];
+  });
+  const { done } = tallyOf(all);
+  const begun = records.some(({ state }) => state !== 'waiting');
+  let { clock } = run;
+  if (!clock && begun) clock = { at: now, from: done, done, last: now };
+  else if (clock && clock.done !== done) clock = { ...clock, done, last: now };
+  return { ...run, records: all, clock };
+}
+
+// The run after a pause, whose length does not count.
+export function afterPause(run, milliseconds) {
+  const { clock, records } = run;
+  return {
+    ...run,
+    step: 'waiting',
+    why: '',
+    until: null,
+    failure: '',
+    stopping: false,
+    accepted: tallyOf(records).fail,
+    clock: clock && { ...clock, at: clock.at + milliseconds, last: clock.last + milliseconds },
+  };
+}
+
+// How many units are to follow the batch.
+export const countLater = ({ records, batch }) =>
+  tallyOf(records).left - batch.filter((at) => records[at].state === 'waiting').length;
+
+// Seconds that are left, by what a unit has taken so far; null when nothing is known of that.
+export function secondsLeft({ clock, records, pace, batch }, now) {
+  if (!clock || clock.done <= clock.from) return null;
+  const each = (clock.last - clock.at) / (clock.done - clock.from) / 1000;
+  const { done } = tallyOf(records);
+  const pauses =
+    pace.size > 0 ? Math.ceil(countLater({ records, batch }) / pace.size) * (pace.pause ?? 0) : 0;
+  return Math.max(1, each * (records.length - done) + pauses - (now - clock.last) / 1000);
+}

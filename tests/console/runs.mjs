@@ -1,0 +1,88 @@
+// Mass updates that take their time, in the browser: one unit first, batches, pauses. In the box only.
+
+import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
+import { chapter, content, look, openConsole, start, startServer, until } from './unit.mjs';
+
+// Three units are silent, which takes five seconds each; one refuses.
+const units = [
+  'UNIT.SERIAL,UNIT.ID,UNIT.MODEL,IP.ADDRESS,IP.STATIC_ADDRESS,VW.NAME,SIM.SILENT_AT,SIM.REFUSE_AT',
+  ...[1, 2, 3].map((at) => `SILENT${at},UNIT-80${at},RX610,10.77.8.${at},10.77.8.${at},Room 80${at},set,`),
+  'REFUSER,UNIT-901,RX620,10.77.9.1,10.77.9.1,Room 901,,set',
+];
+writeFileSync('/tmp/units.csv', `${units.join('\r\n')}\r\n`);
+
+await startServer();
+start('fleet', '--self', '--count', '3', '--units', '/tmp/units.csv');
+const page = await openConsole();
+const button = (name) => page.getByRole('button', { name, exact: true });
+const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
+const says = (text) => page.getByText(text).first().waitFor();
+const states = async () =>
+  Object.fromEntries(
+    await page
+      .locator('tr.run')
+      .evaluateAll((rows) => rows.map(({ cells }) => [cells[1].innerText, cells[5].innerText.slice(1)])),
+  );
+const serialsSent = () => content('/www/site.log').match(/(?<=^CMD=START&UNIT.ID=)[A-Z0-9]+/gm) ?? [];
+
+async function discover() {
+  await goTo('Units');
+  await page.getByRole('button', { name: /^Discover/ }).click();
+  await page.locator('progress').waitFor();
+  await page.locator('progress').waitFor({ state: 'hidden' });
+}
+
+// Opens a draft of rows, and the dialog that would send it.
+async function ask(...rows) {
+  await goTo('Configure');
+  const buffer = Buffer.from(`UNIT.SERIAL,VW.NAME\r\n${rows.join('\r\n')}\r\n`);
+  await page
+    .locator('input[type=file]:visible')
+    .setInputFiles({ name: 'rooms.csv', mimeType: 'text/csv', buffer });
+  await page.getByRole('button', { name: /^Update \d+ units?…$/ }).click();
+  const seen = page.getByLabel(/^I have seen/);
+  if ((await seen.count()) > 0) await seen.check();
+}
+
+await chapter(page, 'one unit goes first, the others follow in batches until one fails', async () => {
+  await discover();
+  await ask('KU000003,Hall 3', 'REFUSER,Hall 9', 'SILENT1,Hall 1');
+  await page.getByLabel('Try it first on').selectOption('UNIT-003');
+  await page.getByLabel('Units at a time').selectOption('1');
+  await page.getByLabel('Stop after').selectOption('1 failure');
+  assert.deepEqual(await look(page, 'pace'), []);
+  await button('Update now').click();
+  await says('Look at it before the others follow.');
+  assert.deepEqual(serialsSent(), ['KU000003']);
+  assert.deepEqual(await states(), { KU000003: 'OK', REFUSER: 'waiting', SILENT1: 'waiting' });
+  assert.deepEqual(await look(page, 'paused'), []);
+  await button('Go on with 2 units').click();
+  await says('Too many units have failed.');
+  assert.deepEqual(serialsSent(), ['REFUSER']);
+  await page.reload();
+  await goTo('Configure');
+  await says('These units have not had their turn yet.');
+  assert.deepEqual(await states(), { KU000003: 'OK', REFUSER: 'FAIL', SILENT1: 'waiting' });
+  await button('End it here').click();
+  await says('1 OK, 1 failed, 1 not sent');
+  await button('Back to the draft').click();
+});
+
+await chapter(page, 'the time that is left is known after a reload, not without a connection', async () => {
+  await page.reload();
+  await ask('SILENT1,Hall 1', 'SILENT2,Hall 2', 'SILENT3,Hall 3');
+  await page.getByLabel('Units at a time').selectOption('all');
+  await button('Update now').click();
+  await until(async () => (await states()).SILENT1 === 'FAIL');
+  await page.reload();
+  const left = await page.getByText(/1 of 3 · about/).innerText();
+  assert.ok(Number(/about (\d+) s/.exec(left)[1]) >= 5, left); // two units of five seconds each
+  await page.context().setOffline(true);
+  await says('1 of 3 · no connection to the unit');
+  await page.context().setOffline(false);
+  await page.getByText(/of 3 · about/).waitFor();
+  await says('The update has ended');
+  await says('0 OK, 3 failed');
+});
+process.exit();

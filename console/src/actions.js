@@ -8,8 +8,8 @@ import { RequestFailure, RequestQueue } from './logic/request_queue.js';
 import { withSettings } from './logic/draft.js';
 import { compareSites, inOrder, memoryOf, readSite, serialAt } from './logic/site.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
-import { ownLines, readDiscovery } from './logic/unit_csv.js';
-import { get, listen, recall, remember, set } from './store.js';
+import { draftOf, firstRow, ownLines } from './logic/unit_csv.js';
+import { get, listen, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
 
@@ -58,11 +58,11 @@ export async function loadSite() {
 }
 
 // A discovery that could not reach the network leaves the file of the last one.
-export async function discover() {
+export async function discoverWith(unit) {
   set({ discovery: { since: Date.now() } });
   try {
     const before = await readStatic(siteFile);
-    await queue.ask('discover', 'DISCOVER_DEVICES_API');
+    await unit.ask('DISCOVER_DEVICES_API');
     const file = await readStatic(siteFile);
     if (!file || (file.modified !== '' && file.modified === before?.modified))
       throw new Error(texts.units.noNewList);
@@ -71,6 +71,8 @@ export async function discover() {
     set({ discovery: null });
   }
 }
+
+export const discover = () => queue.run('discover', discoverWith);
 
 // Drafts
 
@@ -119,7 +121,10 @@ export function draftFromSite(chosen) {
   const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
   const byId = (one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? '');
   const units = chosen ?? [...site.units].sort(byId);
-  const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
+  const rows = units.map((unit, at) => ({
+    number: at + firstRow,
+    cells: columns.map((key) => unit.values[key]),
+  }));
   showDraft({ name: '', source: 'site', columns, rows, notes: [] });
   return true;
 }
@@ -155,13 +160,9 @@ export async function restoreDraft() {
   });
 }
 
-// From a CSV that this console has written for the unit. IP.ADDRESS is no setting, and the unit may have another one now.
+// From a CSV that this console has written for the unit.
 export function draftFromText(text, name, source) {
-  if (!mayReplaceDraft()) return;
-  const { keys, rows } = readDiscovery(text);
-  const kept = [...keys.keys()].filter((at) => keys[at] !== '' && keys[at] !== 'IP.ADDRESS');
-  const lines = rows.map((cells, at) => ({ number: at + 2, cells: kept.map((column) => cells[column]) }));
-  showDraft({ name, source, columns: kept.map((at) => keys[at]), rows: lines, notes: [] });
+  if (mayReplaceDraft()) showDraft({ name, source, ...draftOf(text) });
 }
 
 // Puts texts into cells: [row index, column index, text]. Several make one step to undo.

@@ -12,8 +12,8 @@ import { StreamsPage } from './pages/streams_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
 import { ThemeChoice } from './parts/theme.jsx';
-import { ErrorNotice } from './parts/widgets.jsx';
-import { resumeRun } from './runs.js';
+import { ErrorNotice, Notice } from './parts/widgets.jsx';
+import { resumeRun, watchOthers } from './runs.js';
 import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
 
@@ -117,6 +117,9 @@ function Console() {
       <Skip />
       <Head page={page} activity={state.activity} />
       <main id="main" tabIndex={-1}>
+        {state.others && state.run?.step !== 'waiting' && (
+          <Notice level="warn">{texts.others(state.others)}</Notice>
+        )}
         <ErrorNotice text={state.notice?.text} />
         {Object.entries(pages).map(([name, Page]) => (
           <div key={name} hidden={name !== page}>
@@ -129,7 +132,8 @@ function Console() {
 }
 
 addEventListener('beforeunload', (event) => {
-  if (get().activity || !draftIsSafe()) event.preventDefault();
+  const { activity, run } = get();
+  if (activity || run?.step === 'waiting' || run?.until || !draftIsSafe()) event.preventDefault();
 });
 // A file dropped beside its place would replace the page.
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
@@ -138,3 +142,4 @@ keepFocus();
 attempt(loadSite);
 attempt(restoreDraft);
 attempt(resumeRun);
+watchOthers();

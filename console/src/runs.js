@@ -1,20 +1,35 @@
 // Mass updates, from the button to the last unit: batch by batch, each followed in the unit's site log. A run is kept in
 // the browser, so that a page that was left finds it again.
 
-import { explain, queue } from './actions.js';
-import { keepRun, keptRuns } from './kept_runs.js';
+import { discoverWith, explain, queue } from './actions.js';
+import { dropRun, keepRun, keptRuns } from './kept_runs.js';
 import { failureOf } from './logic/answer.js';
-import { afterPause, csvOf, newRun, nextBatch, waiting, whyPause, withProgress } from './logic/run.js';
-import { applyResults, isEnded, readSiteLog } from './logic/site_log.js';
-import { get, set } from './store.js';
+import { RequestFailure } from './logic/request_queue.js';
+import {
+  afterPause,
+  changesSince,
+  csvOf,
+  newRun,
+  nextBatch,
+  placesOf,
+  tallyOf,
+  waiting,
+  whyPause,
+  withProgress,
+} from './logic/run.js';
+import { applyResults, isEnded, longestSilence, readSiteLog, updateUnderWay } from './logic/site_log.js';
+import { get, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
-import { readStatic, sleep } from './transport.js';
+import { lookAt, readStatic, sleep } from './transport.js';
 
 const siteLogFile = '/site.log';
 const logInterval = 1000;
-const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
 const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 const longestAway = 600; // seconds without a connection
+const longLog = 1 << 16; // bytes of a log, of which only what is new is read
+const watchInterval = 5000;
+const idleInterval = 15_000; // as long as there is no log, or nobody looks
+const mostWaits = 1000; // for a unit that is busy, half a minute each, until a run is given up
 
 const change = (news) => set({ run: { ...get().run, ...news } });
 
@@ -23,25 +38,81 @@ async function keep(news) {
   change({ kept: await keepRun(get().run) });
 }
 
-// By which a site log is known again as long as nothing writes to it.
-const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
+// Reads a site log that grows, of a long one only what is new.
+class SiteLog {
+  text = '';
+  length = 0;
+
+  async read() {
+    const piece = await readStatic(siteLogFile, this.length > longLog ? this.length : 0);
+    if (!piece) return null;
+    this.text = piece.whole ? piece.text : this.text + piece.text;
+    this.length = piece.whole ? piece.bytes.length : this.length + piece.bytes.length;
+    this.version = `${piece.modified} ${this.length}`;
+    return this.text;
+  }
+}
 
 // Follows the site log of a batch from its first line on, until `over()`. The log that was there `before` does not count.
 async function followSiteLog(before, over, show) {
-  let text = '';
-  let length = 0;
+  const log = new SiteLog();
   for (let last = false; !last;) {
     last = over();
-    const piece = await readStatic(siteLogFile, length).catch(() => undefined);
-    if (!last) change({ offline: piece === undefined });
-    if (piece && piece.text !== '' && (length > 0 || ageOf(piece) !== before)) {
-      text = piece.whole ? piece.text : text + piece.text;
-      length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
-      show(text);
-    }
+    const text = await log.read().catch(() => undefined);
+    if (!last) change({ offline: text === undefined });
+    if (text && log.version !== before) show(text);
     if (!last) await sleep(logInterval);
   }
 }
+
+// Updates that other consoles have begun
+
+const ownLog = 'ownLog'; // the version of the log that the last update of this browser has left
+let othersLog = new SiteLog();
+
+// Whether the log tells of another console's update that a discovery of that time knows nothing of.
+const isNewTo = (log, time) =>
+  log !== null && log.version !== recall(ownLog) && Date.parse(log.modified) > Date.parse(time);
+
+// Looks whether another update is under way, or has been since the last discovery. Returns the log as it is, null for none.
+async function lookForOthers() {
+  const log = await lookAt(siteLogFile);
+  const isFresh = log !== null && log.version !== recall(ownLog) && log.age <= longestSilence;
+  if (!isFresh || log.size < othersLog.length) othersLog = new SiteLog();
+  const others = isFresh ? updateUnderWay((await othersLog.read()) ?? '', log.age) : null;
+  set({ others, ...(isNewTo(log, get().site?.modified) ? { outdated: true } : {}) });
+  return log;
+}
+
+// Keeps looking, as long as the page is seen and sends nothing itself.
+export async function watchOthers() {
+  for (;;) {
+    const looks = !document.hidden && get().run?.step !== 'sending';
+    const log = looks ? await lookForOthers().catch(() => null) : null;
+    await sleep(looks && !log ? idleInterval : watchInterval);
+  }
+}
+
+async function untilFree(signal) {
+  for (;;) {
+    const log = await lookForOthers().catch(() => null);
+    if (signal.aborted) throw new RequestFailure('withdrawn', '');
+    if (!get().others) return log;
+    await sleep(logInterval);
+  }
+}
+
+// Compares what is left of a run with the site as it is, when another update has run since it was planned, or when a
+// person wants it: units that restart are found later.
+async function compareAgain(unit, log) {
+  const { wanted } = get().run;
+  if (!wanted && !isNewTo(log, get().run.site)) return;
+  if (wanted || !get().site || isNewTo(log, get().site.modified)) await discoverWith(unit);
+  const { run, site } = get();
+  change({ wanted: false, site: site.modified, changes: changesSince(run, placesOf(run, 'waiting'), site) });
+}
+
+// A batch
 
 // A batch goes on when the connection to it is lost. Waits until its log tells of all records, or of nothing more.
 // Returns whether it has ended.
@@ -62,11 +133,29 @@ async function silence(logSoFar) {
 }
 
 // Two consoles may upload at the same time; what is run is what this one has shown.
-async function sendCsv(unit, text) {
+async function sendCsv(unit, text, signal) {
   const file = new File([text], 'import.csv', { type: 'text/csv' });
-  const failure = failureOf(await unit.upload('CSV_IMPORT', file));
+  const failure = failureOf(await unit.upload('CSV_IMPORT', file, { signal }));
   if (failure) throw new Error(failure);
-  if ((await unit.ask('GET_CSV_IMPORT')) !== text) throw new Error(texts.configure.notTheSameCsv);
+  if ((await unit.ask('GET_CSV_IMPORT', { signal })) !== text) throw new Error(texts.configure.notTheSameCsv);
+}
+
+// Uploads a batch when no other update runs, and looks at the site again after one that did. Returns whether it may be
+// performed.
+async function prepare(unit, batch, signal) {
+  for (let waits = 0; ; ++waits) {
+    const log = await untilFree(signal);
+    await compareAgain(unit, log);
+    if (get().run.changes.length > 0) return false;
+    try {
+      await sendCsv(unit, csvOf(get().run, batch), signal);
+      const now = await lookAt(siteLogFile);
+      if (signal.aborted) throw new RequestFailure('withdrawn', '');
+      if (now?.version === log?.version) return true;
+    } catch (failure) {
+      if (failure.kind !== 'busy' || waits === mostWaits) throw failure;
+    }
+  }
 }
 
 // What the log and the answer tell of the run's batch.
@@ -112,16 +201,26 @@ class BatchProgress {
     const own = batch.find((at) => records[at].state === 'self');
     set({ outdated: true, ...(own === undefined ? {} : { ownSerial: rows[own].serial }) });
     await keep({ failure, ended, offline: false });
+    const log = await lookAt(siteLogFile).catch(() => null);
+    if (ended && log && !this.foreign) remember(ownLog, log.version);
   }
 }
 
+let cancelling = null;
+export const cancelBatch = () => cancelling?.abort();
+
+// Returns why the batch has not been sent: `changed` or `cancelled`, '' when it has, or has failed.
 async function sendBatch(batch) {
-  change({ batch, step: 'waiting' });
+  change({ batch, step: 'waiting', changes: [] });
+  cancelling = new AbortController();
+  const { signal } = cancelling;
   const progress = new BatchProgress();
   let ended = true;
   const work = async (unit) => {
-    await sendCsv(unit, csvOf(get().run, batch));
-    await keep({ step: 'sending', before: ageOf(await readStatic(siteLogFile)) });
+    if (!(await prepare(unit, batch, signal))) return 'changed';
+    const log = new SiteLog();
+    await log.read();
+    await keep({ step: 'sending', before: log.version });
     const perform = () => unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => progress.tell({ lines }) });
     await progress.follow(() =>
       perform().catch(async (failure) => {
@@ -129,13 +228,26 @@ async function sendBatch(batch) {
         throw failure;
       }),
     );
+    return '';
   };
-  const failure = await queue.run('update', work).then(() => '', explain);
+  let failure = '';
+  try {
+    const reason = await queue.run('update', work, signal);
+    if (reason) return reason;
+  } catch (broken) {
+    if (signal.aborted) return 'cancelled';
+    failure = explain(broken);
+  }
   await progress.end(failure, ended);
+  return '';
 }
 
 let decide = null; // ends a pause: decide(true) goes on, decide(false) ends the run
 export const goOn = () => decide?.(true);
+export const compareRun = () => {
+  change({ wanted: true });
+  goOn();
+};
 export const endRun = () => decide?.(false);
 export const stopAfterBatch = () => change({ stopping: true });
 
@@ -153,22 +265,28 @@ async function pause(why, seconds) {
   return goesOn;
 }
 
-// Sends what is left of the run, batch by batch; `left` when the page was left before.
-async function drive(left = false) {
-  let why = left ? 'left' : '';
-  for (;;) {
+// Sends what is left of the run, batch by batch, after a pause when there is a reason for one.
+async function drive(reason = '') {
+  for (let why = reason; ;) {
     if (why && !(await pause(why, why === 'between' ? get().run.pace.pause : null))) break;
     const batch = nextBatch(get().run);
     if (batch.length === 0) break;
-    await sendBatch(batch);
-    why = whyPause(get().run);
-    if (!why && nextBatch(get().run).length === 0) break;
+    const unsent = await sendBatch(batch);
+    if (unsent === 'cancelled' && !hasBegun()) break;
+    why = { '': whyPause(get().run), cancelled: 'stopped', changed: 'changed' }[unsent];
   }
-  await keep({ step: 'over', why: '', until: null, records: applyResults(get().run.records, [], true) });
+  if (hasBegun()) {
+    await keep({ step: 'over', why: '', until: null, records: applyResults(get().run.records, [], true) });
+  } else {
+    await dropRun(get().run);
+    set({ run: null });
+  }
 }
 
+const hasBegun = () => tallyOf(get().run.records).done > 0;
+
 export function startRun(plan, name, pace) {
-  set({ run: newRun(plan, { name, pace, now: Date.now() }) });
+  set({ run: newRun(plan, { name, site: get().site.modified, pace, now: Date.now() }) });
   return drive();
 }
 
@@ -182,7 +300,7 @@ export async function resumeRun() {
     const ended = await progress.follow(() => silence(() => progress.log));
     await progress.end(texts.configure.resumed, ended && !progress.foreign);
   }
-  await drive(nextBatch(get().run).length > 0);
+  await drive(nextBatch(get().run).length > 0 ? 'left' : '');
 }
 
 export const closeRun = () => set({ run: null });

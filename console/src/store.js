@@ -15,6 +15,7 @@ let state = {
   earlierDrafts: [], // to undo edits
   laterDrafts: [], //   to redo them
   run: null, //         the mass update that runs or ran, as logic/run.js has it, with {kept, offline, stopping}
+  others: null, //      {total, done} of an update that another console has begun
   notice: null, //      {level, text}
 };
 const listeners = new Set();

@@ -36,6 +36,8 @@ export const texts = {
   },
   theme: 'Theme',
   themes: { system: 'System', light: 'Light', dark: 'Dark' },
+  others: ({ done, total }) =>
+    `Another console’s update is under way: ${done} of ${units(total)}. The unit takes no other request until it has ended.`,
   failures: {
     busy: 'The unit is still busy with somebody else’s request. Nothing was changed; try again in a while.',
     updating:
@@ -287,7 +289,7 @@ export const texts = {
     resumed: 'The page was left while the update ran. What is shown is what the unit’s site log tells.',
     running: 'The update runs',
     stages: {
-      waiting: 'The update runs',
+      waiting: 'The update is prepared',
       sending: 'The update runs',
       paused: 'The update is paused',
       over: 'The update has ended',
@@ -298,8 +300,20 @@ export const texts = {
       failures: 'Too many units have failed.',
       stopped: 'Stopped as you wanted.',
       failed: 'Not all was sent.',
+      changed: 'Another update has run, and has changed what this one was compared with.',
       left: 'The page was left while the update ran. These units have not had their turn yet.',
     },
+    waitsFor: ({ done, total }) =>
+      `Another console’s update is under way: ${done} of ${units(total)}. This one waits for its end, and compares with the site again before it sends.`,
+    waitsForUnit: 'The unit is busy with another request; this update waits.',
+    changed: ({ key, then, now, value, code, detail }) =>
+      code === 'gone'
+        ? 'the unit did not answer; it may be restarting.'
+        : code
+          ? texts.configure.problem({ code, detail })
+          : `${key} was “${then}” and is “${now}” now; this update makes it “${value}”.`,
+    compareAgain: 'Compare again',
+    moreChanges: (count) => `and ${count} more`,
     pausedFor: (seconds) => `It goes on in ${seconds} s.`,
     goOn: (count) => `Go on with ${units(count)}`,
     endRun: 'End it here',

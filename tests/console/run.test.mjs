@@ -4,23 +4,28 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import {
   afterPause,
+  changesSince,
   csvOf,
+  labelsOf,
   newRun,
   nextBatch,
   secondsLeft,
   whyPause,
   withProgress,
 } from '../../console/src/logic/run.js';
+import { readSite } from '../../console/src/logic/site.js';
+import { updateUnderWay } from '../../console/src/logic/site_log.js';
 
 const header = 'UNIT.SERIAL,UNIT.ID,';
 const sending = ['A', 'B', 'C', 'D', 'E'].map((serial, at) => ({
   number: at + 2,
   values: { 'UNIT.SERIAL': serial, 'UNIT.ID': `NEW-${serial}` },
-  unit: null,
+  unit: { values: { 'UNIT.SERIAL': serial, 'UNIT.ID': serial } },
+  cells: { 'UNIT.ID': { old: serial } },
   settings: [{ key: 'UNIT.ID', value: `NEW-${serial}` }],
 }));
 const lines = sending.map(({ values }) => `${Object.values(values).join(',')},`);
-const plan = { sending, text: `${[header, ...lines].join('\r\n')}\r\n`, undo: '' };
+const plan = { sending, problems: [], text: `${[header, ...lines].join('\r\n')}\r\n`, undo: '' };
 const runOf = (pace) =>
   newRun(plan, { name: '', pace: { trial: '', size: 0, pause: 0, most: 0, ...pace }, now: 0 });
 
@@ -88,4 +93,33 @@ test('the time that is left comes from the units done so far, without the pauses
   const found = { ...runOf({}), batch: [0, 1, 2, 3, 4], clock: { at: 0, from: 0, done: 0, last: 0 } };
   const records = [...Array(2).fill({ state: 'ok' }), ...Array(3).fill({ state: 'waiting' })];
   assert.equal(secondsLeft(withProgress(found, records, 20_000), 20_000), 30);
+});
+
+test('what another update has changed is found, names are those of now', () => {
+  const site = readSite(
+    ['UNIT.SERIAL,UNIT.ID', 'A,A', 'B,THEIRS', 'C,NEW-C', 'E,E', 'F,NEW-E'].join('\r\n'), // D is gone
+  );
+  const run = runOf({});
+  assert.deepEqual(changesSince(run, [0, 1, 2, 3, 4], site), [
+    { at: 1, key: 'UNIT.ID', then: 'B', now: 'THEIRS', value: 'NEW-B' },
+    { at: 3, code: 'gone', detail: '' },
+    { at: 4, code: 'id-taken', detail: 'NEW-E' },
+  ]);
+  assert.deepEqual(changesSince(run, [0, 2], site), []);
+  const labels = ['A → NEW-A', 'THEIRS → NEW-B', 'NEW-C', 'D → NEW-D', 'E → NEW-E'];
+  assert.deepEqual(labelsOf(run, site), labels);
+});
+
+test('an update is under way as long as its log grows', () => {
+  const log = (...lines) => [' Starting send_csv_to_devices()...2 ', ...lines, ''].join('\n');
+  const skipped = (at) => `  Skipping send_device_update(${at}) this is ME... `;
+  const table = [
+    [log(), 3, { total: 2, done: 0 }],
+    [log(skipped(0)), 20, { total: 2, done: 1 }],
+    [log(skipped(0)), 21, null],
+    [log(skipped(0)), NaN, null],
+    [log(skipped(0), skipped(1)), 3, null],
+    ['', 3, null],
+  ];
+  for (const [text, age, expected] of table) assert.deepEqual(updateUnderWay(text, age), expected);
 });

@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { chapter, content, look, openConsole, start, startServer, until } from './unit.mjs';
+import { address, chapter, content, look, openConsole, start, startServer, until } from './unit.mjs';
 
 // Three units are silent, which takes five seconds each; one refuses.
 const units = [
@@ -85,4 +85,50 @@ await chapter(page, 'the time that is left is known after a reload, not without 
   await says('The update has ended');
   await says('0 OK, 3 failed');
 });
+
+// What another console does: sends rows as soon as the unit takes requests.
+async function anotherConsole(...lines) {
+  const request = async (path, options) => {
+    const answer = await fetch(`${address}cgi-bin/handler.cgi${path}`, options).then((page) => page.text());
+    return answer.includes('HANDLER=ERROR') ? request(path, options) : answer;
+  };
+  const body = new FormData();
+  body.append('CMD', 'CSV_IMPORT');
+  body.append('file', new File([`${lines.join('\r\n')}\r\n`], 'theirs.csv'));
+  await request('', { method: 'POST', body });
+  return request('?CMD=PERFORM_CSV_UPDATE');
+}
+
+await chapter(
+  page,
+  'another console’s update is seen, waited for and looked at before anything is sent',
+  async () => {
+    await button('Back to the draft').click();
+    await discover();
+    const theirs = anotherConsole(
+      'UNIT.SERIAL,UNIT.MODEL,UNIT.ID,VW.NAME,',
+      'KU000003,RX610,THEIRS,Their hall,', // it has restarted when the others have failed
+      'SILENT1,RX610,X1,X,',
+      'SILENT2,RX610,X2,X,',
+    );
+    await says(/Another console’s update is under way: \d of 3 units/);
+    await page.reload();
+    await ask('KU000003,Our hall');
+    await button('Update now').click();
+    await says('This one waits for its end');
+    assert.deepEqual(await look(page, 'waiting'), []);
+    await button('Cancel').click();
+    await button('Update 1 unit…').click();
+    await button('Update now').click();
+    await says('Another update has run');
+    assert.match(await theirs, /#0 @ .* OK/);
+    await says('THEIRS: VW.NAME was “Hall 3” and is “Their hall” now; this update makes it “Our hall”.');
+    assert.deepEqual(await states(), { KU000003: 'waiting' });
+    await button('Back to the draft').click();
+    await button('Update 1 unit…').click();
+    await button('Update now').click();
+    await says('1 OK, 0 failed');
+    assert.equal(await page.locator('tr.run td >> nth=2').innerText(), 'THEIRS');
+  },
+);
 process.exit();

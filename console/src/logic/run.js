@@ -1,51 +1,50 @@
 // A mass update as this console runs it: unit by unit in batches, perhaps one unit first, perhaps with pauses, and no
 // further after so many failures. The unit itself knows nothing of this; each batch is an update of its own to it.
 //
-// A run is {id, name, rows, text, undo, records, pace, batch, step, why, until, failure, ended, clock, accepted}:
-//   rows      {number, serial, was, id, address, settings} for each unit, `was` and `id` its name before and after
+// A run is {id, name, site, rows, seen, text, undo, records, pace, batch, step, why, until, failure, ended, clock, accepted}:
+//   site      when the discovery was made that it was last compared with
+//   rows      {number, serial, was, address, sent} for each unit: its id and address before, and [key, old value or null,
+//             new value] of each setting
+//   seen      the problems that were shown before it began
 //   text      the CSV that is sent, a line for each row; `undo` the one that takes it back
 //   records   {state, reason} for each row, as site_log.js has them
 //   pace      {trial, size, pause, most}: the serial of the unit that comes first, units at a time (0 all), seconds
 //             between batches (null until a person goes on), failures until it stops (0 any number)
 //   batch     the places of the rows that are being sent
 //   step      `waiting` for its turn, `sending`, `paused`, `over`
-//   why       it is paused: `trial`, `between`, `failures`, `stopped`, `failed`, `left`
+//   why       it is paused: `trial`, `between`, `failures`, `stopped`, `failed`, `left`, `changed` (with `changes`)
 //   clock     {at, from, done, last}: when the first unit was sent its settings, units done then and now, and when the
 //             last one was done
 //   accepted  failures that a person has seen before going on
 
+import { preflight } from './preflight.js';
 import { isEnded } from './site_log.js';
+import { draftOf, firstRow } from './unit_csv.js';
+
+const serialKey = 'UNIT.SERIAL';
+const idKey = 'UNIT.ID';
 
 export const waiting = { state: 'waiting', reason: '' };
 export const wholeSite = { trial: '', size: 0, pause: 0, most: 0 };
 
-function runRow({ number, values, unit, settings }) {
+function runRow({ number, values, unit, settings, cells }) {
   return {
     number,
     serial: values['UNIT.SERIAL'],
     was: unit?.values['UNIT.ID'] ?? '',
-    id: values['UNIT.ID'] ?? '',
     address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
-    settings: settings.length,
+    sent: settings.map(({ key, value }) => [key, cells[key].old, value]),
   };
 }
 
 // A run of what a preflight has planned; `now` in milliseconds tells it from other runs.
-export function newRun({ sending, text, undo }, { name, pace = wholeSite, now }) {
+export function newRun({ sending, text, undo, problems }, { name, site, pace = wholeSite, now }) {
   const rows = sending.map(runRow);
   const progress = { records: rows.map(() => waiting), batch: [], step: 'waiting', why: '', until: null };
+  const seen = problems.map(({ code, detail }) => code + detail);
   return {
-    id: now,
-    name,
-    rows,
-    text,
-    undo,
-    pace,
-    ...progress,
-    failure: '',
-    ended: true,
-    clock: null,
-    accepted: 0,
+    ...{ id: now, name, site, rows, seen, text, undo, pace, ...progress },
+    ...{ changes: [], failure: '', ended: true, clock: null, accepted: 0 },
   };
 }
 
@@ -53,6 +52,42 @@ export function newRun({ sending, text, undo }, { name, pace = wholeSite, now })
 export function csvOf({ text }, places) {
   const lines = text.split('\r\n');
   return [lines[0], ...places.map((at) => lines[at + 1]), ''].join('\r\n');
+}
+
+const bySerial = (site) => new Map(site?.units.map((unit) => [unit.values[serialKey], unit]));
+
+// By which people know the units of the rows now, and will know them: "OLD → NEW".
+export function labelsOf({ rows }, site) {
+  const units = bySerial(site);
+  return rows.map(({ serial, was, sent }) => {
+    const now = units.get(serial)?.values[idKey] || was || serial;
+    const then = sent.find(([key]) => key === idKey)?.[2] ?? now;
+    return then === now ? now : `${now} → ${then}`;
+  });
+}
+
+// What has changed on the site for these rows since the run was planned: {at, key, then, now, value} for a setting that
+// somebody else has changed, {at, code, detail} for a unit that is gone or a problem that was not there.
+export function changesSince(run, places, site) {
+  const units = bySerial(site);
+  const changed = places.flatMap((at) => {
+    const { serial, was, sent } = run.rows[at];
+    const unit = units.get(serial);
+    if (!unit) return was ? [{ at, code: 'gone', detail: '' }] : [];
+    return sent.flatMap(([key, then, value]) => {
+      const now = unit.values[key] ?? '';
+      return now === (then ?? now) || now === value ? [] : [{ at, key, then, now, value }];
+    });
+  });
+  const { problems } = preflight(draftOf(csvOf(run, places)), site, { onlyChanges: false });
+  const unseen = problems.filter(
+    ({ level, code, detail }) =>
+      (level === 'out' || code === 'id-taken') && !run.seen.includes(code + detail),
+  );
+  const added = unseen.flatMap(({ code, detail, rows }) =>
+    rows.map((number) => ({ at: places[number - firstRow], code, detail })),
+  );
+  return [...changed, ...added];
 }
 
 export function tallyOf(records) {

@@ -296,14 +296,14 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
 }
 
 export function ConfigurePage({ state }) {
-  const { site, ownSerial, outdated, draft, earlierDrafts, laterDrafts, run, activity } = state;
+  const { site, ownSerial, outdated, draft, earlierDrafts, laterDrafts, run, others, activity } = state;
   return (
     <section aria-labelledby="configure-heading">
       <div class="bar">
         <h2 id="configure-heading">{words.heading}</h2>
       </div>
       {run ? (
-        <RunView run={run} />
+        <RunView {...{ run, site, others }} />
       ) : draft && site ? (
         <Draft
           key={draft.source + draft.name}

@@ -2,12 +2,21 @@
 
 import { useState } from 'preact/hooks';
 import { draftFromText } from '../actions.js';
-import { countLater, csvOf, placesOf, secondsLeft, tallyOf } from '../logic/run.js';
+import { countLater, csvOf, labelsOf, placesOf, secondsLeft, tallyOf } from '../logic/run.js';
 import { isEnded } from '../logic/site_log.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table } from '../parts/table.jsx';
-import { Choice, DownloadButton, ErrorNotice, Notice, stamp, useClock } from '../parts/widgets.jsx';
-import { closeRun, endRun, goOn, stopAfterBatch } from '../runs.js';
+import {
+  CancelButton,
+  Choice,
+  DownloadButton,
+  ErrorNotice,
+  Notice,
+  stamp,
+  useClock,
+} from '../parts/widgets.jsx';
+import { cancelBatch, closeRun, compareRun, endRun, goOn, stopAfterBatch } from '../runs.js';
+import { useStore } from '../store.js';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
@@ -28,24 +37,41 @@ const symbols = {
   unsent: '–',
 };
 
+// Each row with what is known of it.
+function pairsOf(run, site) {
+  const labels = labelsOf(run, site);
+  return run.rows.map((row, at) => ({ row, label: labels[at], record: run.records[at] }));
+}
+
 // The texts of one row.
-function cellsOf(row, record) {
+function cellsOf({ row, label, record }) {
   return [
     String(row.number),
     row.serial,
-    [...new Set([row.was, row.id])].filter(Boolean).join(' → '),
+    label,
     row.address,
-    String(row.settings),
+    String(row.sent.length),
     words.states[record.state],
     isEnded(record) ? (words.reasons[record.reason] ?? '') : '',
   ];
 }
 
-const reportOf = ({ rows, records }) =>
-  writeSpreadsheet([words.runColumns, ...rows.map((row, at) => cellsOf(row, records[at]))]);
+const reportOf = (pairs) => writeSpreadsheet([words.runColumns, ...pairs.map(cellsOf)]);
 
 // The rows that failed or were not reached.
 const retryOf = (run) => csvOf(run, placesOf(run, 'fail', 'unsent'));
+
+function Waiting({ others }) {
+  const { activity } = useStore();
+  const text = others ? words.waitsFor(others) : activity?.tries > 0 ? words.waitsForUnit : words.preparing;
+  return (
+    <div class="progress" role="status">
+      <progress aria-label={words.running} max={others?.total} value={others?.done} />
+      <span>{text}</span>
+      <CancelButton onClick={cancelBatch} />
+    </div>
+  );
+}
 
 function Progress({ run, tally }) {
   const left = secondsLeft(run, useClock(1000));
@@ -71,7 +97,22 @@ function Progress({ run, tally }) {
   );
 }
 
-function Pause({ run, tally }) {
+const mostChanges = 20;
+
+function Changes({ run, pairs }) {
+  return (
+    <ul>
+      {run.changes.slice(0, mostChanges).map((change, at) => (
+        <li key={at}>
+          {pairs[change.at].label}: {words.changed(change)}
+        </li>
+      ))}
+      {run.changes.length > mostChanges && <li>{words.moreChanges(run.changes.length - mostChanges)}</li>}
+    </ul>
+  );
+}
+
+function Pause({ run, tally, pairs }) {
   const now = useClock(1000);
   return (
     <>
@@ -79,23 +120,29 @@ function Pause({ run, tally }) {
         {words.paused[run.why]}{' '}
         {run.until && words.pausedFor(Math.max(0, Math.ceil((run.until - now) / 1000)))}
       </Notice>
+      {run.why === 'changed' && <Changes {...{ run, pairs }} />}
       <div class="bar">
-        <button type="button" class="main" onClick={goOn}>
+        <button type="button" class={run.why === 'changed' ? 'danger' : 'main'} onClick={goOn}>
           {words.goOn(tally.left)}
         </button>
+        {run.why === 'changed' && (
+          <button type="button" onClick={compareRun}>
+            {words.compareAgain}
+          </button>
+        )}
         <button type="button" onClick={endRun}>
-          {words.endRun}
+          {tally.done > 0 ? words.endRun : words.back}
         </button>
       </div>
     </>
   );
 }
 
-function Outcome({ run, tally }) {
+function Outcome({ run, tally, pairs }) {
   const { undo } = run;
   return (
     <div class="bar">
-      <DownloadButton name={`report-${stamp()}.csv`} content={() => reportOf(run)}>
+      <DownloadButton name={`report-${stamp()}.csv`} content={() => reportOf(pairs)}>
         {words.report}
       </DownloadButton>
       {tally.fail + tally.unsent > 0 && (
@@ -124,10 +171,11 @@ function Outcome({ run, tally }) {
   );
 }
 
-function RunRow({ row, record, index }) {
+function RunRow({ index, ...pair }) {
+  const { record } = pair;
   return (
     <tr aria-rowindex={index} class={`run ${record.state}`}>
-      {cellsOf(row, record).map((text, column) => (
+      {cellsOf(pair).map((text, column) => (
         <td key={column} title={text}>
           {column === 5 && (
             <span aria-hidden="true" class="symbol">
@@ -141,17 +189,17 @@ function RunRow({ row, record, index }) {
   );
 }
 
-export function RunView({ run }) {
+export function RunView({ run, site, others }) {
   const [filter, setFilter] = useState('all');
   const tally = tallyOf(run.records);
-  const pairs = run.rows.map((row, at) => ({ row, record: run.records[at] }));
+  const pairs = pairsOf(run, site);
   const shown = pairs.filter(({ record }) => filter === 'all' || (isEnded(record) && record.state !== 'ok'));
   const { step } = run;
-  const Stage = { over: Outcome, paused: Pause }[step] ?? Progress;
+  const Stage = { over: Outcome, paused: Pause, waiting: Waiting }[step] ?? Progress;
   return (
     <>
       <h3 id="run-heading">{step === 'over' && !run.ended ? words.lostSight : words.stages[step]}</h3>
-      <Stage {...{ run, tally }} />
+      <Stage {...{ run, tally, pairs, others }} />
       {step !== 'over' && run.kept === false && <Notice level="warn">{words.notKept}</Notice>}
       <ErrorNotice text={run.failure} />
       <div class="bar tools">

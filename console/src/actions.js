@@ -49,7 +49,7 @@ async function showSite(file) {
   const ownSerial = serialAt(site, location.hostname) || get().ownSerial;
   const earlier = known.before === null ? null : readSite(known.before);
   const comparison = earlier && compareSites(memoryOf(earlier), memoryOf(site));
-  set({ site, ownSerial, earlier, comparison, outdated: false });
+  set({ site, base: site, ownSerial, earlier, comparison, outdated: false });
 }
 
 export async function loadSite() {
@@ -115,15 +115,15 @@ export async function openDraft(file) {
 // units only report no more than tells them apart. Returns whether the draft is there.
 export function draftFromSite(chosen) {
   if (!mayReplaceDraft()) return false;
-  const { site } = get();
+  const { site, base } = get();
   const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
   const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
   const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
   const byId = (one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? '');
-  const units = chosen ?? [...site.units].sort(byId);
-  const rows = units.map((unit, at) => ({
+  const after = new Map(base.units.map((unit) => [unit.number, unit.values]));
+  const rows = (chosen ?? [...base.units].sort(byId)).map((unit, at) => ({
     number: at + firstRow,
-    cells: columns.map((key) => unit.values[key]),
+    cells: columns.map((key) => after.get(unit.number)[key] ?? ''),
   }));
   showDraft({ name: '', source: 'site', columns, rows, notes: [] });
   return true;

@@ -13,7 +13,7 @@ import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
 import { ThemeChoice } from './parts/theme.jsx';
 import { ErrorNotice, Notice } from './parts/widgets.jsx';
-import { resumeRun, watchOthers } from './runs.js';
+import { findRuns, watchOthers } from './runs.js';
 import { get, set, useStore } from './store.js';
 import { texts } from './texts.js';
 
@@ -139,7 +139,6 @@ addEventListener('beforeunload', (event) => {
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
 render(<Console />, document.body);
 keepFocus();
-attempt(loadSite);
+attempt(loadSite).then(() => attempt(findRuns));
 attempt(restoreDraft);
-attempt(resumeRun);
 watchOthers();

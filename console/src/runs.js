@@ -2,7 +2,7 @@
 // the browser, so that a page that was left finds it again.
 
 import { discoverWith, explain, queue } from './actions.js';
-import { dropRun, keepRun, keptRuns } from './kept_runs.js';
+import { dropRun, isDrivenElsewhere, keepRun, keptRuns, listenToPages } from './kept_runs.js';
 import { failureOf } from './logic/answer.js';
 import { RequestFailure } from './logic/request_queue.js';
 import {
@@ -12,6 +12,8 @@ import {
   newRun,
   nextBatch,
   placesOf,
+  sentTo,
+  siteAfter,
   tallyOf,
   waiting,
   whyPause,
@@ -197,10 +199,11 @@ class BatchProgress {
 
   async end(failure, ended) {
     this.tell({}, true);
-    const { records, batch, rows } = get().run;
+    const { run, site } = get();
+    const { records, batch, rows } = run;
     const own = batch.find((at) => records[at].state === 'self');
     set({ outdated: true, ...(own === undefined ? {} : { ownSerial: rows[own].serial }) });
-    await keep({ failure, ended, offline: false });
+    await keep({ ...sentTo(run, site), failure, ended, offline: false });
     const log = await lookAt(siteLogFile).catch(() => null);
     if (ended && log && !this.foreign) remember(ownLog, log.version);
   }
@@ -265,8 +268,11 @@ async function pause(why, seconds) {
   return goesOn;
 }
 
+let driven = null; // the id of the run that this page drives
+
 // Sends what is left of the run, batch by batch, after a pause when there is a reason for one.
 async function drive(reason = '') {
+  driven = get().run.id;
   for (let why = reason; ;) {
     if (why && !(await pause(why, why === 'between' ? get().run.pace.pause : null))) break;
     const batch = nextBatch(get().run);
@@ -275,12 +281,14 @@ async function drive(reason = '') {
     if (unsent === 'cancelled' && !hasBegun()) break;
     why = { '': whyPause(get().run), cancelled: 'stopped', changed: 'changed' }[unsent];
   }
+  driven = null;
   if (hasBegun()) {
     await keep({ step: 'over', why: '', until: null, records: applyResults(get().run.records, [], true) });
   } else {
     await dropRun(get().run);
     set({ run: null });
   }
+  await loadRuns();
 }
 
 const hasBegun = () => tallyOf(get().run.records).done > 0;
@@ -291,9 +299,7 @@ export function startRun(plan, name, pace) {
 }
 
 // Shows a run that was under way when the page was left: its batch went on, and the log tells what became of it.
-export async function resumeRun() {
-  const run = (await keptRuns()).find(({ step }) => step !== 'over');
-  if (!run) return;
+async function resumeRun(run) {
   set({ run });
   if (run.step === 'sending') {
     const progress = new BatchProgress();
@@ -303,4 +309,27 @@ export async function resumeRun() {
   await drive(nextBatch(get().run).length > 0 ? 'left' : '');
 }
 
+// Runs that are over
+
+// Reads which runs are kept, and what they have made of the site since it was discovered.
+async function loadRuns() {
+  const runs = (await keptRuns()).filter(({ step }) => step === 'over');
+  const { site } = get();
+  const earlierRuns = runs.map(({ id, name, records }) => ({ id, name, tally: tallyOf(records) }));
+  set({ earlierRuns, base: site && siteAfter(site, [...runs].reverse()) });
+}
+
+export async function showRun(id) {
+  const run = (await keptRuns()).find((kept) => kept.id === id);
+  if (run) set({ run });
+}
+
 export const closeRun = () => set({ run: null });
+
+// Finds what other pages, or this one before, have left.
+export async function findRuns() {
+  listenToPages(loadRuns, () => driven);
+  await loadRuns();
+  const run = (await keptRuns()).find(({ step }) => step !== 'over');
+  if (run && !(await isDrivenElsewhere(run.id))) await resumeRun(run);
+}

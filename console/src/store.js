@@ -10,11 +10,13 @@ let state = {
   ownSerial: '', //     of this unit, when its address is in the page's or it has skipped itself in an update
   earlier: null, //     the site of the discovery before
   comparison: null, //  with that one
+  base: null, //        the site that drafts are compared with: with what was sent since it was discovered
   draft: null, //       of a mass update: {name, source, columns, rows, notes, headerRow, edited};
   //                    source is file, site, retry or undo
   earlierDrafts: [], // to undo edits
   laterDrafts: [], //   to redo them
-  run: null, //         the mass update that runs or ran, as logic/run.js has it, with {kept, offline, stopping}
+  run: null, //         the mass update that runs or ran, as logic/run.js has it, with {kept, offline, stopping, wanted}
+  earlierRuns: [], //   {id, name, tally} of those that are kept, newest first
   others: null, //      {total, done} of an update that another console has begun
   notice: null, //      {level, text}
 };

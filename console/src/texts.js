@@ -333,7 +333,23 @@ export const texts = {
         .join(', '),
     runFilters: { all: 'All units', notOk: 'Not OK' },
     runTable: 'Units of the update',
-    runColumns: ['Row', 'Serial', 'Id', 'Address', 'Settings', 'State', 'Reason'],
+    runColumns: ['Row', 'Serial', 'Id', 'Address', 'Settings', 'State', 'Reason', 'Reported now'],
+    earlier: (count) => `Earlier updates (${count})`,
+    comparison: 'What the units report now',
+    discoverAndCompare: 'Discover and compare',
+    acknowledged:
+      'OK means that a unit has acknowledged its settings. What it reports now is known after a discovery.',
+    compared: (cells, differing) =>
+      `${times(cells, 'setting', 'settings')} compared: ${differing === 0 ? 'all as they were sent' : `${times(differing, 'differs', 'differ')} from what was sent`}.`,
+    comparisonColumns: ['Unit', 'Setting', 'Sent', 'Reported now'],
+    onlyDiffering: 'Only what differs',
+    notReported: 'not reported',
+    reported: (cells) => {
+      const missing = cells.filter(({ now }) => now === null).length;
+      const differing = cells.filter(({ now, sent }) => now !== sent).length;
+      if (missing === cells.length) return 'not found';
+      return differing === 0 ? 'as sent' : `${differing} of ${cells.length} differ`;
+    },
     states: {
       waiting: 'waiting',
       sent: 'sent',

@@ -5,11 +5,14 @@ import { test } from 'node:test';
 import {
   afterPause,
   changesSince,
+  compareWith,
   csvOf,
   labelsOf,
   newRun,
   nextBatch,
   secondsLeft,
+  sentTo,
+  siteAfter,
   whyPause,
   withProgress,
 } from '../../console/src/logic/run.js';
@@ -122,4 +125,33 @@ test('an update is under way as long as its log grows', () => {
     ['', 3, null],
   ];
   for (const [text, age, expected] of table) assert.deepEqual(updateUnderWay(text, age), expected);
+});
+
+test('a draft is compared with what was sent, a run with what is reported', () => {
+  const keys = 'UNIT.SERIAL,UNIT.ID,IP.ADDRESS,IP.STATIC_ADDRESS';
+  const site = {
+    ...readSite([keys, 'A,A,10.0.0.1,10.0.0.1', 'B,B,10.0.0.2,', 'C,C', 'D,D'].join('\r\n')),
+    modified: 'T1',
+  };
+  const states = ['ok', 'ok', 'fail no-answer', 'fail refused', 'unsent not-reached'];
+  const records = states.map((text) => ({ state: text.split(' ')[0], reason: text.split(' ')[1] ?? '' }));
+  const run = sentTo({ ...runOf({}), batch: [0, 1, 2, 3, 4], records }, site);
+  run.rows[0].sent.push(['IP.STATIC_ADDRESS', '10.0.0.1', '10.0.0.9']);
+  const valuesOf = ({ units }) =>
+    units.map(({ values }) => [values['UNIT.ID'], values['IP.ADDRESS']].join(' ').trim());
+  assert.deepEqual(valuesOf(siteAfter(site, [run])), ['NEW-A 10.0.0.9', 'NEW-B 10.0.0.2', '', 'D']);
+  assert.deepEqual(siteAfter({ ...site, modified: 'T2' }, [run]).units, site.units);
+
+  const found = { ...readSite([keys, 'A,NEW-A,10.0.0.9,10.0.0.9', 'C,OLD'].join('\r\n')), modified: 'T2' };
+  assert.deepEqual(compareWith(run, { ...found, modified: 'T1' }), []);
+  assert.deepEqual(
+    compareWith(run, found).map(({ at, key, sent, now }) => `${at} ${key} ${sent} ${now}`),
+    [
+      '0 UNIT.ID NEW-A NEW-A',
+      '0 IP.STATIC_ADDRESS 10.0.0.9 10.0.0.9',
+      '1 UNIT.ID NEW-B null',
+      '2 UNIT.ID NEW-C OLD',
+      '3 UNIT.ID NEW-D null',
+    ],
+  );
 });

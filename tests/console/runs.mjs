@@ -2,7 +2,17 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { address, chapter, content, look, openConsole, start, startServer, until } from './unit.mjs';
+import {
+  address,
+  chapter,
+  content,
+  download,
+  look,
+  openConsole,
+  start,
+  startServer,
+  until,
+} from './unit.mjs';
 
 // Three units are silent, which takes five seconds each; one refuses.
 const units = [
@@ -17,6 +27,7 @@ start('fleet', '--self', '--count', '3', '--units', '/tmp/units.csv');
 const page = await openConsole();
 const button = (name) => page.getByRole('button', { name, exact: true });
 const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
+const tally = (text) => page.locator('#tally').getByText(text).waitFor();
 const says = (text) => page.getByText(text).first().waitFor();
 const states = async () =>
   Object.fromEntries(
@@ -65,8 +76,35 @@ await chapter(page, 'one unit goes first, the others follow in batches until one
   await says('These units have not had their turn yet.');
   assert.deepEqual(await states(), { KU000003: 'OK', REFUSER: 'FAIL', SILENT1: 'waiting' });
   await button('End it here').click();
-  await says('1 OK, 1 failed, 1 not sent');
+  await tally('1 OK, 1 failed, 1 not sent');
+  await says('OK means that a unit has acknowledged');
+});
+
+await chapter(page, 'results stay, are compared with what is reported, and can be taken back', async () => {
+  await button('Go back to the old values').click();
+  await says('1 setting for 1 unit; 2 rows change nothing and are left out.'); // which did not take theirs
+  await page.locator('[role=grid] td.change').click();
+  await says('“Hall 3” becomes “Room 3”.'); // what was sent, not what was discovered
+
+  const opened = page.waitForEvent('popup');
+  await page.evaluate(() => open('#configure') && null);
+  const tab = await opened;
+  await tab.getByText('Earlier updates (1)').click();
+  await tab.getByRole('button', { name: /rooms\.csv · 1 OK, 1 failed, 1 not sent/ }).click();
+  await tab.getByRole('button', { name: 'Retry only the failed' }).waitFor();
+  await tab.close();
+  await page.reload();
+  await says('1 setting for 1 unit;'); // the draft is there again
+  await page.getByText('Earlier updates (1)').click();
+  await page.getByRole('button', { name: /rooms\.csv/ }).click();
+  await button('Discover and compare').click();
+  await says('2 settings compared: 1 differs from what was sent.');
+  assert.deepEqual(await look(page, 'compared'), []);
+  const cells = await page.locator('tr.conflict').innerText();
+  assert.match(cells, /UNIT-901\tVW\.NAME\tHall 9\tRoom 901/);
+  assert.match(await download(page, 'Report'), /KU000003,.*,OK,,as sent\r\n.*REFUSER,.*,1 of 1 differ\r\n/s);
   await button('Back to the draft').click();
+  await button('Start over').click();
 });
 
 await chapter(page, 'the time that is left is known after a reload, not without a connection', async () => {
@@ -83,7 +121,7 @@ await chapter(page, 'the time that is left is known after a reload, not without 
   await page.context().setOffline(false);
   await page.getByText(/of 3 · about/).waitFor();
   await says('The update has ended');
-  await says('0 OK, 3 failed');
+  await tally('0 OK, 3 failed');
 });
 
 // What another console does: sends rows as soon as the unit takes requests.
@@ -113,6 +151,8 @@ await chapter(
     );
     await says(/Another console’s update is under way: \d of 3 units/);
     await page.reload();
+    await goTo('Configure');
+    await button('Start over').click();
     await ask('KU000003,Our hall');
     await button('Update now').click();
     await says('This one waits for its end');
@@ -127,7 +167,7 @@ await chapter(
     await button('Back to the draft').click();
     await button('Update 1 unit…').click();
     await button('Update now').click();
-    await says('1 OK, 0 failed');
+    await tally('1 OK, 0 failed');
     assert.equal(await page.locator('tr.run td >> nth=2').innerText(), 'THEIRS');
   },
 );

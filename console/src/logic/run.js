@@ -66,6 +66,52 @@ export function labelsOf({ rows }, site) {
   });
 }
 
+const untouched = ['not-sent', 'refused', 'not-reached', 'duplicate', ''];
+
+// The values that a unit has after a run, as far as its acknowledgement tells: of what failed half-way none is known.
+function valuesAfter(values, { sent }, { state, reason }) {
+  if (state !== 'ok' && untouched.includes(reason)) return values;
+  const after = Object.fromEntries(sent.map(([key, , value]) => [key, state === 'ok' ? value : undefined]));
+  const isStatic = values['IP.ADDRESS'] === values['IP.STATIC_ADDRESS'];
+  if (isStatic && after['IP.STATIC_ADDRESS']) after['IP.ADDRESS'] = after['IP.STATIC_ADDRESS'];
+  return { ...values, ...after };
+}
+
+// The run, with a note of the discovery after which its batch was sent.
+export function sentTo(run, site) {
+  const records = [...run.records];
+  for (const at of run.batch) records[at] = { ...records[at], site: site?.modified };
+  return { ...run, records };
+}
+
+// The site with what runs have sent since its discovery, oldest first.
+export function siteAfter(site, runs) {
+  return runs.reduce((before, run) => {
+    const places = new Map(run.rows.map(({ serial }, at) => [serial, at]));
+    const units = before.units.map((unit) => {
+      const at = places.get(unit.values[serialKey]);
+      if (at === undefined || run.records[at].site !== site.modified) return unit;
+      return { ...unit, values: valuesAfter(unit.values, run.rows[at], run.records[at]) };
+    });
+    return { ...before, units };
+  }, site);
+}
+
+// What each unit now reports against what it was sent before the last discovery: {at, key, sent, now} for each setting;
+// `now` is null for a unit that is not found, and for a setting that no unit reports.
+export function compareWith({ rows, records }, site) {
+  const units = bySerial(site);
+  const isKnown = (at) => records[at].site !== site.modified;
+  return placesOf({ records }, 'ok', 'fail')
+    .filter(isKnown)
+    .flatMap((at) =>
+      rows[at].sent.map(([key, , sent]) => {
+        const now = units.get(rows[at].serial)?.values[key] ?? null;
+        return { at, key, sent, now };
+      }),
+    );
+}
+
 // What has changed on the site for these rows since the run was planned: {at, key, then, now, value} for a setting that
 // somebody else has changed, {at, code, detail} for a unit that is gone or a problem that was not there.
 export function changesSince(run, places, site) {

@@ -15,6 +15,7 @@ import { preflight } from '../logic/preflight.js';
 import { EditGrid, focusGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
 import { BusyButton, Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
+import { showRun } from '../runs.js';
 import { texts } from '../texts.js';
 import { HeaderMap } from './header_map.jsx';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
@@ -253,9 +254,9 @@ function DraftTools({ draft, canUndo, canRedo, rowFilter, filterRows, onlyChange
   );
 }
 
-// The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
+// What has failed is sent again as it was: some of it may have been taken, and not saved.
 function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
-  const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
+  const [onlyChanges, setOnlyChanges] = useState(draft.source !== 'retry');
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
   const plan = useMemo(() => preflight(draft, site, { onlyChanges, ownSerial }), [draft, site, onlyChanges]);
@@ -295,19 +296,36 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
   );
 }
 
+const dateOf = (time) => new Date(time).toLocaleString('en-GB', { dateStyle: 'medium', timeStyle: 'short' });
+
+function EarlierRuns({ runs }) {
+  return (
+    <Menu title={words.earlier(runs.length)}>
+      {runs.map(({ id, name, tally }) => (
+        <button type="button" key={id} onClick={() => showRun(id)}>
+          {dateOf(id)} · {name} · {words.tally(tally)}
+        </button>
+      ))}
+    </Menu>
+  );
+}
+
 export function ConfigurePage({ state }) {
-  const { site, ownSerial, outdated, draft, earlierDrafts, laterDrafts, run, others, activity } = state;
+  const { site, base, ownSerial, outdated, draft, earlierDrafts, laterDrafts } = state;
+  const { run, earlierRuns, others, activity } = state;
   return (
     <section aria-labelledby="configure-heading">
       <div class="bar">
         <h2 id="configure-heading">{words.heading}</h2>
+        {earlierRuns.length > 0 && (!run || run.step === 'over') && <EarlierRuns runs={earlierRuns} />}
       </div>
       {run ? (
-        <RunView {...{ run, site, others }} />
-      ) : draft && site ? (
+        <RunView key={run.id} {...{ run, site, others }} busy={activity !== null} />
+      ) : draft && base ? (
         <Draft
           key={draft.source + draft.name}
-          {...{ draft, site, ownSerial, outdated }}
+          {...{ draft, ownSerial, outdated }}
+          site={base}
           canUndo={earlierDrafts.length > 0}
           canRedo={laterDrafts.length > 0}
           busy={activity !== null}

@@ -1,13 +1,15 @@
 // A mass update that runs or has run: what became of each unit, the report, and what can follow.
 
-import { useState } from 'preact/hooks';
-import { draftFromText } from '../actions.js';
-import { countLater, csvOf, labelsOf, placesOf, secondsLeft, tallyOf } from '../logic/run.js';
+import { useMemo, useState } from 'preact/hooks';
+import { attempt, discover, draftFromText } from '../actions.js';
+import { compareWith, countLater, csvOf, labelsOf, placesOf, secondsLeft, tallyOf } from '../logic/run.js';
+import { groupBy } from '../logic/site.js';
 import { isEnded } from '../logic/site_log.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table } from '../parts/table.jsx';
 import {
   CancelButton,
+  Check,
   Choice,
   DownloadButton,
   ErrorNotice,
@@ -23,7 +25,7 @@ const words = texts.configure;
 const columns = words.runColumns.map((title, at) => ({
   key: at,
   title,
-  width: [6, 14, 26, 16, 10, 14, 52][at],
+  width: [6, 14, 26, 16, 10, 14, 46, 20][at],
 }));
 const symbols = {
   waiting: '·',
@@ -38,13 +40,17 @@ const symbols = {
 };
 
 // Each row with what is known of it.
-function pairsOf(run, site) {
+function pairsOf(run, site, comparison) {
   const labels = labelsOf(run, site);
-  return run.rows.map((row, at) => ({ row, label: labels[at], record: run.records[at] }));
+  const cells = groupBy(comparison, ({ at }) => at);
+  return run.rows.map((row, at) => ({
+    ...{ row, label: labels[at], record: run.records[at] },
+    reported: cells.has(at) ? words.reported(cells.get(at)) : '',
+  }));
 }
 
 // The texts of one row.
-function cellsOf({ row, label, record }) {
+function cellsOf({ row, label, record, reported }) {
   return [
     String(row.number),
     row.serial,
@@ -53,6 +59,7 @@ function cellsOf({ row, label, record }) {
     String(row.sent.length),
     words.states[record.state],
     isEnded(record) ? (words.reasons[record.reason] ?? '') : '',
+    reported,
   ];
 }
 
@@ -138,6 +145,50 @@ function Pause({ run, tally, pairs }) {
   );
 }
 
+// What the units report now, cell by cell.
+function Comparison({ pairs, comparison, busy }) {
+  const [differing, setDiffering] = useState(true);
+  const differs = ({ sent, now }) => sent !== now;
+  const shown = comparison.filter((cell) => !differing || differs(cell));
+  return (
+    <>
+      <div class="bar">
+        <h4>{words.comparison}</h4>
+        <button type="button" disabled={busy} onClick={() => attempt(discover)}>
+          {words.discoverAndCompare}
+        </button>
+        {comparison.length > 0 && (
+          <Check label={words.onlyDiffering} checked={differing} onChange={setDiffering} />
+        )}
+      </div>
+      <p role="status">
+        {comparison.length > 0
+          ? words.compared(comparison.length, comparison.filter(differs).length)
+          : words.acknowledged}
+      </p>
+      {shown.length > 0 && (
+        <Table
+          label={words.comparison}
+          columns={words.comparisonColumns.map((title, key) => ({
+            key,
+            title,
+            width: [30, 26, 34, 34][key],
+          }))}
+          rows={shown}
+          renderRow={({ at, key, sent, now }, index) => (
+            <tr key={index} aria-rowindex={index + 2} class={sent === now ? '' : 'conflict'}>
+              <th scope="row">{pairs[at].label}</th>
+              <td>{key}</td>
+              <td>{sent}</td>
+              <td>{now ?? words.notReported}</td>
+            </tr>
+          )}
+        />
+      )}
+    </>
+  );
+}
+
 function Outcome({ run, tally, pairs }) {
   const { undo } = run;
   return (
@@ -189,10 +240,11 @@ function RunRow({ index, ...pair }) {
   );
 }
 
-export function RunView({ run, site, others }) {
+export function RunView({ run, site, others, busy }) {
   const [filter, setFilter] = useState('all');
   const tally = tallyOf(run.records);
-  const pairs = pairsOf(run, site);
+  const comparison = useMemo(() => (site ? compareWith(run, site) : []), [run, site]);
+  const pairs = pairsOf(run, site, comparison);
   const shown = pairs.filter(({ record }) => filter === 'all' || (isEnded(record) && record.state !== 'ok'));
   const { step } = run;
   const Stage = { over: Outcome, paused: Pause, waiting: Waiting }[step] ?? Progress;
@@ -219,6 +271,9 @@ export function RunView({ run, site, others }) {
         rows={shown}
         renderRow={(pair, at) => <RunRow key={pair.row.number} index={at + 2} {...pair} />}
       />
+      {(step === 'over' || step === 'paused') && tally.ok + tally.fail > 0 && (
+        <Comparison {...{ pairs, comparison, busy }} />
+      )}
     </>
   );
 }

@@ -4,12 +4,12 @@ import { forget, keep, readKept } from './kept.js';
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { headerLine } from './logic/headers.js';
-import { RequestFailure, RequestQueue } from './logic/request_queue.js';
+import { RequestFailure, RequestQueue, smallQuestion } from './logic/request_queue.js';
 import { withSettings } from './logic/draft.js';
-import { compareSites, inOrder, memoryOf, readSite, serialAt } from './logic/site.js';
+import { compareSites, inOrder, memoryOf, readSite, serialAt, unitOfListing } from './logic/site.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
 import { draftOf, firstRow, ownLines } from './logic/unit_csv.js';
-import { get, listen, set } from './store.js';
+import { get, listen, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
 
@@ -18,7 +18,15 @@ const siteFile = '/site.csv';
 const backInterval = 2000;
 const askInterval = 30_000;
 
-export const queue = new RequestQueue(sendCommand, sleep, (activity) => set({ activity }));
+// Every answer tells whether a firmware update runs.
+async function send(command, options) {
+  const answer = await sendCommand(command, options);
+  if (answer.kind === 'updating') firmwareBegun('again');
+  if (answer.kind === 'done' && command !== firmwareCommand) firmwareOver();
+  return answer;
+}
+
+export const queue = new RequestQueue(send, sleep, (activity) => set({ activity }));
 
 export function explain(failure) {
   if (!(failure instanceof RequestFailure)) return failure.message;
@@ -225,9 +233,9 @@ export function uploadFile(job, command, file, options) {
 }
 
 // Waits for a unit that restarts: when its pages have been gone and are back, `ask()` is called, and now and then again;
-// a request that is refused meanwhile stops nothing. `show` is told `gone` or `again`; `signal` ends it.
-export async function waitUntilBack(signal, show, ask) {
-  let seen = '';
+// a request that is refused meanwhile stops nothing. `show` is told `gone` or `again`; `signal` ends it. `seen` is what was
+// seen of the pages before: '' as long as the unit has not restarted.
+async function waitUntilBack(signal, seen, show, ask) {
   let askedAt = 0;
   for (; !signal.aborted; await sleep(backInterval)) {
     const there = await readStatic('/index.html').then(Boolean, ({ kind }) => kind === 'login');
@@ -243,3 +251,47 @@ export async function waitUntilBack(signal, show, ask) {
     }
   }
 }
+
+// The unit's own firmware update
+
+let endWait = null; // ends the wait for the unit
+
+export const askFirmware = () =>
+  queue.ask('firmware', smallQuestion).catch((failure) => {
+    const said = failure.kind === 'updating' ? texts.unit.firmware.stillUpdating : explain(failure);
+    if (get().firmware) set({ firmware: { ...get().firmware, said } });
+  });
+
+// Shows an update on every page until the unit takes requests again, across reloads. `seen` is '' for one that was just
+// begun, and `again` when the unit may have restarted since.
+export function firmwareBegun(seen) {
+  if (endWait) return;
+  endWait = new AbortController();
+  const show = (now) => set({ firmware: { seen: now || 'there', said: '' } });
+  remember('firmware', true);
+  show(seen);
+  waitUntilBack(endWait.signal, seen, show, askFirmware);
+}
+
+function firmwareOver() {
+  if (!endWait) return;
+  endWait.abort();
+  endWait = null;
+  remember('firmware', null);
+  set({ firmware: { seen: 'back', said: '' } });
+}
+
+export const findFirmware = () => recall('firmware') && firmwareBegun('again');
+export const closeFirmware = () => set({ firmware: null });
+
+// Which unit this is
+
+export const identify = () =>
+  queue.run('listing', async (unit) => {
+    if (!get().site) await discoverWith(unit);
+    const own = unitOfListing(get().site, await unit.ask('DISCOVER_ENCODERS'));
+    if (!own) throw new Error(texts.unit.notIdentified);
+    const ownSerial = own.values['UNIT.SERIAL'];
+    set({ ownSerial });
+    remember('ownSerial', ownSerial);
+  });

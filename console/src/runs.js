@@ -202,6 +202,7 @@ class BatchProgress {
     const { run, site } = get();
     const { records, batch, rows } = run;
     const own = batch.find((at) => records[at].state === 'self');
+    if (own !== undefined) remember('ownSerial', rows[own].serial);
     set({ outdated: true, ...(own === undefined ? {} : { ownSerial: rows[own].serial }) });
     await keep({ ...sentTo(run, site), failure, ended, offline: false });
     const log = await lookAt(siteLogFile).catch(() => null);

@@ -7,7 +7,8 @@ let state = {
   discovery: null, //   {since} while a discovery runs
   site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}
   outdated: false, //   whether a mass update ran since
-  ownSerial: '', //     of this unit, when its address is in the page's or it has skipped itself in an update
+  ownSerial: '', //     of this unit: its address is in the page's, it has skipped itself in an update, or it was asked
+  firmware: null, //    {seen, said} of this unit's firmware update: seen is there, gone, again or back
   earlier: null, //     the site of the discovery before
   comparison: null, //  with that one
   base: null, //        the site that drafts are compared with: with what was sent since it was discovered

@@ -23,6 +23,7 @@ export const texts = {
   cancel: 'Cancel',
 
   idle: 'Idle',
+  installing: 'Firmware is being installed',
   activity: ({ job, command, tries }) =>
     `${texts.jobs[job] ?? job}: ${command}${tries > 0 ? ` — the unit is busy with another request, try ${tries + 1}` : ''}`,
   jobs: {
@@ -384,6 +385,10 @@ export const texts = {
 
   unit: {
     heading: 'This unit',
+    facts: ['Id', 'Serial', 'Model', 'Address', 'Firmware'],
+    unknown: (host) => `Which unit answers at ${host} is not known.`,
+    identify: 'Find out which it is',
+    notIdentified: 'The unit’s own answer fits no encoder that was discovered, or several.',
     choose: 'Drop a file here, or choose one',
     checking: (share) => `Checking the file… ${Math.round(share * 100)} %`,
     size: (bytes) => `${bytes.toLocaleString('en')} bytes`,
@@ -407,8 +412,11 @@ export const texts = {
         damaged: 'The file cannot be unpacked to its end: damaged, or cut short while it was downloaded.',
         tar: 'There is no tar archive in the file: no firmware.',
       },
-      good: (member, size) =>
-        `A whole gzip file with a tar archive in it, first member “${member}”, ${texts.unit.size(size)} unpacked.`,
+      good: (members, size) =>
+        `A whole gzip file with a tar archive of ${times(members, 'member', 'members')} in it, ${texts.unit.size(size)} unpacked.`,
+      members: (count) => `Members of the archive (${count})`,
+      missing: (kinds) =>
+        `The archive that was installed last on a unit of this model had more in it; this one lacks: ${kinds.join(', ')}`,
       confirm: 'Install this firmware?',
       confirmText:
         'The unit stops its video, installs the firmware and restarts. It takes no request meanwhile. Power lost during the installation can destroy the unit.',
@@ -430,6 +438,11 @@ export const texts = {
       notJpeg: 'Not a JPEG file; the unit would install it and perhaps show nothing.',
       notImage: 'Not a picture that can be shown.',
       cut: 'The picture is truncated: its end mark is missing.',
+      large:
+        'More than a megabyte. The unit writes the picture to a flash partition without looking whether it fits.',
+      none: 'The unit shows no present splash image.',
+      confirm: 'Replace the splash image?',
+      go: 'Replace it',
       good: (width, height) => `JPEG, ${width} × ${height} pixels.`,
       done: 'The unit has taken the splash image.',
     },
@@ -449,7 +462,10 @@ export const texts = {
       timing: ({ width, height, hertz, interlaced }) =>
         `Preferred timing: ${width} × ${height}${interlaced ? ' interlaced' : ''} at ${hertz} Hz`,
       noTiming: 'No preferred timing.',
-      done: 'The unit has taken the EDID.',
+      block: (number, right) => `Block ${number}: checksum ${right ? 'right' : 'wrong'}`,
+      confirm: (slot) => `Replace ${slot}?`,
+      go: 'Replace it',
+      done: (slot) => `The unit has taken the EDID as ${slot}.`,
     },
   },
 

@@ -208,7 +208,8 @@ export const texts = {
       'serial-unfit': 'A serial that cannot be sent.',
       'serial-all': 'Every unit would take the settings of this row.',
       'serial-spelling': 'The serial is sent in the unit’s spelling:',
-      'unit-unknown': 'No unit with this serial was discovered; its settings are sent all the same.',
+      'unit-unknown': 'No unit with this serial was discovered.',
+      shape: 'No unit of the site has a value of this kind; they have:',
       'unit-twice': 'Two units were discovered with this serial; both will take the settings.',
       'model-filled':
         'The model is taken from the discovery; without it the unit would hold most settings back.',
@@ -244,8 +245,23 @@ export const texts = {
       'nothing-to-send': 'Nothing to send.',
       'not-readable': 'The unit would not read back what is meant. Please report this file.',
     },
+    shapes: {
+      address: 'addresses',
+      number: 'numbers',
+      negative: 'negative numbers',
+      decimal: 'decimal numbers',
+      'true-false': 'TRUE or FALSE',
+      'on-off': 'ON or OFF',
+      'yes-no': 'YES or NO',
+    },
+    unknownToo: 'Send to units that were not discovered, too',
     problem: ({ code, detail }) => {
-      const { problems, held } = texts.configure;
+      const { problems, held, shapes } = texts.configure;
+      if (code === 'shape')
+        return `${problems.shape} ${detail
+          .split(',')
+          .map((shape) => shapes[shape])
+          .join(', ')}`;
       const text = code.startsWith('held-') ? held[code.slice(5)] : problems[code];
       return detail ? `${text} ${detail}` : text;
     },

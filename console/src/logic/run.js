@@ -125,7 +125,10 @@ export function changesSince(run, places, site) {
       return now === (then ?? now) || now === value ? [] : [{ at, key, then, now, value }];
     });
   });
-  const { problems } = preflight(draftOf(csvOf(run, places)), site, { onlyChanges: false });
+  const { problems } = preflight(draftOf(csvOf(run, places)), site, {
+    onlyChanges: false,
+    unknownToo: true,
+  });
   const unseen = problems.filter(
     ({ level, code, detail }) =>
       (level === 'out' || code === 'id-taken') && !run.seen.includes(code + detail),

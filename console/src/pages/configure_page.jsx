@@ -124,10 +124,10 @@ function useColumns({ columns, rows, source }) {
 }
 
 // The rows that passed the filter when it was chosen stay, whatever becomes of them: none vanishes while it is edited.
-function useShownRows({ draft, plan, site, onlyChanges, rowFilter }) {
+function useShownRows({ draft, plan, site, options, rowFilter }) {
   return useMemo(
     () => draft.rows.map((_, at) => at).filter((at) => rowFilters[rowFilter](plan.rows[at])),
-    [site, onlyChanges, rowFilter, draft.rows.length],
+    [site, options, rowFilter, draft.rows.length],
   );
 }
 
@@ -225,7 +225,9 @@ function stepsOf(plan, draft) {
   return [...once.values()].sort((one, other) => one.row - other.row || one.column - other.column);
 }
 
-function DraftTools({ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }) {
+function DraftTools({ draft, plan, canUndo, canRedo, rowFilter, filterRows, options, setOptions }) {
+  const isUnknown = plan.problems.some(({ code }) => code === 'unit-unknown');
+  const set = (news) => setOptions({ ...options, ...news });
   return (
     <div class="bar tools">
       <strong>{draft.name || words.fromSite}</strong>
@@ -247,20 +249,27 @@ function DraftTools({ draft, canUndo, canRedo, rowFilter, filterRows, onlyChange
       <Check
         label={words.onlyChanges}
         hint={words.onlyChangesHint}
-        checked={onlyChanges}
-        onChange={setOnlyChanges}
+        checked={options.onlyChanges}
+        onChange={(onlyChanges) => set({ onlyChanges })}
       />
+      {isUnknown && (
+        <Check
+          label={words.unknownToo}
+          checked={options.unknownToo}
+          onChange={(unknownToo) => set({ unknownToo })}
+        />
+      )}
     </div>
   );
 }
 
 // What has failed is sent again as it was: some of it may have been taken, and not saved.
 function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
-  const [onlyChanges, setOnlyChanges] = useState(draft.source !== 'retry');
+  const [options, setOptions] = useState({ onlyChanges: draft.source !== 'retry', unknownToo: false });
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
-  const plan = useMemo(() => preflight(draft, site, { onlyChanges, ownSerial }), [draft, site, onlyChanges]);
-  const shown = useShownRows({ draft, plan, site, onlyChanges, rowFilter });
+  const plan = useMemo(() => preflight(draft, site, { ...options, ownSerial }), [draft, site, options]);
+  const shown = useShownRows({ draft, plan, site, options, rowFilter });
   const steps = useMemo(() => stepsOf(plan, draft), [plan, draft.rows]);
   // Goes to a place of the draft, with the keyboard; all rows are shown when its row is not.
   const goToPlace = ({ row, column }) => {
@@ -287,7 +296,7 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
   return (
     <>
       {outdated && <Outdated busy={busy} />}
-      <DraftTools {...{ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
+      <DraftTools {...{ draft, plan, canUndo, canRedo, rowFilter, filterRows, options, setOptions }} />
       <HeaderMap {...{ draft, plan, site }} />
       <ProblemTools {...{ plan, steps, goNext }} />
       <Editor {...{ draft, plan, site, shown, active, activate, goNext }} />

@@ -4,26 +4,29 @@ import { forget, keep, readKept } from './kept.js';
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
 import { headerLine } from './logic/headers.js';
-import { RequestFailure, RequestQueue } from './logic/request_queue.js';
+import { RequestFailure, RequestQueue, smallQuestion } from './logic/request_queue.js';
 import { withSettings } from './logic/draft.js';
-import { compareSites, inOrder, memoryOf, readSite, serialAt } from './logic/site.js';
-import { applyResults, isEnded, readSiteLog } from './logic/site_log.js';
+import { compareSites, inOrder, memoryOf, readSite, serialAt, unitOfListing } from './logic/site.js';
 import { readSpreadsheet } from './logic/spreadsheet_csv.js';
-import { ownLines, readDiscovery } from './logic/unit_csv.js';
+import { draftOf, firstRow, ownLines } from './logic/unit_csv.js';
 import { get, listen, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
 
 export const firmwareCommand = 'UPDATE_FIRMWARE';
 const siteFile = '/site.csv';
-const siteLogFile = '/site.log';
-const logInterval = 1000;
 const backInterval = 2000;
 const askInterval = 30_000;
-const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
-const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 
-export const queue = new RequestQueue(sendCommand, sleep, (activity) => set({ activity }));
+// Every answer tells whether a firmware update runs.
+async function send(command, options) {
+  const answer = await sendCommand(command, options);
+  if (answer.kind === 'updating') firmwareBegun('again');
+  if (answer.kind === 'done' && command !== firmwareCommand) firmwareOver();
+  return answer;
+}
+
+export const queue = new RequestQueue(send, sleep, (activity) => set({ activity }));
 
 export function explain(failure) {
   if (!(failure instanceof RequestFailure)) return failure.message;
@@ -54,7 +57,7 @@ async function showSite(file) {
   const ownSerial = serialAt(site, location.hostname) || get().ownSerial;
   const earlier = known.before === null ? null : readSite(known.before);
   const comparison = earlier && compareSites(memoryOf(earlier), memoryOf(site));
-  set({ site, ownSerial, earlier, comparison, outdated: false });
+  set({ site, base: site, ownSerial, earlier, comparison, outdated: false });
 }
 
 export async function loadSite() {
@@ -63,11 +66,11 @@ export async function loadSite() {
 }
 
 // A discovery that could not reach the network leaves the file of the last one.
-export async function discover() {
+export async function discoverWith(unit) {
   set({ discovery: { since: Date.now() } });
   try {
     const before = await readStatic(siteFile);
-    await queue.ask('discover', 'DISCOVER_DEVICES_API');
+    await unit.ask('DISCOVER_DEVICES_API');
     const file = await readStatic(siteFile);
     if (!file || (file.modified !== '' && file.modified === before?.modified))
       throw new Error(texts.units.noNewList);
@@ -77,9 +80,15 @@ export async function discover() {
   }
 }
 
+export const discover = () => queue.run('discover', discoverWith);
+
 // Drafts
 
-const showDraft = (draft) => set({ draft, earlierDrafts: [], laterDrafts: [], run: null });
+// A run that is under way stays in sight.
+function showDraft(draft) {
+  const { run } = get();
+  set({ draft, earlierDrafts: [], laterDrafts: [], run: run?.step === 'over' ? null : run });
+}
 
 // Makes a changed draft the present one: a step to undo.
 function changeDraft(draft) {
@@ -110,18 +119,20 @@ export async function openDraft(file) {
   });
 }
 
-// Every unit with its settings; of what units only report, no more than tells them apart.
-// Returns whether the draft is there.
-// Drafts the units, in their order; by id all units of the site when none are given.
+// Drafts the chosen units in their order, all of the site by id when none are given: each with its settings, and of what
+// units only report no more than tells them apart. Returns whether the draft is there.
 export function draftFromSite(chosen) {
   if (!mayReplaceDraft()) return false;
-  const { site } = get();
+  const { site, base } = get();
   const first = ['UNIT.SERIAL', 'UNIT.ID', 'UNIT.MODEL', 'IP.ADDRESS'];
   const others = site.keys.filter((key) => !first.includes(key) && !isStatus(key));
   const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
   const byId = (one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? '');
-  const units = chosen ?? [...site.units].sort(byId);
-  const rows = units.map((unit, at) => ({ number: at + 2, cells: columns.map((key) => unit.values[key]) }));
+  const after = new Map(base.units.map((unit) => [unit.number, unit.values]));
+  const rows = (chosen ?? [...base.units].sort(byId)).map((unit, at) => ({
+    number: at + firstRow,
+    cells: columns.map((key) => after.get(unit.number)[key] ?? ''),
+  }));
   showDraft({ name: '', source: 'site', columns, rows, notes: [] });
   return true;
 }
@@ -159,10 +170,7 @@ export async function restoreDraft() {
 
 // From a CSV that this console has written for the unit.
 export function draftFromText(text, name, source) {
-  if (!mayReplaceDraft()) return;
-  const { keys, rows } = readDiscovery(text);
-  const lines = rows.map((cells, at) => ({ number: at + 2, cells: cells.slice(0, -1) }));
-  showDraft({ name, source, columns: keys.slice(0, -1), rows: lines, notes: [] });
+  if (mayReplaceDraft()) showDraft({ name, source, ...draftOf(text) });
 }
 
 // Puts texts into cells: [row index, column index, text]. Several make one step to undo.
@@ -205,155 +213,6 @@ export function redoEdit() {
   set({ draft: laterDrafts.at(-1), earlierDrafts: [...earlierDrafts, draft], laterDrafts: rest });
 }
 
-// Mass update
-
-// By which a site log is known again as long as nothing writes to it.
-const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
-
-// Follows the site log of a run from its first line on, until `over()`. The log that was there `before` does not count.
-async function followSiteLog(before, over, show) {
-  let text = '';
-  let length = 0;
-  for (let last = false; !last;) {
-    last = over();
-    const piece = await readStatic(siteLogFile, length).catch(() => null);
-    if (piece && piece.text !== '' && (length > 0 || ageOf(piece) !== before)) {
-      text = piece.whole ? piece.text : text + piece.text;
-      length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
-      show(text);
-    }
-    if (!last) await sleep(logInterval);
-  }
-}
-
-// A run goes on when the connection to it is lost. Waits until its log tells of all records, or of nothing more.
-// Returns whether it has ended.
-async function silence(logSoFar) {
-  let length = 0;
-  for (let quiet = 0; quiet < (length > 0 ? longestSilence : longestStart); ++quiet) {
-    await sleep(1000);
-    const log = logSoFar();
-    if (log.length > length) quiet = 0;
-    length = log.length;
-    if (log !== '' && readSiteLog(log).records.every(isEnded)) return true;
-  }
-  return false;
-}
-
-// Two consoles may upload at the same time; what is run is what this one has shown.
-async function sendPlan(unit, plan) {
-  const file = new File([plan.text], 'import.csv', { type: 'text/csv' });
-  const failure = failureOf(await unit.upload('CSV_IMPORT', file));
-  if (failure) throw new Error(failure);
-  if ((await unit.ask('GET_CSV_IMPORT')) !== plan.text) throw new Error(texts.configure.notTheSameCsv);
-}
-
-// What is shown of a row in a run, and is sent again when that is wanted; small, for the browser to remember.
-function runRow({ number, values, unit, settings }) {
-  // An id that changes stands behind the one by which people know the unit.
-  const ids = [unit?.values['UNIT.ID'], values['UNIT.ID']].filter(Boolean);
-  return {
-    number,
-    serial: values['UNIT.SERIAL'],
-    model: values['UNIT.MODEL'] ?? '',
-    id: [...new Set(ids)].join(' → '),
-    address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
-    settings: settings.map(({ key, value }) => [key, value]),
-  };
-}
-
-// A run as it is shown, from what its log and its answer have told so far.
-class ShownRun {
-  log = '';
-  lines = [];
-  foreign = false; // whether the log is that of another run
-
-  constructor({ rows, undo }) {
-    this.serials = rows.map(({ serial }) => serial);
-    this.waiting = rows.map(() => ({ state: 'waiting', reason: '' }));
-    const progress = { records: this.waiting, over: false, failure: '', since: Date.now() };
-    set({ run: { rows, undo, kept: true, ...progress } });
-  }
-
-  // A browser without room for all of it keeps the run without the old values, or not at all.
-  remember(before) {
-    const { rows, undo } = get().run;
-    const kept = remember('run', { rows, undo, before }) || remember('run', { rows, undo: '', before });
-    set({ run: { ...get().run, kept } });
-  }
-
-  tell(news, over = false, failure = '') {
-    Object.assign(this, news);
-    const { records, total } = readSiteLog(this.log, this.serials);
-    this.foreign = total !== null && total !== this.waiting.length;
-    const known = total === this.waiting.length ? records : this.waiting;
-    set({ run: { ...get().run, records: applyResults(known, this.lines, over), over, failure } });
-  }
-
-  // A run whose end is not known may be found again.
-  end(failure, ended = true) {
-    this.tell({}, true, failure);
-    if (ended) remember('run', null);
-    set({ run: { ...get().run, ended } });
-    const own = get().run.records.findIndex(({ state }) => state === 'self');
-    set({ outdated: true, ...(own >= 0 ? { ownSerial: this.serials[own] } : {}) });
-  }
-}
-
-export function closeRun() {
-  remember('run', null);
-  set({ run: null });
-}
-
-// Uploads the CSV of a plan and has it sent, showing how far each unit has come.
-export async function runUpdate(plan) {
-  const shown = new ShownRun({ rows: plan.sending.map(runRow), undo: plan.undo });
-  let ended = true;
-  const work = async (unit) => {
-    await sendPlan(unit, plan);
-    const before = ageOf(await readStatic(siteLogFile));
-    shown.remember(before);
-    let over = false;
-    const following = followSiteLog(
-      before,
-      () => over,
-      (log) => shown.tell({ log }),
-    );
-    try {
-      await unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => shown.tell({ lines }) });
-    } catch (failure) {
-      if (failure.kind === 'broken') ended = await silence(() => shown.log);
-      throw failure;
-    } finally {
-      over = true;
-      await following;
-    }
-  };
-  await queue.run('update', work).then(
-    () => shown.end(''),
-    (failure) => shown.end(explain(failure), ended),
-  );
-}
-
-// Shows a run that was under way when the page was left: it went on, and its log tells the rest.
-export async function resumeRun() {
-  const run = recall('run');
-  if (!run?.rows) return;
-  const shown = new ShownRun(run);
-  let over = false;
-  const following = followSiteLog(
-    run.before,
-    () => over,
-    (log) => shown.tell({ log }),
-  );
-  const ended = await silence(() => shown.log);
-  over = true;
-  await following;
-  if (shown.foreign)
-    closeRun(); // another run has taken the log
-  else shown.end(texts.configure.resumed, ended || shown.log === '');
-}
-
 // Uploads to this unit
 
 // Sends a file with an upload command. Returns the lines of the answer; throws what the unit reports as failed, with
@@ -374,9 +233,9 @@ export function uploadFile(job, command, file, options) {
 }
 
 // Waits for a unit that restarts: when its pages have been gone and are back, `ask()` is called, and now and then again;
-// a request that is refused meanwhile stops nothing. `show` is told `gone` or `again`; `signal` ends it.
-export async function waitUntilBack(signal, show, ask) {
-  let seen = '';
+// a request that is refused meanwhile stops nothing. `show` is told `gone` or `again`; `signal` ends it. `seen` is what was
+// seen of the pages before: '' as long as the unit has not restarted.
+async function waitUntilBack(signal, seen, show, ask) {
   let askedAt = 0;
   for (; !signal.aborted; await sleep(backInterval)) {
     const there = await readStatic('/index.html').then(Boolean, ({ kind }) => kind === 'login');
@@ -392,3 +251,47 @@ export async function waitUntilBack(signal, show, ask) {
     }
   }
 }
+
+// The unit's own firmware update
+
+let endWait = null; // ends the wait for the unit
+
+export const askFirmware = () =>
+  queue.ask('firmware', smallQuestion).catch((failure) => {
+    const said = failure.kind === 'updating' ? texts.unit.firmware.stillUpdating : explain(failure);
+    if (get().firmware) set({ firmware: { ...get().firmware, said } });
+  });
+
+// Shows an update on every page until the unit takes requests again, across reloads. `seen` is '' for one that was just
+// begun, and `again` when the unit may have restarted since.
+export function firmwareBegun(seen) {
+  if (endWait) return;
+  endWait = new AbortController();
+  const show = (now) => set({ firmware: { seen: now || 'there', said: '' } });
+  remember('firmware', true);
+  show(seen);
+  waitUntilBack(endWait.signal, seen, show, askFirmware);
+}
+
+function firmwareOver() {
+  if (!endWait) return;
+  endWait.abort();
+  endWait = null;
+  remember('firmware', null);
+  set({ firmware: { seen: 'back', said: '' } });
+}
+
+export const findFirmware = () => recall('firmware') && firmwareBegun('again');
+export const closeFirmware = () => set({ firmware: null });
+
+// Which unit this is
+
+export const identify = () =>
+  queue.run('listing', async (unit) => {
+    if (!get().site) await discoverWith(unit);
+    const own = unitOfListing(get().site, await unit.ask('DISCOVER_ENCODERS'));
+    if (!own) throw new Error(texts.unit.notIdentified);
+    const ownSerial = own.values['UNIT.SERIAL'];
+    set({ ownSerial });
+    remember('ownSerial', ownSerial);
+  });

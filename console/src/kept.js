@@ -38,6 +38,10 @@ export const readKept = (name) => within('readonly', (store) => store.get(name))
 export const listKept = (start) =>
   within('readonly', (store) => store.getAll(IDBKeyRange.bound(start, `${start}\uffff`)), []);
 
+// Returns these names.
+export const namesKept = (start) =>
+  within('readonly', (store) => store.getAllKeys(IDBKeyRange.bound(start, `${start}\uffff`)), []);
+
 // Both return whether it went well.
 export const keep = async (name, value) =>
   (await within('readwrite', (store) => store.put(value, name))) === name;

@@ -2,18 +2,21 @@
 
 import { render } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
-import { attempt, draftIsSafe, loadSite, restoreDraft, resumeRun } from './actions.js';
+import { attempt, draftIsSafe, findFirmware, loadSite, restoreDraft } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
 import { DetailsPage } from './pages/details_page.jsx';
+import { FirmwareBanner } from './pages/firmware_card.jsx';
 import { FirmwarePage } from './pages/firmware_page.jsx';
 import { ListingsPage } from './pages/listings_page.jsx';
 import { SnapshotsPage } from './pages/snapshots_page.jsx';
 import { StreamsPage } from './pages/streams_page.jsx';
 import { UnitPage } from './pages/unit_page.jsx';
 import { UnitsPage } from './pages/units_page.jsx';
+import { OwnUnitName } from './parts/own_unit.jsx';
 import { ThemeChoice } from './parts/theme.jsx';
-import { ErrorNotice } from './parts/widgets.jsx';
-import { get, set, useStore } from './store.js';
+import { ErrorNotice, Notice } from './parts/widgets.jsx';
+import { findRuns, watchOthers } from './runs.js';
+import { get, recall, set, useStore } from './store.js';
 import { texts } from './texts.js';
 
 const pages = {
@@ -39,10 +42,11 @@ function placeOfAddress() {
 
 const inNavigation = Object.entries(texts.pages).filter(([name]) => name !== 'details');
 
-function Activity({ activity }) {
+function Activity({ activity, firmware }) {
+  const installing = firmware && firmware.seen !== 'back';
   return (
-    <p id="activity" role="status" class={activity ? 'busy' : ''}>
-      {activity ? texts.activity(activity) : texts.idle}
+    <p id="activity" role="status" class={activity || installing ? 'busy' : ''}>
+      {activity ? texts.activity(activity) : installing ? texts.installing : texts.idle}
     </p>
   );
 }
@@ -59,7 +63,7 @@ function Skip() {
   );
 }
 
-function Head({ page, activity }) {
+function Head({ page, activity, firmware }) {
   return (
     <header>
       <h1>{texts.title}</h1>
@@ -70,7 +74,8 @@ function Head({ page, activity }) {
           </a>
         ))}
       </nav>
-      <Activity activity={activity} />
+      <OwnUnitName />
+      <Activity {...{ activity, firmware }} />
       <ThemeChoice />
     </header>
   );
@@ -114,8 +119,12 @@ function Console() {
   return (
     <>
       <Skip />
-      <Head page={page} activity={state.activity} />
+      <Head page={page} activity={state.activity} firmware={state.firmware} />
       <main id="main" tabIndex={-1}>
+        {state.firmware && <FirmwareBanner firmware={state.firmware} />}
+        {state.others && state.run?.step !== 'waiting' && (
+          <Notice level="warn">{texts.others(state.others)}</Notice>
+        )}
         <ErrorNotice text={state.notice?.text} />
         {Object.entries(pages).map(([name, Page]) => (
           <div key={name} hidden={name !== page}>
@@ -128,12 +137,17 @@ function Console() {
 }
 
 addEventListener('beforeunload', (event) => {
-  if (get().activity || !draftIsSafe()) event.preventDefault();
+  const { activity, firmware, run } = get();
+  const installing = firmware && firmware.seen !== 'back';
+  const sends = activity || run?.step === 'waiting' || run?.until;
+  if (sends || installing || !draftIsSafe()) event.preventDefault();
 });
 // A file dropped beside its place would replace the page.
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
 render(<Console />, document.body);
 keepFocus();
-attempt(loadSite);
+attempt(loadSite).then(() => attempt(findRuns));
 attempt(restoreDraft);
-attempt(resumeRun);
+findFirmware();
+set({ ownSerial: recall('ownSerial') ?? '' });
+watchOthers();

@@ -7,14 +7,18 @@ let state = {
   discovery: null, //   {since} while a discovery runs
   site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}
   outdated: false, //   whether a mass update ran since
-  ownSerial: '', //     of this unit, when its address is in the page's or it has skipped itself in an update
+  ownSerial: '', //     of this unit: its address is in the page's, it has skipped itself in an update, or it was asked
+  firmware: null, //    {seen, said} of this unit's firmware update: seen is there, gone, again or back
   earlier: null, //     the site of the discovery before
   comparison: null, //  with that one
+  base: null, //        the site that drafts are compared with: with what was sent since it was discovered
   draft: null, //       of a mass update: {name, source, columns, rows, notes, headerRow, edited};
   //                    source is file, site, retry or undo
   earlierDrafts: [], // to undo edits
   laterDrafts: [], //   to redo them
-  run: null, //         {rows, undo, records, over, ended, failure, kept} of the mass update that runs or ran
+  run: null, //         the mass update that runs or ran, as logic/run.js has it, with {kept, offline, stopping, wanted}
+  earlierRuns: [], //   {id, name, tally} of those that are kept, newest first
+  others: null, //      {total, done} of an update that another console has begun
   notice: null, //      {level, text}
 };
 const listeners = new Set();

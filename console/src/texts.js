@@ -23,6 +23,7 @@ export const texts = {
   cancel: 'Cancel',
 
   idle: 'Idle',
+  installing: 'Firmware is being installed',
   activity: ({ job, command, tries }) =>
     `${texts.jobs[job] ?? job}: ${command}${tries > 0 ? ` — the unit is busy with another request, try ${tries + 1}` : ''}`,
   jobs: {
@@ -36,6 +37,8 @@ export const texts = {
   },
   theme: 'Theme',
   themes: { system: 'System', light: 'Light', dark: 'Dark' },
+  others: ({ done, total }) =>
+    `Another console’s update is under way: ${done} of ${units(total)}. The unit takes no other request until it has ended.`,
   failures: {
     busy: 'The unit is still busy with somebody else’s request. Nothing was changed; try again in a while.',
     updating:
@@ -205,7 +208,8 @@ export const texts = {
       'serial-unfit': 'A serial that cannot be sent.',
       'serial-all': 'Every unit would take the settings of this row.',
       'serial-spelling': 'The serial is sent in the unit’s spelling:',
-      'unit-unknown': 'No unit with this serial was discovered; its settings are sent all the same.',
+      'unit-unknown': 'No unit with this serial was discovered.',
+      shape: 'No unit of the site has a value of this kind; they have:',
       'unit-twice': 'Two units were discovered with this serial; both will take the settings.',
       'model-filled':
         'The model is taken from the discovery; without it the unit would hold most settings back.',
@@ -241,8 +245,23 @@ export const texts = {
       'nothing-to-send': 'Nothing to send.',
       'not-readable': 'The unit would not read back what is meant. Please report this file.',
     },
+    shapes: {
+      address: 'addresses',
+      number: 'numbers',
+      negative: 'negative numbers',
+      decimal: 'decimal numbers',
+      'true-false': 'TRUE or FALSE',
+      'on-off': 'ON or OFF',
+      'yes-no': 'YES or NO',
+    },
+    unknownToo: 'Send to units that were not discovered, too',
     problem: ({ code, detail }) => {
-      const { problems, held } = texts.configure;
+      const { problems, held, shapes } = texts.configure;
+      if (code === 'shape')
+        return `${problems.shape} ${detail
+          .split(',')
+          .map((shape) => shapes[shape])
+          .join(', ')}`;
       const text = code.startsWith('held-') ? held[code.slice(5)] : problems[code];
       return detail ? `${text} ${detail}` : text;
     },
@@ -256,19 +275,68 @@ export const texts = {
     send: (count) => `Update ${units(count)}…`,
     confirm: (count) => `Update ${units(count)}?`,
     confirmText:
-      'Each unit takes its settings, saves them and restarts. A unit that does not answer is waited for at most 15 seconds. The update cannot be stopped once it runs.',
+      'Each unit takes its settings, saves them and restarts. A unit that does not answer is waited for at most 15 seconds. It can be stopped only between batches of units.',
     confirmLeftOut: (count) =>
       `I have seen the ${times(count, 'problem', 'problems')}; what is left out stays as it is.`,
     confirmMoved: (count) => `${times(count, 'unit changes its address', 'units change their address')}.`,
     movedTable: 'Units that change their address',
     movedColumns: ['Unit', 'Now', 'Then'],
     confirmGo: 'Update now',
+    pace: {
+      title: 'How',
+      trial: 'Try it first on',
+      noTrial: 'no unit',
+      size: 'Units at a time',
+      sizeOptions: (count) => (count === 0 ? 'all' : String(count)),
+      pause: 'Then wait',
+      pauseOptions: (seconds) =>
+        seconds === null
+          ? 'until I go on'
+          : seconds === 0
+            ? 'not at all'
+            : seconds < 60
+              ? `${seconds} s`
+              : `${seconds / 60} min`,
+      most: 'Stop after',
+      mostOptions: (count) => (count === 0 ? 'no failure' : times(count, 'failure', 'failures')),
+    },
     notTheSameCsv:
       'The unit holds another CSV than the one just uploaded; somebody else is at work. Nothing was sent.',
 
     resumed: 'The page was left while the update ran. What is shown is what the unit’s site log tells.',
     running: 'The update runs',
-    ended: 'The update has ended',
+    stages: {
+      waiting: 'The update is prepared',
+      sending: 'The update runs',
+      paused: 'The update is paused',
+      over: 'The update has ended',
+    },
+    paused: {
+      trial: 'The first unit has had its turn. Look at it before the others follow.',
+      between: 'A pause before the next units.',
+      failures: 'Too many units have failed.',
+      stopped: 'Stopped as you wanted.',
+      failed: 'Not all was sent.',
+      changed: 'Another update has run, and has changed what this one was compared with.',
+      left: 'The page was left while the update ran. These units have not had their turn yet.',
+    },
+    waitsFor: ({ done, total }) =>
+      `Another console’s update is under way: ${done} of ${units(total)}. This one waits for its end, and compares with the site again before it sends.`,
+    waitsForUnit: 'The unit is busy with another request; this update waits.',
+    changed: ({ key, then, now, value, code, detail }) =>
+      code === 'gone'
+        ? 'the unit did not answer; it may be restarting.'
+        : code
+          ? texts.configure.problem({ code, detail })
+          : `${key} was “${then}” and is “${now}” now; this update makes it “${value}”.`,
+    compareAgain: 'Compare again',
+    moreChanges: (count) => `and ${count} more`,
+    pausedFor: (seconds) => `It goes on in ${seconds} s.`,
+    goOn: (count) => `Go on with ${units(count)}`,
+    endRun: 'End it here',
+    stop: 'Stop after these units',
+    stopping: 'Stops after these units…',
+    offline: 'no connection to the unit; the update goes on without it',
     lostSight: 'Nothing more is heard of the update',
     notKept:
       'This browser has no room to remember the update: a page that is left does not find it again. It goes on all the same.',
@@ -282,7 +350,23 @@ export const texts = {
         .join(', '),
     runFilters: { all: 'All units', notOk: 'Not OK' },
     runTable: 'Units of the update',
-    runColumns: ['Row', 'Serial', 'Id', 'Address', 'Settings', 'State', 'Reason'],
+    runColumns: ['Row', 'Serial', 'Id', 'Address', 'Settings', 'State', 'Reason', 'Reported now'],
+    earlier: (count) => `Earlier updates (${count})`,
+    comparison: 'What the units report now',
+    discoverAndCompare: 'Discover and compare',
+    acknowledged:
+      'OK means that a unit has acknowledged its settings. What it reports now is known after a discovery.',
+    compared: (cells, differing) =>
+      `${times(cells, 'setting', 'settings')} compared: ${differing === 0 ? 'all as they were sent' : `${times(differing, 'differs', 'differ')} from what was sent`}.`,
+    comparisonColumns: ['Unit', 'Setting', 'Sent', 'Reported now'],
+    onlyDiffering: 'Only what differs',
+    notReported: 'not reported',
+    reported: (cells) => {
+      const missing = cells.filter(({ now }) => now === null).length;
+      const differing = cells.filter(({ now, sent }) => now !== sent).length;
+      if (missing === cells.length) return 'not found';
+      return differing === 0 ? 'as sent' : `${differing} of ${cells.length} differ`;
+    },
     states: {
       waiting: 'waiting',
       sent: 'sent',
@@ -317,6 +401,10 @@ export const texts = {
 
   unit: {
     heading: 'This unit',
+    facts: ['Id', 'Serial', 'Model', 'Address', 'Firmware'],
+    unknown: (host) => `Which unit answers at ${host} is not known.`,
+    identify: 'Find out which it is',
+    notIdentified: 'The unit’s own answer fits no encoder that was discovered, or several.',
     choose: 'Drop a file here, or choose one',
     checking: (share) => `Checking the file… ${Math.round(share * 100)} %`,
     size: (bytes) => `${bytes.toLocaleString('en')} bytes`,
@@ -340,8 +428,11 @@ export const texts = {
         damaged: 'The file cannot be unpacked to its end: damaged, or cut short while it was downloaded.',
         tar: 'There is no tar archive in the file: no firmware.',
       },
-      good: (member, size) =>
-        `A whole gzip file with a tar archive in it, first member “${member}”, ${texts.unit.size(size)} unpacked.`,
+      good: (members, size) =>
+        `A whole gzip file with a tar archive of ${times(members, 'member', 'members')} in it, ${texts.unit.size(size)} unpacked.`,
+      members: (count) => `Members of the archive (${count})`,
+      missing: (kinds) =>
+        `The archive that was installed last on a unit of this model had more in it; this one lacks: ${kinds.join(', ')}`,
       confirm: 'Install this firmware?',
       confirmText:
         'The unit stops its video, installs the firmware and restarts. It takes no request meanwhile. Power lost during the installation can destroy the unit.',
@@ -363,6 +454,11 @@ export const texts = {
       notJpeg: 'Not a JPEG file; the unit would install it and perhaps show nothing.',
       notImage: 'Not a picture that can be shown.',
       cut: 'The picture is truncated: its end mark is missing.',
+      large:
+        'More than a megabyte. The unit writes the picture to a flash partition without looking whether it fits.',
+      none: 'The unit shows no present splash image.',
+      confirm: 'Replace the splash image?',
+      go: 'Replace it',
       good: (width, height) => `JPEG, ${width} × ${height} pixels.`,
       done: 'The unit has taken the splash image.',
     },
@@ -382,7 +478,10 @@ export const texts = {
       timing: ({ width, height, hertz, interlaced }) =>
         `Preferred timing: ${width} × ${height}${interlaced ? ' interlaced' : ''} at ${hertz} Hz`,
       noTiming: 'No preferred timing.',
-      done: 'The unit has taken the EDID.',
+      block: (number, right) => `Block ${number}: checksum ${right ? 'right' : 'wrong'}`,
+      confirm: (slot) => `Replace ${slot}?`,
+      go: 'Replace it',
+      done: (slot) => `The unit has taken the EDID as ${slot}.`,
     },
   },
 

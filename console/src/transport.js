@@ -72,22 +72,42 @@ export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 
   });
 }
 
-// Returns {bytes, text, modified} of a static file, null when there is none. `from` asks for what lies behind so many
-// bytes; `whole` tells whether the server sent it all the same. Throws a
-// RequestFailure when the unit cannot be reached, or when a login has ended.
-export async function readStatic(path, from = 0) {
-  const headers = from > 0 ? { Range: `bytes=${from}-` } : {};
+// Asks for a static file. Returns the answer, whatever its status.
+async function fetchStatic(path, options) {
   const signal = AbortSignal.timeout(fileLimit);
-  const unreachable = () => {
+  const answer = await fetch(path, { cache: 'no-store', signal, ...options }).catch(() => {
     throw new RequestFailure('unreachable', path);
-  };
-  const answer = await fetch(path, { cache: 'no-store', headers, signal }).catch(unreachable);
-  if (answer.status === 416) return { bytes: new Uint8Array(), text: '', whole: false };
+  });
   if (answer.status === 401) throw new RequestFailure('login', path);
+  return answer;
+}
+
+// Returns {version, modified, age, size} of a static file without reading it, null when there is none. Its version changes
+// when it does; its age is in seconds by the unit's own clock.
+export async function lookAt(path) {
+  const { ok, headers } = await fetchStatic(path, { method: 'HEAD' });
+  if (!ok) return null;
+  const modified = headers.get('Last-Modified') ?? '';
+  const age = (Date.parse(headers.get('Date')) - Date.parse(modified)) / 1000;
+  const size = Number(headers.get('Content-Length'));
+  return { version: `${modified} ${size}`, modified, age, size };
+}
+
+// Returns {bytes, text, modified, whole} of a static file, null when there is none. `from` asks for what follows so many
+// bytes of it; `whole` tells whether the server sent all of it. Throws a RequestFailure when the unit cannot be reached, or
+// when a login has ended.
+export async function readStatic(path, from = 0) {
+  // One byte more than is wanted: a server answers a range of nothing with an error.
+  const answer = await fetchStatic(path, { headers: from > 0 ? { Range: `bytes=${from - 1}-` } : {} });
+  if (answer.status === 416) return readStatic(path);
   if (!answer.ok) return null;
-  const bytes = new Uint8Array(await answer.arrayBuffer().catch(unreachable));
+  const whole = answer.status === 200;
+  const body = await answer.arrayBuffer().catch(() => {
+    throw new RequestFailure('unreachable', path);
+  });
+  const bytes = new Uint8Array(body, whole ? 0 : 1);
   const modified = answer.headers.get('Last-Modified') ?? '';
-  return { bytes, text: new TextDecoder().decode(bytes), modified, whole: answer.status === 200 };
+  return { bytes, text: new TextDecoder().decode(bytes), modified, whole };
 }
 
 export const sleep = (milliseconds) =>

@@ -1,10 +1,12 @@
 // Files looked at before they are sent: what the browser run does not choose.
 
 import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
+import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { test } from 'node:test';
 import { gzipSync } from 'node:zlib';
-import { hashFile, readArchive } from '../../console/src/logic/archive.js';
+import { hashFile, kindsOf, readArchive } from '../../console/src/logic/archive.js';
 import { readEdid } from '../../console/src/logic/edid.js';
 import { makeEdid, makeTar } from './sample_files.mjs';
 
@@ -29,7 +31,7 @@ test('a firmware file must be a whole gzip file with a tar archive in it', async
   const tar = makeTar('firmware.bin', 2_500_000);
   const whole = gzipSync(tar);
   const table = [
-    [whole, { fault: null, member: 'firmware.bin', size: tar.length }],
+    [whole, { fault: null, members: [{ name: 'firmware.bin', size: 2_500_000 }], size: tar.length }],
     [whole.subarray(0, whole.length - 9), { fault: 'damaged' }],
     [whole.map((byte, at) => (at === 5000 ? byte ^ 1 : byte)), { fault: 'damaged' }],
     [gzipSync('no archive'), { fault: 'tar' }],
@@ -40,4 +42,23 @@ test('a firmware file must be a whole gzip file with a tar archive in it', async
   for (const [bytes, expected] of table) assert.deepEqual(await readArchive(new Blob([bytes])), expected);
   const hash = createHash('sha256').update(whole).digest('hex');
   assert.equal(await hashFile(new Blob([whole])), hash); // of three pieces
+});
+
+test('the members of an archive are found wherever its pieces end, and compared without versions', async () => {
+  const folder = mkdtempSync('/tmp/tar-');
+  const long = `${'n'.repeat(120)}.bin`; // in a header of its own
+  for (const name of ['boot-1.img', 'empty', long])
+    writeFileSync(`${folder}/${name}`, name === 'empty' ? '' : 'x'.repeat(700));
+  const tar = execFileSync('tar', ['-C', folder, '-c', './boot-1.img', 'empty', long]);
+  rmSync(folder, { recursive: true });
+  const { members } = await readArchive(new Blob([gzipSync(tar)]));
+  assert.deepEqual(
+    members.map(({ name, size }) => `${name} ${size}`),
+    ['./boot-1.img 700', 'empty 0', `${long.slice(0, 100)} 700`],
+  );
+  assert.deepEqual(kindsOf([...members, { name: 'boot-22.img' }]), [
+    'boot-#.img',
+    'empty',
+    long.slice(0, 100),
+  ]);
 });

@@ -71,7 +71,7 @@ test('every problem is told at once, and nothing faulty is sent', () => {
     'S10,,F,,,,Hall,,,',
     'S3,KestT-PL,E',
   ].join('\n');
-  const plan = check(`${draft}\n`, { ownSerial: 's3' });
+  const plan = check(`${draft}\n`, { ownSerial: 's3', unknownToo: true });
   assert.deepEqual(told(plan), [
     'out column-excluded UNIT.REBOOT 1',
     'out column-unknown NO.SUCH 1',
@@ -87,7 +87,7 @@ test('every problem is told at once, and nothing faulty is sent', () => {
     'out row-self  11',
     'check model-differs UNIT.MODEL 3',
     'check id-edges UNIT.ID 3',
-    'check unit-unknown UNIT.SERIAL 6,7,8,9,10',
+    'check unit-unknown UNIT.SERIAL 7,8,9,10',
     'check id-taken UNIT.ID 8',
     'held held-decoder VW.NAME 2',
     'held held-status IP.ADDRESS 2,8',
@@ -209,4 +209,28 @@ test('values that a spreadsheet has damaged get a warning', () => {
     assert.equal(seen.map(({ level, code }) => `${level} ${code}`).join(), expected, row);
     assert.equal(sending.length, sent, row);
   }
+});
+
+test('unknown serials are left out unless wanted, values unlike all of the site get a warning', () => {
+  const lines = ['S1,TX610,5,10.0.0.9,ON,TRUE,', 'S2,RX610,7,10.0.0.8,OFF,,17', 'S3,RX610,,,,,Room'];
+  const mixed = readSite(
+    ['UNIT.SERIAL,UNIT.MODEL,A.NUMBER,A.ADDRESS,A.SWITCH,A.FLAG,A.TEXT', ...lines].join('\r\n'),
+  );
+  const table = [
+    ['A.NUMBER', '9', ''],
+    ['A.NUMBER', '-9', 'number'],
+    ['A.NUMBER', 'nine', 'number'],
+    ['A.NUMBER', '9,5', 'number'],
+    ['A.ADDRESS', '10', 'address'],
+    ['A.SWITCH', 'off', ''],
+    ['A.SWITCH', 'TRUE', 'on-off'],
+    ['A.FLAG', '1', 'true-false'],
+    ['A.TEXT', '-9', ''],
+  ];
+  for (const [key, value, expected] of table) {
+    const { problems } = check(`UNIT.SERIAL,${key}\nS1,"${value}"\n`, {}, mixed);
+    assert.equal(problems.find(({ code }) => code === 'shape')?.detail ?? '', expected, `${key} ${value}`);
+  }
+  const rows = 'UNIT.SERIAL,UNIT.ID\nS1,A\nS9,B\n';
+  assert.deepEqual([check(rows).sending.length, check(rows, { unknownToo: true }).sending.length], [1, 2]);
 });

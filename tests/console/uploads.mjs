@@ -1,7 +1,7 @@
 // Files for the unit itself, and a unit that is busy, broken or being updated, in the browser. In the box only.
 
 import assert from 'node:assert/strict';
-import { readFileSync } from 'node:fs';
+import { existsSync, readFileSync } from 'node:fs';
 import { gzipSync } from 'node:zlib';
 import { makeEdid, makeTar } from './sample_files.mjs';
 import { chapter, content, look, openConsole, start, startServer, until } from './unit.mjs';
@@ -32,6 +32,12 @@ await chapter(page, 'a splash image is shown before it is sent', async () => {
   await card('splash').getByAltText('The chosen picture').waitFor();
   assert.deepEqual(await look(page, 'splash'), []);
   await upload('splash').click();
+  const replace = page.getByRole('dialog');
+  await replace.getByText('Which unit answers at 127.0.0.1:8080 is not known.').waitFor();
+  await replace.getByAltText('The chosen picture').waitFor();
+  assert.ok(!existsSync('/xoem/default.jpg')); // nothing is sent before it is confirmed
+  assert.deepEqual(await look(page, 'splash-confirm'), []);
+  await replace.getByRole('button', { name: 'Replace it' }).click();
   await says('splash', 'The unit has taken the splash image.');
   assert.ok(readFileSync('/xoem/default.jpg').equals(jpeg));
 });
@@ -49,8 +55,12 @@ await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
   await card('edid').locator('.drop').dispatchEvent('drop', { dataTransfer: dragged });
   await says('edid', 'Monitor: DESK 24 (ABC)', 'Preferred timing: 1920 × 1080 at 60 Hz');
   await card('edid').getByLabel('Install as').selectOption('custom EDID 2');
+  await says('edid', 'Block 2: checksum right');
   await upload('edid').click();
-  await says('edid', 'The unit has taken the EDID.');
+  await page.getByRole('heading', { name: 'Replace custom EDID 2?' }).waitFor();
+  assert.deepEqual(await look(page, 'edid-confirm'), []);
+  await page.getByRole('dialog').getByRole('button', { name: 'Replace it' }).click();
+  await says('edid', 'The unit has taken the EDID as custom EDID 2.');
   assert.ok(readFileSync('/config/CUSTOM_2.cbin').equals(edid));
 
   await choose('edid', 'odd.bin', Buffer.concat([edid.subarray(0, 255), Buffer.of(edid[255] ^ 1)]));
@@ -76,31 +86,50 @@ await chapter(page, 'a busy unit is asked until it answers, a broken answer is t
   await page.unroute('**/cgi-bin/*');
 });
 
-await chapter(page, 'firmware is checked, confirmed, and waited for', async () => {
-  await goTo('This unit');
-  const firmware = gzipSync(makeTar('firmware.bin', 200_000));
-  await choose('firmware', 'cut.tar.gz', firmware.subarray(0, 100_000));
-  await says('firmware', 'damaged, or cut short');
-  await choose('firmware', 'fw.tar.gz', firmware);
-  await says('firmware', 'first member “firmware.bin”');
-  await card('firmware').getByRole('button', { name: 'Install firmware…' }).click();
-  const go = page.getByRole('dialog').getByRole('button', { name: 'Install firmware' });
-  assert.ok(await go.isDisabled());
-  await page.getByLabel('The power is safe').check();
-  assert.deepEqual(await look(page, 'firmware'), []);
-  await go.click();
-  await says('firmware', 'Do not remove its power.');
-  await goTo('Listings');
-  await page.getByRole('button', { name: 'Encoders' }).click();
-  await page.getByRole('alert').getByText('firmware is being updated').waitFor();
+await chapter(
+  page,
+  'firmware is checked, confirmed for this very unit, and waited for on every page',
+  async () => {
+    await goTo('This unit');
+    await page.getByRole('button', { name: 'Find out which it is' }).click();
+    await page.locator('.own-unit').getByText('KU000001').waitFor();
+    await page.locator('header').getByText('UNIT-001 · KestT-2 · 10.77.0.1').waitFor();
+    const firmware = gzipSync(makeTar('firmware.bin', 200_000));
+    await choose('firmware', 'cut.tar.gz', firmware.subarray(0, 100_000));
+    await says('firmware', 'damaged, or cut short');
+    await page.evaluate(() =>
+      localStorage.setItem('console.firmware.KestT-2', '["firmware.bin","boot#.img"]'),
+    );
+    await choose('firmware', 'fw.tar.gz', firmware);
+    await card('firmware').getByRole('button', { name: 'Install firmware…' }).click();
+    const dialog = page.getByRole('dialog');
+    await dialog.locator('.own-unit').getByText('3.4.1').waitFor();
+    await dialog.getByText('this one lacks: boot#.img').waitFor();
+    await dialog.getByText('Members of the archive (1)').click();
+    await dialog.getByText('firmware.bin').waitFor();
+    const go = dialog.getByRole('button', { name: 'Install firmware' });
+    assert.ok(await go.isDisabled());
+    await page.getByLabel('The power is safe').check();
+    assert.deepEqual(await look(page, 'firmware'), []);
+    await go.click();
+    const banner = page.locator('main > .notice');
+    await banner.getByText('Do not remove its power.').waitFor();
+    assert.equal(await page.locator('#activity').innerText(), 'Firmware is being installed');
+    await goTo('Listings');
+    await page.getByRole('button', { name: 'Encoders' }).click();
+    await page.getByRole('alert').getByText('firmware is being updated').waitFor();
+    await page.reload();
+    await banner.getByText('Do not remove its power.').waitFor();
+    assert.notEqual(await page.locator('#activity').innerText(), 'Idle');
 
-  // The unit restarts: its pages go and come back, and it is asked without being told to.
-  await goTo('This unit');
-  await endServer();
-  await says('firmware', 'The unit restarts…');
-  await until(() => content('/var/log/update_fw.log').includes('done'));
-  endServer = await startServer();
-  await says('firmware', 'The unit is back.');
-  assert.match(content('/var/link'), /running/);
-});
+    // The unit restarts: its pages go and come back, and it is asked without being told to.
+    await endServer();
+    await banner.getByText('The unit restarts…').waitFor();
+    await until(() => content('/var/log/update_fw.log').includes('done'));
+    endServer = await startServer();
+    await banner.getByText('The unit is back.').waitFor();
+    assert.equal(await page.locator('#activity').innerText(), 'Idle');
+    assert.match(content('/var/link'), /running/);
+  },
+);
 process.exit();

@@ -48,7 +48,7 @@ function timingOf(bytes) {
   return { width, height: interlaced ? height * 2 : height, hertz, interlaced };
 }
 
-// Returns {faults, name, maker, timing} for a file's bytes. Faults are `size`, `long` (of more than 256 bytes only the
+// Returns {faults, name, maker, timing, blocks} for a file's bytes; `blocks` tells of each block whether its checksum is right. Faults are `size`, `long` (of more than 256 bytes only the
 // first are used), `header`, `checksum` (with the numbers of the blocks); only the first leaves nothing to tell.
 export function readEdid(bytes) {
   if (bytes.length < edidSize) return { faults: [{ code: 'size', detail: String(bytes.length) }] };
@@ -58,5 +58,6 @@ export function readEdid(bytes) {
   if (bytes.length > edidSize) faults.push({ code: 'long', detail: String(bytes.length) });
   if (!header.every((byte, at) => used[at] === byte)) faults.push({ code: 'header', detail: '' });
   if (wrong.length > 0) faults.push({ code: 'checksum', detail: wrong.map((block) => block + 1).join(', ') });
-  return { faults, name: nameOf(used), maker: makerOf(used), timing: timingOf(used) };
+  const blocks = [0, 1].map((block) => !wrong.includes(block));
+  return { faults, name: nameOf(used), maker: makerOf(used), timing: timingOf(used), blocks };
 }

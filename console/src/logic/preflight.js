@@ -19,6 +19,7 @@ import {
   messageOf,
   same,
 } from './class_rules.js';
+import { otherShapes } from './shapes.js';
 import { groupBy, identities } from './site.js';
 import { readAsUnit, whyNotWritable, writeForUnit } from './unit_csv.js';
 
@@ -143,7 +144,7 @@ function findUnit(row, unitsBySerial, problems) {
       });
     }
   }
-  if (found.length === 0) return problems.add('check', 'unit-unknown', { column: serialKey, row: number });
+  if (found.length === 0) return;
   if (found.length > 1) problems.add('check', 'unit-twice', { column: serialKey, row: number });
   [row.unit] = found;
   const model = row.unit.values[modelKey] ?? '';
@@ -180,7 +181,7 @@ function decideCell(key, value, row) {
   return { state: 'change', old, value, name: fate.sent };
 }
 
-function decideCells(row, keys, problems) {
+function decideCells(row, { keys, site, problems }) {
   row.kind = kindOfModel(keys.includes(modelKey) ? (row.values[modelKey] ?? '') : '');
   for (const key of keys) {
     const cell = decideCell(key, row.values[key] ?? '', row);
@@ -190,6 +191,8 @@ function decideCells(row, keys, problems) {
     if (cell.state === 'fault') problems.add('out', `cell-${cell.reason}`, place);
     if (cell.state === 'held') problems.add('held', `held-${cell.reason}`, place);
     if (cell.state === 'change' && looksConverted(cell.value)) problems.add('check', 'converted', place);
+    const shapes = cell.state === 'change' ? otherShapes(site, key, cell.value) : [];
+    if (shapes.length > 0) problems.add('check', 'shape', { ...place, detail: shapes.join() });
     if (key === idKey && cell.state === 'change' && cell.value !== cell.value.trim())
       problems.add('check', 'id-edges', place);
   }
@@ -203,7 +206,7 @@ function leaveOut(row, code, problems, place = {}) {
 
 // Reads one row of the draft up to the decision about each of its cells.
 function readRow(draftRow, context) {
-  const { header, keys, unitsBySerial, problems, ownSerial } = context;
+  const { header, unitsBySerial, problems, ownSerial, unknownToo } = context;
   const values = valuesOf(draftRow, header, problems);
   const row = { number: draftRow.number, values, unit: null, state: 'send', reason: '', cells: {} };
   values[serialKey] = (values[serialKey] ?? '').trim();
@@ -213,11 +216,13 @@ function readRow(draftRow, context) {
     return row;
   }
   if (values[serialKey] !== '') findUnit(row, unitsBySerial, problems);
-  decideCells(row, keys, problems);
+  decideCells(row, context);
   if (values[serialKey] === '') leaveOut(row, 'serial-blank', problems, { column: serialKey });
   else if (whyNotWritable(values[serialKey])) leaveOut(row, 'serial-unfit', problems, { column: serialKey });
   else if (same(values[serialKey], 'ALL')) leaveOut(row, 'serial-all', problems, { column: serialKey });
   else if (ownSerial && same(values[serialKey], ownSerial)) leaveOut(row, 'row-self', problems);
+  else if (!row.unit && !unknownToo) leaveOut(row, 'unit-unknown', problems, { column: serialKey });
+  else if (!row.unit) problems.add('check', 'unit-unknown', { column: serialKey, row: row.number });
   return row;
 }
 
@@ -407,13 +412,13 @@ function noteReading(draft, problems) {
 // Returns {problems, header, rows, sending, moved, unchanged, settings, text, undo, lost}: the key of each column, each row with
 // its fate `state` (`send`, `left-out`, `unchanged`, `blank`), the rows that are sent in their order, the units whose address changes, counts, and the two
 // CSVs, empty where a problem stops it all. `lost` counts changes that the second one cannot take back.
-export function preflight(draft, site, { onlyChanges = true, ownSerial = '' } = {}) {
+export function preflight(draft, site, { onlyChanges = true, ownSerial = '', unknownToo = false } = {}) {
   const problems = new Problems();
   noteReading(draft, problems);
   const header = readHeader(draft, site.keys, problems);
   const keys = [...new Set([...header.filter(Boolean), ...site.keys.filter((key) => key === modelKey)])];
   const unitsBySerial = groupBy(site.units, (unit) => (unit.values[serialKey] ?? '').toLowerCase());
-  const context = { header, keys, unitsBySerial, problems, ownSerial, onlyChanges };
+  const context = { header, keys, unitsBySerial, site, problems, ownSerial, onlyChanges, unknownToo };
   const rows = draft.rows.map((row) => readRow(row, context));
   rows.forEach((row) => chooseSettings(row, context));
   skipSharedIdentities(rows, problems);

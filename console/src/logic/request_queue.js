@@ -5,7 +5,7 @@ const distance = 200; // milliseconds between the end of a request and the next 
 const retryDelays = [300, 500, 1000, 2000, 3000, 5000, 5000, 5000, 5000, 5000]; // of a busy unit
 
 // Asked before an upload: a unit that is busy would refuse the upload only after the whole of it has been sent.
-const smallQuestion = 'CHECK_IMPORT_CSV_STATUS';
+export const smallQuestion = 'CHECK_IMPORT_CSV_STATUS';
 
 const smallLimit = 15_000; // milliseconds, within which any unit that is there answers it
 

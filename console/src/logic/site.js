@@ -69,6 +69,16 @@ export const keyOf = (unit) => unit.values['UNIT.SERIAL'] || nameOf(unit);
 export const serialAt = (site, address) =>
   site.units.find((unit) => unit.values['IP.ADDRESS'] === address)?.values['UNIT.SERIAL'] ?? '';
 
+// The encoder that a listing's own line "MYSELF,HOST,STREAM ADDRESS" tells of; null when it tells of no encoder, or of more.
+export function unitOfListing(site, listing) {
+  const [, host, stream] = /^MYSELF,(.*),(.*)$/m.exec(listing) ?? [];
+  const found = site.units.filter(
+    ({ values, kind }) =>
+      kind.encoder && values['IP.ADDRESS'] === host && values['STREAM.RTP_ADDRESS'] === stream,
+  );
+  return found.length === 1 ? found[0] : null;
+}
+
 // What to remember of a site for the next comparison: a name by serial.
 export function memoryOf(site) {
   const names = {};

@@ -4,6 +4,8 @@
 // `self` (the unit's own record), `skipped` (the unit found it to share an identity) and `unsent` (the update ended before
 // its turn).
 
+export const longestSilence = 20; // seconds without a line, while a unit may take 15 to answer
+
 const started = /^ Starting send_csv_to_devices\(\)\.\.\.(\d+) $/;
 const turns = [
   [/^ {2}Calling send_device_update\((\d+)\)\.\.\. $/, { state: 'sent', reason: 'not-sent' }],
@@ -62,6 +64,14 @@ export function readSiteLog(text, serials = null) {
     }
   }
   return { total: records.length, records };
+}
+
+// Returns {total, done} of the update that writes this log, null when it has ended, or when nothing was written in the
+// `age` seconds before.
+export function updateUnderWay(text, age) {
+  const { total, records } = readSiteLog(text);
+  const done = records.filter(isEnded).length;
+  return total !== null && done < total && age <= longestSilence ? { total, done } : null;
 }
 
 // Puts the result lines of the answer over what the log tells; `over` settles what neither has ended. The lines decide:

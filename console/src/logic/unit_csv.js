@@ -32,6 +32,20 @@ export function readDiscovery(text) {
   return { keys: header ? header.split(',') : [], rows: lines.map(discoveryFields) };
 }
 
+export const firstRow = 2; // the number of the first data line, as a spreadsheet counts
+
+// Reads what writeForUnit wrote into a draft, as preflight.js has it. IP.ADDRESS is no setting, and the unit may have
+// another one now.
+export function draftOf(text) {
+  const { keys, rows } = readDiscovery(text);
+  const kept = [...keys.keys()].filter((at) => keys[at] !== '' && keys[at] !== 'IP.ADDRESS');
+  return {
+    columns: kept.map((at) => keys[at]),
+    rows: rows.map((cells, at) => ({ number: at + firstRow, cells: kept.map((column) => cells[column]) })),
+    notes: [],
+  };
+}
+
 // Returns the fields of each line that a spreadsheet would read in another way, by the line.
 export const ownLines = (text) =>
   new Map(

@@ -15,6 +15,7 @@ import { preflight } from '../logic/preflight.js';
 import { EditGrid, focusGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
 import { BusyButton, Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
+import { showRun } from '../runs.js';
 import { texts } from '../texts.js';
 import { HeaderMap } from './header_map.jsx';
 import { PreflightPanel, nameOf } from './preflight_panel.jsx';
@@ -123,10 +124,10 @@ function useColumns({ columns, rows, source }) {
 }
 
 // The rows that passed the filter when it was chosen stay, whatever becomes of them: none vanishes while it is edited.
-function useShownRows({ draft, plan, site, onlyChanges, rowFilter }) {
+function useShownRows({ draft, plan, site, options, rowFilter }) {
   return useMemo(
     () => draft.rows.map((_, at) => at).filter((at) => rowFilters[rowFilter](plan.rows[at])),
-    [site, onlyChanges, rowFilter, draft.rows.length],
+    [site, options, rowFilter, draft.rows.length],
   );
 }
 
@@ -224,7 +225,9 @@ function stepsOf(plan, draft) {
   return [...once.values()].sort((one, other) => one.row - other.row || one.column - other.column);
 }
 
-function DraftTools({ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }) {
+function DraftTools({ draft, plan, canUndo, canRedo, rowFilter, filterRows, options, setOptions }) {
+  const isUnknown = plan.problems.some(({ code }) => code === 'unit-unknown');
+  const set = (news) => setOptions({ ...options, ...news });
   return (
     <div class="bar tools">
       <strong>{draft.name || words.fromSite}</strong>
@@ -246,20 +249,27 @@ function DraftTools({ draft, canUndo, canRedo, rowFilter, filterRows, onlyChange
       <Check
         label={words.onlyChanges}
         hint={words.onlyChangesHint}
-        checked={onlyChanges}
-        onChange={setOnlyChanges}
+        checked={options.onlyChanges}
+        onChange={(onlyChanges) => set({ onlyChanges })}
       />
+      {isUnknown && (
+        <Check
+          label={words.unknownToo}
+          checked={options.unknownToo}
+          onChange={(unknownToo) => set({ unknownToo })}
+        />
+      )}
     </div>
   );
 }
 
-// The drafts made from a run hold nothing but changes, and what they are compared with is from before it.
+// What has failed is sent again as it was: some of it may have been taken, and not saved.
 function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
-  const [onlyChanges, setOnlyChanges] = useState(draft.source === 'file' || draft.source === 'site');
+  const [options, setOptions] = useState({ onlyChanges: draft.source !== 'retry', unknownToo: false });
   const [rowFilter, setRowFilter] = useState('all');
   const [active, activate] = useState({ row: 0, column: 0 });
-  const plan = useMemo(() => preflight(draft, site, { onlyChanges, ownSerial }), [draft, site, onlyChanges]);
-  const shown = useShownRows({ draft, plan, site, onlyChanges, rowFilter });
+  const plan = useMemo(() => preflight(draft, site, { ...options, ownSerial }), [draft, site, options]);
+  const shown = useShownRows({ draft, plan, site, options, rowFilter });
   const steps = useMemo(() => stepsOf(plan, draft), [plan, draft.rows]);
   // Goes to a place of the draft, with the keyboard; all rows are shown when its row is not.
   const goToPlace = ({ row, column }) => {
@@ -286,28 +296,45 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
   return (
     <>
       {outdated && <Outdated busy={busy} />}
-      <DraftTools {...{ draft, canUndo, canRedo, rowFilter, filterRows, onlyChanges, setOnlyChanges }} />
+      <DraftTools {...{ draft, plan, canUndo, canRedo, rowFilter, filterRows, options, setOptions }} />
       <HeaderMap {...{ draft, plan, site }} />
       <ProblemTools {...{ plan, steps, goNext }} />
       <Editor {...{ draft, plan, site, shown, active, activate, goNext }} />
-      <PreflightPanel {...{ plan, goTo, busy }} />
+      <PreflightPanel {...{ plan, goTo, busy }} name={draft.name || words.fromSite} />
     </>
   );
 }
 
+const dateOf = (time) => new Date(time).toLocaleString('en-GB', { dateStyle: 'medium', timeStyle: 'short' });
+
+function EarlierRuns({ runs }) {
+  return (
+    <Menu title={words.earlier(runs.length)}>
+      {runs.map(({ id, name, tally }) => (
+        <button type="button" key={id} onClick={() => showRun(id)}>
+          {dateOf(id)} · {name} · {words.tally(tally)}
+        </button>
+      ))}
+    </Menu>
+  );
+}
+
 export function ConfigurePage({ state }) {
-  const { site, ownSerial, outdated, draft, earlierDrafts, laterDrafts, run, activity } = state;
+  const { site, base, ownSerial, outdated, draft, earlierDrafts, laterDrafts } = state;
+  const { run, earlierRuns, others, activity } = state;
   return (
     <section aria-labelledby="configure-heading">
       <div class="bar">
         <h2 id="configure-heading">{words.heading}</h2>
+        {earlierRuns.length > 0 && (!run || run.step === 'over') && <EarlierRuns runs={earlierRuns} />}
       </div>
       {run ? (
-        <RunView run={run} />
-      ) : draft && site ? (
+        <RunView key={run.id} {...{ run, site, others }} busy={activity !== null} />
+      ) : draft && base ? (
         <Draft
           key={draft.source + draft.name}
-          {...{ draft, site, ownSerial, outdated }}
+          {...{ draft, ownSerial, outdated }}
+          site={base}
           canUndo={earlierDrafts.length > 0}
           canRedo={laterDrafts.length > 0}
           busy={activity !== null}

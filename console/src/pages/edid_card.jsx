@@ -2,7 +2,7 @@
 
 import { useState } from 'preact/hooks';
 import { edidSize, readEdid } from '../logic/edid.js';
-import { Card, FileFacts, UploadButton, useChosenFile, useUpload } from '../parts/upload.jsx';
+import { Card, Confirmation, FileFacts, UploadButton, useChosenFile, useUpload } from '../parts/upload.jsx';
 import { Check, Choice, DropZone, ErrorNotice, Notice } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
@@ -19,13 +19,16 @@ function edidFaults(edid, slot, size) {
   return { stops, doubtful: edid.faults.some(({ code }) => code === 'header' || code === 'checksum'), lines };
 }
 
-function EdidFacts({ edid, faults: { stops, doubtful, lines }, anyway, setAnyway }) {
+function EdidFacts({ edid, faults: { stops, lines } }) {
   return (
     <>
       {edid.maker && (
         <ul>
           <li>{words.monitor(edid.name, edid.maker)}</li>
           <li>{edid.timing ? words.timing(edid.timing) : words.noTiming}</li>
+          {edid.blocks.map((right, block) => (
+            <li key={block}>{words.block(block + 1, right)}</li>
+          ))}
         </ul>
       )}
       {lines.map((line) => (
@@ -33,7 +36,6 @@ function EdidFacts({ edid, faults: { stops, doubtful, lines }, anyway, setAnyway
           {line}
         </Notice>
       ))}
-      {doubtful && !stops && <Check label={texts.unit.anyway} checked={anyway} onChange={setAnyway} />}
     </>
   );
 }
@@ -46,17 +48,19 @@ export function EdidCard() {
   const [chosen, choose, clear] = useChosenFile(examine);
   const [slot, setSlot] = useState(0);
   const [anyway, setAnyway] = useState(false);
-  const [done, setDone] = useState(false);
+  const [done, setDone] = useState(null); // the slot that was filled
+  const [asking, setAsking] = useState(false);
   const { sending, error, start } = useUpload('edid', slots[slot]);
   const pick = (file) => {
     setAnyway(false);
-    setDone(false);
+    setDone(null);
     choose(file);
   };
   const upload = async () => {
+    setAsking(false);
     if (!(await start(chosen.file))) return;
     clear();
-    setDone(true);
+    setDone(slot);
   };
   const edid = chosen?.edid;
   const faults = edid && edidFaults(edid, slot, chosen.file.size);
@@ -76,10 +80,24 @@ export function EdidCard() {
         onChange={(value) => setSlot(Number(value))}
       />
       {chosen && <FileFacts chosen={chosen} />}
-      {edid && <EdidFacts {...{ edid, faults, anyway, setAnyway }} />}
+      {edid && <EdidFacts {...{ edid, faults }} />}
+      {faults?.doubtful && !faults.stops && (
+        <Check label={texts.unit.anyway} checked={anyway} onChange={setAnyway} />
+      )}
       <ErrorNotice text={error} />
-      {done && !error && <Notice level="good">{words.done}</Notice>}
-      <UploadButton {...{ sending, disabled }} onClick={upload} />
+      {done !== null && !error && <Notice level="good">{words.done(words.slots[done])}</Notice>}
+      <UploadButton {...{ sending, disabled }} onClick={() => setAsking(true)} />
+      {asking && (
+        <Confirmation
+          title={words.confirm(words.slots[slot])}
+          go={words.go}
+          onGo={upload}
+          onCancel={() => setAsking(false)}
+          chosen={chosen}
+        >
+          <EdidFacts {...{ edid, faults }} />
+        </Confirmation>
+      )}
     </Card>
   );
 }

@@ -2,11 +2,13 @@
 
 import { Fragment } from 'preact';
 import { useMemo, useState } from 'preact/hooks';
-import { runUpdate } from '../actions.js';
 import { gatherProblems } from '../logic/preflight.js';
+import { wholeSite } from '../logic/run.js';
 import { visible } from '../logic/visible.js';
 import { Table } from '../parts/table.jsx';
-import { CancelButton, Check, Dialog, DownloadButton, stamp } from '../parts/widgets.jsx';
+import { CancelButton, Check, Choice, Dialog, DownloadButton, stamp } from '../parts/widgets.jsx';
+import { startRun } from '../runs.js';
+import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
@@ -117,13 +119,43 @@ function Changes({ plan }) {
   );
 }
 
-function Confirmation({ plan, onCancel }) {
+// How fast a run goes: one unit first, so many at a time, a pause between, a stop after failures.
+function Pace({ plan, pace, setPace }) {
+  const units = plan.sending.map((row) => [row.values['UNIT.SERIAL'], nameOf(row)]);
+  const set = (news) => setPace({ ...pace, ...news });
+  const number = (key, options) => (
+    <Choice
+      label={words.pace[key]}
+      value={String(pace[key])}
+      options={options.map((value) => [String(value), words.pace[`${key}Options`](value)])}
+      onChange={(value) => set({ [key]: JSON.parse(value) })}
+    />
+  );
+  return (
+    <fieldset class="form">
+      <legend>{words.pace.title}</legend>
+      <Choice
+        label={words.pace.trial}
+        value={pace.trial}
+        options={[['', words.pace.noTrial], ...units]}
+        onChange={(trial) => set({ trial })}
+      />
+      {number('size', [0, 1, 5, 10, 25, 100])}
+      {pace.size > 0 && number('pause', [0, 10, 60, 300, null])}
+      {pace.size > 0 && number('most', [0, 1, 2, 3, 5, 10])}
+    </fieldset>
+  );
+}
+
+function Confirmation({ plan, name, onCancel }) {
   const leftOut = plan.problems.filter(({ level }) => level === 'out' || level === 'check').length;
   const [seen, setSeen] = useState(leftOut === 0);
   const [seenMoved, setSeenMoved] = useState(plan.moved.length === 0);
+  const [pace, setPace] = useState({ ...wholeSite, ...recall('pace') });
   const go = () => {
     onCancel();
-    runUpdate(plan);
+    remember('pace', { ...pace, trial: '' });
+    startRun(plan, name, pace);
   };
   return (
     <Dialog title={words.confirm(plan.sending.length)} onCancel={onCancel}>
@@ -131,6 +163,7 @@ function Confirmation({ plan, onCancel }) {
         <strong>{words.summary(plan)}</strong>
       </p>
       <p>{words.confirmText}</p>
+      {plan.sending.length > 1 && <Pace {...{ plan, pace, setPace }} />}
       {leftOut > 0 && <Check label={words.confirmLeftOut(leftOut)} checked={seen} onChange={setSeen} />}
       {plan.moved.length > 0 && (
         <>
@@ -159,7 +192,7 @@ function Confirmation({ plan, onCancel }) {
   );
 }
 
-export function PreflightPanel({ plan, goTo, busy }) {
+export function PreflightPanel({ plan, name, goTo, busy }) {
   const [asking, setAsking] = useState(false);
   return (
     <section aria-labelledby="preflight-heading">
@@ -190,7 +223,7 @@ export function PreflightPanel({ plan, goTo, busy }) {
         )}
         {plan.lost > 0 && <span class="hint">{words.lost(plan.lost)}</span>}
       </div>
-      {asking && <Confirmation plan={plan} onCancel={() => setAsking(false)} />}
+      {asking && <Confirmation {...{ plan, name }} onCancel={() => setAsking(false)} />}
     </section>
   );
 }

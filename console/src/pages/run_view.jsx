@@ -1,19 +1,31 @@
 // A mass update that runs or has run: what became of each unit, the report, and what can follow.
 
-import { useState } from 'preact/hooks';
-import { closeRun, draftFromText } from '../actions.js';
+import { useMemo, useState } from 'preact/hooks';
+import { attempt, discover, draftFromText } from '../actions.js';
+import { compareWith, countLater, csvOf, labelsOf, placesOf, secondsLeft, tallyOf } from '../logic/run.js';
+import { groupBy } from '../logic/site.js';
 import { isEnded } from '../logic/site_log.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
-import { writeForUnit } from '../logic/unit_csv.js';
 import { Table } from '../parts/table.jsx';
-import { Choice, DownloadButton, ErrorNotice, Notice, stamp, useClock } from '../parts/widgets.jsx';
+import {
+  CancelButton,
+  Check,
+  Choice,
+  DownloadButton,
+  ErrorNotice,
+  Notice,
+  stamp,
+  useClock,
+} from '../parts/widgets.jsx';
+import { cancelBatch, closeRun, compareRun, endRun, goOn, stopAfterBatch } from '../runs.js';
+import { useStore } from '../store.js';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
 const columns = words.runColumns.map((title, at) => ({
   key: at,
   title,
-  width: [6, 14, 26, 16, 10, 14, 52][at],
+  width: [6, 14, 26, 16, 10, 14, 46, 20][at],
 }));
 const symbols = {
   waiting: '·',
@@ -27,77 +39,161 @@ const symbols = {
   unsent: '–',
 };
 
+// Each row with what is known of it.
+function pairsOf(run, site, comparison) {
+  const labels = labelsOf(run, site);
+  const cells = groupBy(comparison, ({ at }) => at);
+  return run.rows.map((row, at) => ({
+    ...{ row, label: labels[at], record: run.records[at] },
+    reported: cells.has(at) ? words.reported(cells.get(at)) : '',
+  }));
+}
+
 // The texts of one row.
-function cellsOf(row, record) {
+function cellsOf({ row, label, record, reported }) {
   return [
     String(row.number),
     row.serial,
-    row.id,
+    label,
     row.address,
-    String(row.settings.length),
+    String(row.sent.length),
     words.states[record.state],
     isEnded(record) ? (words.reasons[record.reason] ?? '') : '',
+    reported,
   ];
 }
 
-function tallyOf(records) {
-  const count = (...states) => records.filter(({ state }) => states.includes(state)).length;
-  return {
-    ok: count('ok'),
-    fail: count('fail'),
-    skipped: count('self', 'skipped'),
-    unsent: count('unsent'),
-    done: records.filter(isEnded).length,
-  };
-}
+const reportOf = (pairs) => writeSpreadsheet([words.runColumns, ...pairs.map(cellsOf)]);
 
-const reportOf = ({ rows, records }) =>
-  writeSpreadsheet([words.runColumns, ...rows.map((row, at) => cellsOf(row, records[at]))]);
+// The rows that failed or were not reached.
+const retryOf = (run) => csvOf(run, placesOf(run, 'fail', 'unsent'));
 
-// The rows that failed or were not reached, with just what is for them.
-function retryOf({ rows, records }) {
-  const values = rows
-    .filter((_, at) => ['fail', 'unsent'].includes(records[at].state))
-    .map(({ serial, model, settings }) => ({
-      'UNIT.SERIAL': serial,
-      'UNIT.MODEL': model,
-      ...Object.fromEntries(settings),
-    }));
-  const keys = [...new Set(values.flatMap(Object.keys))];
-  return writeForUnit(
-    keys,
-    values.map((row) => keys.map((key) => row[key] ?? '')),
-  );
-}
-
-function Progress({ run, tally }) {
-  const elapsed = (useClock(1000) - run.since) / 1000;
-  const all = run.records.length;
-  if (run.records.every(({ state }) => state === 'waiting')) {
-    return (
-      <div class="progress" role="status">
-        <progress aria-label={words.running} />
-        <span>{words.preparing}</span>
-      </div>
-    );
-  }
-  const left = tally.done > 0 ? (elapsed / tally.done) * (all - tally.done) : null;
+function Waiting({ others }) {
+  const { activity } = useStore();
+  const text = others ? words.waitsFor(others) : activity?.tries > 0 ? words.waitsForUnit : words.preparing;
   return (
     <div class="progress" role="status">
-      <progress max={all} value={tally.done} aria-label={words.running} />
-      <span>
-        {words.progress(tally.done, all)}
-        {left !== null && ` · ${words.remaining(left)}`}
-      </span>
+      <progress aria-label={words.running} max={others?.total} value={others?.done} />
+      <span>{text}</span>
+      <CancelButton onClick={cancelBatch} />
     </div>
   );
 }
 
-function Outcome({ run, tally }) {
+function Progress({ run, tally }) {
+  const left = secondsLeft(run, useClock(1000));
+  const all = run.records.length;
+  const started = run.batch.some((at) => run.records[at].state !== 'waiting');
+  return (
+    <div class="progress" role="status">
+      <progress
+        max={all}
+        value={started || tally.done > 0 ? tally.done : undefined}
+        aria-label={words.running}
+      />
+      <span>
+        {started ? words.progress(tally.done, all) : words.preparing}
+        {run.offline ? ` · ${words.offline}` : left !== null && ` · ${words.remaining(left)}`}
+      </span>
+      {countLater(run) > 0 && (
+        <button type="button" disabled={run.stopping} onClick={stopAfterBatch}>
+          {run.stopping ? words.stopping : words.stop}
+        </button>
+      )}
+    </div>
+  );
+}
+
+const mostChanges = 20;
+
+function Changes({ run, pairs }) {
+  return (
+    <ul>
+      {run.changes.slice(0, mostChanges).map((change, at) => (
+        <li key={at}>
+          {pairs[change.at].label}: {words.changed(change)}
+        </li>
+      ))}
+      {run.changes.length > mostChanges && <li>{words.moreChanges(run.changes.length - mostChanges)}</li>}
+    </ul>
+  );
+}
+
+function Pause({ run, tally, pairs }) {
+  const now = useClock(1000);
+  return (
+    <>
+      <Notice level={run.why === 'between' ? 'info' : 'warn'}>
+        {words.paused[run.why]}{' '}
+        {run.until && words.pausedFor(Math.max(0, Math.ceil((run.until - now) / 1000)))}
+      </Notice>
+      {run.why === 'changed' && <Changes {...{ run, pairs }} />}
+      <div class="bar">
+        <button type="button" class={run.why === 'changed' ? 'danger' : 'main'} onClick={goOn}>
+          {words.goOn(tally.left)}
+        </button>
+        {run.why === 'changed' && (
+          <button type="button" onClick={compareRun}>
+            {words.compareAgain}
+          </button>
+        )}
+        <button type="button" onClick={endRun}>
+          {tally.done > 0 ? words.endRun : words.back}
+        </button>
+      </div>
+    </>
+  );
+}
+
+// What the units report now, cell by cell.
+function Comparison({ pairs, comparison, busy }) {
+  const [differing, setDiffering] = useState(true);
+  const differs = ({ sent, now }) => sent !== now;
+  const shown = comparison.filter((cell) => !differing || differs(cell));
+  return (
+    <>
+      <div class="bar">
+        <h4>{words.comparison}</h4>
+        <button type="button" disabled={busy} onClick={() => attempt(discover)}>
+          {words.discoverAndCompare}
+        </button>
+        {comparison.length > 0 && (
+          <Check label={words.onlyDiffering} checked={differing} onChange={setDiffering} />
+        )}
+      </div>
+      <p role="status">
+        {comparison.length > 0
+          ? words.compared(comparison.length, comparison.filter(differs).length)
+          : words.acknowledged}
+      </p>
+      {shown.length > 0 && (
+        <Table
+          label={words.comparison}
+          columns={words.comparisonColumns.map((title, key) => ({
+            key,
+            title,
+            width: [30, 26, 34, 34][key],
+          }))}
+          rows={shown}
+          renderRow={({ at, key, sent, now }, index) => (
+            <tr key={index} aria-rowindex={index + 2} class={sent === now ? '' : 'conflict'}>
+              <th scope="row">{pairs[at].label}</th>
+              <td>{key}</td>
+              <td>{sent}</td>
+              <td>{now ?? words.notReported}</td>
+            </tr>
+          )}
+        />
+      )}
+    </>
+  );
+}
+
+function Outcome({ run, tally, pairs }) {
   const { undo } = run;
   return (
     <div class="bar">
-      <DownloadButton name={`report-${stamp()}.csv`} content={() => reportOf(run)}>
+      <DownloadButton name={`report-${stamp()}.csv`} content={() => reportOf(pairs)}>
         {words.report}
       </DownloadButton>
       {tally.fail + tally.unsent > 0 && (
@@ -126,10 +222,11 @@ function Outcome({ run, tally }) {
   );
 }
 
-function RunRow({ row, record, index }) {
+function RunRow({ index, ...pair }) {
+  const { record } = pair;
   return (
     <tr aria-rowindex={index} class={`run ${record.state}`}>
-      {cellsOf(row, record).map((text, column) => (
+      {cellsOf(pair).map((text, column) => (
         <td key={column} title={text}>
           {column === 5 && (
             <span aria-hidden="true" class="symbol">
@@ -143,16 +240,19 @@ function RunRow({ row, record, index }) {
   );
 }
 
-export function RunView({ run }) {
+export function RunView({ run, site, others, busy }) {
   const [filter, setFilter] = useState('all');
   const tally = tallyOf(run.records);
-  const pairs = run.rows.map((row, at) => ({ row, record: run.records[at] }));
+  const comparison = useMemo(() => (site ? compareWith(run, site) : []), [run, site]);
+  const pairs = pairsOf(run, site, comparison);
   const shown = pairs.filter(({ record }) => filter === 'all' || (isEnded(record) && record.state !== 'ok'));
+  const { step } = run;
+  const Stage = { over: Outcome, paused: Pause, waiting: Waiting }[step] ?? Progress;
   return (
     <>
-      <h3 id="run-heading">{run.over ? (run.ended ? words.ended : words.lostSight) : words.running}</h3>
-      {run.over ? <Outcome {...{ run, tally }} /> : <Progress {...{ run, tally }} />}
-      {!run.over && !run.kept && <Notice level="warn">{words.notKept}</Notice>}
+      <h3 id="run-heading">{step === 'over' && !run.ended ? words.lostSight : words.stages[step]}</h3>
+      <Stage {...{ run, tally, pairs, others }} />
+      {step !== 'over' && run.kept === false && <Notice level="warn">{words.notKept}</Notice>}
       <ErrorNotice text={run.failure} />
       <div class="bar tools">
         <p id="tally" role="status">
@@ -171,6 +271,9 @@ export function RunView({ run }) {
         rows={shown}
         renderRow={(pair, at) => <RunRow key={pair.row.number} index={at + 2} {...pair} />}
       />
+      {(step === 'over' || step === 'paused') && tally.ok + tally.fail > 0 && (
+        <Comparison {...{ pairs, comparison, busy }} />
+      )}
     </>
   );
 }

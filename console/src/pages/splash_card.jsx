@@ -1,13 +1,15 @@
 // The splash image: shown before it is sent, and as the unit has it.
 
 import { useState } from 'preact/hooks';
-import { Card, FileFacts, UploadButton, useChosenFile, useUpload } from '../parts/upload.jsx';
+import { Card, Confirmation, FileFacts, UploadButton, useChosenFile, useUpload } from '../parts/upload.jsx';
 import { DropZone, ErrorNotice, Notice } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.unit.splash;
 
 const bytesOf = async (piece) => new Uint8Array(await piece.arrayBuffer());
+// The unit writes the picture to a flash partition and does not look whether it fits; its size is told nowhere.
+const largePicture = 1 << 20;
 const tailSize = 4096; // some programs write a little more after the end of a picture
 
 // Returns {url, width, height, jpeg, whole} of a picture; width is 0 when it cannot be shown. Browsers show what there is
@@ -29,9 +31,10 @@ async function examinePicture(file) {
   };
 }
 
+// The image as the unit serves it now, `version` being the time of the look: no cache has it.
 function CurrentSplash({ version }) {
   const [missing, setMissing] = useState(false);
-  if (missing) return null;
+  if (missing) return <p class="hint">{words.none}</p>;
   return (
     <figure>
       <img src={`/images/default.jpg?${version}`} alt={words.current} onError={() => setMissing(true)} />
@@ -40,23 +43,12 @@ function CurrentSplash({ version }) {
   );
 }
 
-function PictureFacts({ picture, fault }) {
-  return (
-    <>
-      {picture.width > 0 && (
-        <figure>
-          <img src={picture.url} alt={words.preview} />
-          <figcaption>{words.preview}</figcaption>
-        </figure>
-      )}
-      {fault ? (
-        <Notice level="error">{fault}</Notice>
-      ) : (
-        <Notice level="good">{words.good(picture.width, picture.height)}</Notice>
-      )}
-    </>
-  );
-}
+const Preview = ({ picture }) => (
+  <figure>
+    <img src={picture.url} alt={words.preview} />
+    <figcaption>{words.preview}</figcaption>
+  </figure>
+);
 
 function faultOf(picture) {
   if (picture.width === 0) return words.notImage;
@@ -66,11 +58,15 @@ function faultOf(picture) {
 
 export function SplashCard() {
   const [chosen, choose, clear] = useChosenFile(examinePicture);
-  const [version, setVersion] = useState(0);
+  const [version, setVersion] = useState(Date.now());
+  const [done, setDone] = useState(false);
+  const [asking, setAsking] = useState(false);
   const { sending, error, start } = useUpload('splash', 'UPDATE_SPLASH');
   const upload = async () => {
+    setAsking(false);
     if (!(await start(chosen.file))) return;
     clear();
+    setDone(true);
     setVersion(Date.now());
   };
   const picture = chosen?.picture;
@@ -84,11 +80,28 @@ export function SplashCard() {
         disabled={sending !== null}
       />
       {chosen && <FileFacts chosen={chosen} />}
-      {picture && <PictureFacts {...{ picture, fault }} />}
+      {picture?.width > 0 && <Preview picture={picture} />}
+      {fault && <Notice level="error">{fault}</Notice>}
+      {picture && !fault && <Notice level="good">{words.good(picture.width, picture.height)}</Notice>}
+      {chosen?.file.size > largePicture && <Notice level="warn">{words.large}</Notice>}
       <ErrorNotice text={error} />
-      {!chosen && version > 0 && !error && <Notice level="good">{words.done}</Notice>}
-      <UploadButton sending={sending} disabled={!picture || fault} onClick={upload} />
+      {!chosen && done && !error && <Notice level="good">{words.done}</Notice>}
+      <UploadButton sending={sending} disabled={!picture || fault} onClick={() => setAsking(true)} />
       {!chosen && <CurrentSplash key={version} version={version} />}
+      {asking && (
+        <Confirmation
+          title={words.confirm}
+          go={words.go}
+          onGo={upload}
+          onCancel={() => setAsking(false)}
+          chosen={chosen}
+        >
+          <div class="pictures">
+            <CurrentSplash version={version} />
+            <Preview picture={picture} />
+          </div>
+        </Confirmation>
+      )}
     </Card>
   );
 }

@@ -5,7 +5,8 @@ import { explain, uploadFile } from '../actions.js';
 import { hashFile } from '../logic/archive.js';
 import { useStore } from '../store.js';
 import { texts } from '../texts.js';
-import { CancelButton, Notice, useClock } from './widgets.jsx';
+import { OwnUnit } from './own_unit.jsx';
+import { CancelButton, Dialog, Notice, useClock } from './widgets.jsx';
 
 const words = texts.unit;
 const stallSeconds = 10; // without a byte that leaves
@@ -103,6 +104,23 @@ export function Card({ id, title, hint, children }) {
       <p class="hint">{hint}</p>
       {children}
     </section>
+  );
+}
+
+// Asks before an upload: which unit, which file, and what is to be seen or ticked before.
+export function Confirmation({ title, chosen, go, ready = true, onGo, onCancel, children }) {
+  return (
+    <Dialog title={title} onCancel={onCancel}>
+      <OwnUnit />
+      <FileFacts chosen={chosen} />
+      {children}
+      <div class="bar">
+        <button type="button" class="main danger" disabled={!ready} onClick={onGo}>
+          {go}
+        </button>
+        <CancelButton onClick={onCancel} />
+      </div>
+    </Dialog>
   );
 }
 

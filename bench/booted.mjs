@@ -13,11 +13,15 @@ async function timed(work) {
 
 // The peak memory of a request in KiB, run by hand: as a web server starts it, but under busybox's time.
 async function peak(query) {
-  const said = await shell(1, `REQUEST_METHOD=GET QUERY_STRING=${query} time -v /www/cgi-bin/handler.cgi 2>&1 > /dev/null | grep Maximum`);
+  const said = await shell(
+    1,
+    `REQUEST_METHOD=GET QUERY_STRING=${query} time -v /www/cgi-bin/handler.cgi 2>&1 > /dev/null | grep Maximum`,
+  );
   return said.replace(/^.*: (\d+)\n$/, '$1');
 }
 
-const line = (what, seconds, memory = '') => console.log(`${what.padEnd(34)}${String(seconds).padStart(8)} s  ${memory}`);
+const line = (what, seconds, memory = '') =>
+  console.log(`${what.padEnd(34)}${String(seconds).padStart(8)} s  ${memory}`);
 
 await ask('DISCOVER_DEVICES_API');
 const units = Number(await shell(1, "grep -c '^10\\.77\\.' /www/site.csv"));
@@ -30,6 +34,10 @@ for (const mode of [1, 2]) {
 let csv = 'UNIT.SERIAL,UNIT.ID\r\n';
 for (let number = 2; number <= 24; ++number) csv += `KU${String(number).padStart(6, '0')},Hall-${number}\r\n`;
 await ask('CSV_IMPORT', { file: csv });
-line('a unit of a mass update of 23', (await timed(() => ask('PERFORM_CSV_UPDATE'))) / 23, `${await peak('CMD=PERFORM_CSV_UPDATE')} KiB`);
+line(
+  'a unit of a mass update of 23',
+  (await timed(() => ask('PERFORM_CSV_UPDATE'))) / 23,
+  `${await peak('CMD=PERFORM_CSV_UPDATE')} KiB`,
+);
 await shell(1, 'rm -f /tmp/node_* /tmp/*.csv /tmp/*.log /www/site.csv');
 line('an upload of 16 MiB', await timed(() => ask('UPDATE_FIRMWARE', { file: randomBytes(16 << 20) })));

@@ -14,7 +14,7 @@ struct options {
   unsigned first = 2;            // number of the first of them
   bool self = false;             // add this unit itself
   unsigned number = 1;           // of this unit itself
-  bool print_self = false;     // print this unit's values and end
+  bool print_self = false;       // print this unit's values and end
   std::string kept_file;         // what this unit saved, read at start; empty: none
   std::string interface = "lo";  // where the units hear the group
   std::string units_file;        // empty: none

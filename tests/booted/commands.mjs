@@ -88,7 +88,8 @@ test('every command answers with the bytes of the box', async () => {
 });
 
 test('the link is stopped first and reconnected last, also for a client that leaves', async () => {
-  const events = () => shell(1, "grep -h ast_send /var/log/tools.log | sed 's/.* //' | tr '\\n' ' '; cat /var/link");
+  const events = () =>
+    shell(1, "grep -h ast_send /var/log/tools.log | sed 's/.* //' | tr '\\n' ' '; cat /var/link");
   await shell(1, ': > /var/log/tools.log');
   await ask('GET_NODES');
   assert.equal(await events(), 'e_stop_link e_reconnect running\n');

@@ -43,7 +43,8 @@ export async function shell(unit, line, seconds = 60) {
 }
 
 // Restarts the machine as a power cut does: nothing is flushed.
-export const cutPower = (unit) => talk(`${folder}/unit${unit}.monitor`, 'system_reset\n', /system_reset[^]*\(qemu\)/, 20);
+export const cutPower = (unit) =>
+  talk(`${folder}/unit${unit}.monitor`, 'system_reset\n', /system_reset[^]*\(qemu\)/, 20);
 
 // Waits until the unit serves its pages again, 60 s at the most.
 export async function answers(unit) {
@@ -53,7 +54,9 @@ export async function answers(unit) {
     if (page?.ok) return;
     await sleep(100);
   }
-  assert.fail(`unit ${unit} does not answer: ${await shell(unit, 'dmesg | tail -5').catch((failure) => failure.message)}`);
+  assert.fail(
+    `unit ${unit} does not answer: ${await shell(unit, 'dmesg | tail -5').catch((failure) => failure.message)}`,
+  );
 }
 
 const handler = (unit) => urls[unit - 1] + 'cgi-bin/handler.cgi';
@@ -75,7 +78,8 @@ export function send(command, { unit = 1, file, signal } = {}) {
 export const ask = async (command, options) => (await send(command, options)).text();
 
 // The part of an answer after the line that names the command.
-export const result = (page) => page.replace(/^[^]*?<p>Key: CMD value: [^<]*<\/p>\n/, '').replace(/<\/BODY>[^]*$/, '');
+export const result = (page) =>
+  page.replace(/^[^]*?<p>Key: CMD value: [^<]*<\/p>\n/, '').replace(/<\/BODY>[^]*$/, '');
 
 export const md5 = async (unit, path) => (await shell(unit, `md5sum ${path}`)).split(' ')[0];
 

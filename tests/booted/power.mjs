@@ -7,7 +7,13 @@ import { setTimeout as sleep } from 'node:timers/promises';
 import { answers, ask, cutPower, md5, shell } from './machine.mjs';
 
 const cuts = Number(process.env.UNIT_POWER_CUTS ?? 10);
-const kept = ['/xoem/default.jpg', '/share/default.jpg', '/config/unit.csv', '/share/CUSTOM_1.cbin', '/config/CUSTOM_1.cbin'];
+const kept = [
+  '/xoem/default.jpg',
+  '/share/default.jpg',
+  '/config/unit.csv',
+  '/share/CUSTOM_1.cbin',
+  '/config/CUSTOM_1.cbin',
+];
 const store = '/config/params.tar';
 const edid = (letter) => Buffer.concat([Buffer.from('00ffffffffffff00', 'hex'), Buffer.alloc(248, letter)]);
 
@@ -39,7 +45,9 @@ async function cutDuring(command, before, after) {
     const found = await sums();
     for (const [path, sum] of Object.entries(found)) {
       if (sum !== old[path] && sum !== new_[path]) {
-        console.log(`${command}, cut after ${Math.round(moment)} ms: ${path} is ${await shell(1, `ls -l ${path}`)}`);
+        console.log(
+          `${command}, cut after ${Math.round(moment)} ms: ${path} is ${await shell(1, `ls -l ${path}`)}`,
+        );
         ++lost;
       }
     }
@@ -59,7 +67,9 @@ test('after a power cut the unit answers, and settings are the old or the new on
     ['PERFORM_CSV_UPDATE'],
     ['DISCOVER_DEVICES_API'],
   ]) {
-    console.log(`${command}: ${await cutDuring(command, before, after)} files neither old nor new in ${cuts} cuts`);
+    console.log(
+      `${command}: ${await cutDuring(command, before, after)} files neither old nor new in ${cuts} cuts`,
+    );
     for (const path of ['/config/unit.csv', store]) {
       assert.equal(await shell(1, `[ ! -e ${path} ] || [ -s ${path} ] || echo empty`), '', path);
     }

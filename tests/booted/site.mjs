@@ -18,17 +18,26 @@ test('a mass update reaches every unit, and the booted ones come back with new i
   await ask('CSV_IMPORT', { file: csv });
   const lines = (await ask('PERFORM_CSV_UPDATE')).split('\n').filter((line) => line.startsWith('Update'));
   assert.equal(lines.length, 202);
-  assert.deepEqual(lines.filter((line) => !line.endsWith('Result is OK')), []);
+  assert.deepEqual(
+    lines.filter((line) => !line.endsWith('Result is OK')),
+    [],
+  );
 
   for (const unit of [2, 3]) {
     await answers(unit);
-    assert.equal(await shell(unit, 'hostname; qelparam g UNIT.ID; ip addr show segment | grep -c "inet 10.77.0.10"'), `Hall-${unit}\nHall-${unit}\n1\n`);
+    assert.equal(
+      await shell(unit, 'hostname; qelparam g UNIT.ID; ip addr show segment | grep -c "inet 10.77.0.10"'),
+      `Hall-${unit}\nHall-${unit}\n1\n`,
+    );
     await hadMemory(unit);
   }
   // The simulated ones are silent for two seconds.
   await sleep(2500);
   await ask('DISCOVER_DEVICES_API');
-  const rows = await shell(1, 'grep -c Hall- /www/site.csv; grep "^10.77.0.10[23]," /www/site.csv | grep -o "Hall-[0-9]*"');
+  const rows = await shell(
+    1,
+    'grep -c Hall- /www/site.csv; grep "^10.77.0.10[23]," /www/site.csv | grep -o "Hall-[0-9]*"',
+  );
   assert.equal(rows, '202\nHall-2\nHall-3\n');
   await hadMemory();
 });

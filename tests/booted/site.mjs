@@ -26,7 +26,7 @@ test('a mass update reaches every unit, and the booted ones come back with new i
   for (const unit of [2, 3]) {
     await answers(unit);
     assert.equal(
-      await shell(unit, 'hostname; qelparam g UNIT.ID; ip addr show segment | grep -c "inet 10.77.0.10"'),
+      await shell(unit, 'hostname; qelparam g UNIT.ID; ip addr show eth0 | grep -c "inet 10.77.0.10"'),
       `Hall-${unit}\nHall-${unit}\n1\n`,
     );
     await hadMemory(unit);

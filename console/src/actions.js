@@ -164,7 +164,7 @@ export async function restoreDraft() {
   };
   listen(({ draft }) => {
     clearTimeout(timer);
-    if (draft !== safeDraft) timer = setTimeout(keepIt, keepDelay);
+    if (draft !== safeDraft) timer = setTimeout(keepIt, draft?.edited ? keepDelay : 0);
   });
 }
 

@@ -100,6 +100,14 @@ export const texts = {
     exact: 'CSV as the unit wrote it',
     safe: 'CSV for spreadsheets',
     edit: (count) => (count === 1 ? 'Configure this unit' : `Configure these ${count} units`),
+    editSelected: (count) =>
+      count === 1 ? 'Configure the selected unit' : `Configure the ${count} selected units`,
+    select: (name) => `Select ${name}`,
+    selectAll: (count) => `Select these ${count}`,
+    selected: (count, all) =>
+      all === 0
+        ? ''
+        : `${count} selected${all > count ? `; ${all - count} more are not shown, and not configured` : ''}`,
     table: 'Discovered units',
     marks: 'Marks',
     mark: { id: 'same id', address: 'same address', serial: 'same serial', fields: 'unclear line' },

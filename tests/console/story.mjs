@@ -80,6 +80,28 @@ await chapter(page, 'the units are found, compared and shown', async () => {
   await button('Start over').click();
   await goTo('Units');
   assert.equal(await page.getByLabel('Filter').inputValue(), 'room 90');
+
+  // What is selected goes first, as far as it is shown; the grid is filtered and sorted as the table is.
+  const boxes = page.locator('tbody input[type=checkbox]');
+  await boxes.nth(0).click();
+  await boxes.nth(2).click({ modifiers: ['Shift'] });
+  await boxes.nth(0).click();
+  await page.getByLabel('Filter').fill('room 902');
+  await page.getByText('1 selected; 1 more are not shown, and not configured').waitFor();
+  await page.getByLabel('Filter').fill('room 90');
+  await button('Configure the 2 selected units').click();
+  const serials = async () => (await cellsOf('[role=grid] tbody tr')).map((cells) => cells[1]);
+  assert.deepEqual(await serials(), ['SILENT', 'TWIN']);
+  await page.getByRole('columnheader', { name: 'UNIT.SERIAL' }).getByRole('button').click();
+  await page.getByRole('columnheader', { name: 'UNIT.SERIAL' }).getByRole('button').click();
+  assert.deepEqual(await serials(), ['TWIN', 'SILENT']);
+  await page.getByLabel('Filter').fill('room 900');
+  assert.deepEqual(await serials(), ['SILENT']);
+  await page.getByLabel('Filter').fill('');
+  await page.getByLabel('Show').selectOption('Encoders');
+  await page.getByText('0 of 2 shown').waitFor();
+  await button('Start over').click();
+  await goTo('Units');
   await page.getByLabel('Theme').selectOption('Dark');
   await page.reload();
   await button('Configure these 12 units').waitFor();

@@ -11,10 +11,11 @@ import {
   redoEdit,
   undoEdit,
 } from '../actions.js';
+import { passing, sorted } from '../logic/choice.js';
 import { preflight } from '../logic/preflight.js';
 import { EditGrid, focusGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
-import { BusyButton, Check, Choice, DropZone, Menu, Notice } from '../parts/widgets.jsx';
+import { BusyButton, Check, Choice, DropZone, FilterInput, Menu, Notice } from '../parts/widgets.jsx';
 import { showRun } from '../runs.js';
 import { texts } from '../texts.js';
 import { HeaderMap } from './header_map.jsx';
@@ -123,15 +124,29 @@ function useColumns({ columns, rows, source }) {
   );
 }
 
-// The rows that passed the filter when it was chosen stay, whatever becomes of them: none vanishes while it is edited.
-function useShownRows({ draft, plan, site, options, rowFilter }) {
-  return useMemo(
-    () => draft.rows.map((_, at) => at).filter((at) => rowFilters[rowFilter](plan.rows[at])),
-    [site, options, rowFilter, draft.rows.length],
-  );
+// The rows that passed the filters when they were chosen stay where they are, whatever becomes of them: none vanishes or
+// moves while it is edited.
+function useShownRows({ draft, plan, site, options, view }) {
+  return useMemo(() => {
+    const { rows, kind, filter, sort } = view;
+    const passes = passing({ kind, filter });
+    const itemOf = (at) => {
+      const { unit, kind: own } = plan.rows[at];
+      const cells = () => [...draft.rows[at].cells, ...Object.values(unit?.values ?? {})];
+      return { kind: own ?? {}, marks: unit?.marks ?? [], texts: cells };
+    };
+    const shown = [...draft.rows.keys()].filter(
+      (at) => rowFilters[rows](plan.rows[at]) && passes(itemOf(at)),
+    );
+    const textOf = (at) =>
+      sort.key === 'number' ? String(draft.rows[at].number) : (draft.rows[at].cells[sort.key] ?? '');
+    return sort.key === 'number' && sort.direction === 'up' ? shown : sorted(shown, sort.direction, textOf);
+  }, [site, options, view, draft.rows.length]);
 }
 
-function Editor({ draft, plan, site, shown, active: chosen, activate, goNext }) {
+const wholeDraft = { rows: 'all', kind: 'all', filter: '', sort: { key: 'number', direction: 'up' } };
+
+function Editor({ draft, plan, site, shown, active: chosen, activate, goNext, sort, onSort }) {
   const active = { ...chosen, row: Math.max(0, Math.min(chosen.row, shown.length - 1)) };
   const columns = useColumns(draft);
   const canEdit = (column) => draft.source !== 'site' || draft.columns[column] !== 'UNIT.SERIAL';
@@ -163,7 +178,7 @@ function Editor({ draft, plan, site, shown, active: chosen, activate, goNext }) 
         titleOf={(at) => nameOf(rowAt(at)) + (rowAt(at).reason === 'row-self' ? ` (${texts.thisUnit})` : '')}
         classOf={stateAt}
         sayMark={(at, column) => marks[stateAt(at, column)]}
-        {...{ columns, active, activate, canEdit }}
+        {...{ columns, active, activate, canEdit, sort, onSort }}
       />
       <CellDetail
         row={rowAt(active.row)}
@@ -225,7 +240,7 @@ function stepsOf(plan, draft) {
   return [...once.values()].sort((one, other) => one.row - other.row || one.column - other.column);
 }
 
-function DraftTools({ draft, plan, canUndo, canRedo, rowFilter, filterRows, options, setOptions }) {
+function DraftTools({ draft, plan, shown, canUndo, canRedo, view, setView, options, setOptions }) {
   const isUnknown = plan.problems.some(({ code }) => code === 'unit-unknown');
   const set = (news) => setOptions({ ...options, ...news });
   return (
@@ -242,10 +257,24 @@ function DraftTools({ draft, plan, canUndo, canRedo, rowFilter, filterRows, opti
       </BusyButton>
       <Choice
         label={words.show}
-        value={rowFilter}
+        value={view.rows}
         options={Object.entries(words.rowFilters)}
-        onChange={filterRows}
+        onChange={(rows) => setView({ ...view, rows })}
       />
+      <Choice
+        label={texts.units.kind}
+        value={view.kind}
+        options={Object.entries(texts.units.kinds)}
+        onChange={(kind) => setView({ ...view, kind })}
+      />
+      <FilterInput
+        label={texts.units.filter}
+        value={view.filter}
+        onInput={(filter) => setView({ ...view, filter })}
+      />
+      <span class="hint" role="status">
+        {texts.units.shown(shown.length, draft.rows.length)}
+      </span>
       <Check
         label={words.onlyChanges}
         hint={words.onlyChangesHint}
@@ -266,15 +295,15 @@ function DraftTools({ draft, plan, canUndo, canRedo, rowFilter, filterRows, opti
 // What has failed is sent again as it was: some of it may have been taken, and not saved.
 function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
   const [options, setOptions] = useState({ onlyChanges: draft.source !== 'retry', unknownToo: false });
-  const [rowFilter, setRowFilter] = useState('all');
+  const [view, setShownView] = useState(wholeDraft);
   const [active, activate] = useState({ row: 0, column: 0 });
   const plan = useMemo(() => preflight(draft, site, { ...options, ownSerial }), [draft, site, options]);
-  const shown = useShownRows({ draft, plan, site, options, rowFilter });
+  const shown = useShownRows({ draft, plan, site, options, view });
   const steps = useMemo(() => stepsOf(plan, draft), [plan, draft.rows]);
   // Goes to a place of the draft, with the keyboard; all rows are shown when its row is not.
   const goToPlace = ({ row, column }) => {
     const place = shown.indexOf(row);
-    if (place < 0) setRowFilter('all');
+    if (place < 0) setShownView(wholeDraft);
     activate({ row: place < 0 ? row : place, column });
     focusGrid();
   };
@@ -289,17 +318,21 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
     const next = direction > 0 ? (further[0] ?? steps[0]) : (further.at(-1) ?? steps.at(-1));
     if (next) goToPlace(next);
   };
-  const filterRows = (filter) => {
-    setRowFilter(filter);
+  const setView = (changed) => {
+    setShownView(changed);
     activate({ row: 0, column: active.column });
   };
   return (
     <>
       {outdated && <Outdated busy={busy} />}
-      <DraftTools {...{ draft, plan, canUndo, canRedo, rowFilter, filterRows, options, setOptions }} />
+      <DraftTools {...{ draft, plan, shown, canUndo, canRedo, view, setView, options, setOptions }} />
       <HeaderMap {...{ draft, plan, site }} />
       <ProblemTools {...{ plan, steps, goNext }} />
-      <Editor {...{ draft, plan, site, shown, active, activate, goNext }} />
+      <Editor
+        {...{ draft, plan, site, shown, active, activate, goNext }}
+        sort={view.sort}
+        onSort={(sort) => setView({ ...view, sort })}
+      />
       <PreflightPanel {...{ plan, goTo, busy }} name={draft.name || words.fromSite} />
     </>
   );

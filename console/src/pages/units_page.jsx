@@ -1,14 +1,24 @@
 // The site: discovery, and the table of all units.
 
-import { useMemo, useState } from 'preact/hooks';
+import { useMemo, useRef, useState } from 'preact/hooks';
 import { attempt, discover, draftFromSite } from '../actions.js';
 import { templateOf } from '../logic/presets.js';
-import { inOrder } from '../logic/site.js';
+import { passing, selectedAfter, sorted } from '../logic/choice.js';
+import { nameOf } from '../logic/site.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { visible } from '../logic/visible.js';
 import { Table, fittingWidth } from '../parts/table.jsx';
 import { UnitLink } from '../parts/unit_link.jsx';
-import { BusyButton, Choice, DownloadButton, FilterInput, Menu, stamp, useClock } from '../parts/widgets.jsx';
+import {
+  BusyButton,
+  Check,
+  Choice,
+  DownloadButton,
+  FilterInput,
+  Menu,
+  stamp,
+  useClock,
+} from '../parts/widgets.jsx';
 import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
@@ -103,23 +113,11 @@ function ColumnChoice({ keys, shown, choose }) {
   );
 }
 
-const passesKind = {
-  all: () => true,
-  encoders: (unit) => unit.kind.encoder,
-  decoders: (unit) => unit.kind.decoder,
-  conflicts: (unit) => unit.marks.length > 0,
-};
-
 function chosenUnits(units, { kind, filter, sort }) {
-  const text = filter.trim().toLowerCase();
-  const chosen = units.filter(
-    (unit) =>
-      passesKind[kind](unit) &&
-      (text === '' || Object.values(unit.values).some((value) => value.toLowerCase().includes(text))),
-  );
+  const passes = passing({ kind, filter });
+  const chosen = units.filter((unit) => passes({ ...unit, texts: () => Object.values(unit.values) }));
   const valueOf = (unit) => (sort.key === 'marks' ? unit.marks.join() : (unit.values[sort.key] ?? ''));
-  const turn = sort.direction === 'up' ? 1 : -1;
-  return chosen.sort((one, other) => turn * inOrder(valueOf(one), valueOf(other)));
+  return sorted(chosen, sort.direction, valueOf);
 }
 
 function Marks({ unit }) {
@@ -134,13 +132,19 @@ function Marks({ unit }) {
   );
 }
 
-function UnitRow({ unit, columns, index, ownSerial }) {
+function UnitRow({ unit, columns, index, ownSerial, selected, select }) {
   const text = (key) => visible(unit.values[key]);
   const [first, ...others] = columns;
   return (
     <tr aria-rowindex={index} class={unit.marks.length > 0 ? 'conflict' : ''}>
       {first && (
         <th scope="row">
+          <input
+            type="checkbox"
+            aria-label={words.select(nameOf(unit))}
+            checked={selected}
+            onClick={(event) => select(event.shiftKey)}
+          />{' '}
           <UnitLink unit={unit} ownSerial={ownSerial} text={text(first.key)} />
         </th>
       )}
@@ -166,13 +170,31 @@ function tableColumns(site, keys) {
   return columns;
 }
 
-function UnitTable({ site, units, keys, choice, setChoice, ownSerial }) {
+const numbersOf = (units) => units.map(({ number }) => number);
+const countSelected = (units, selected) => units.filter(({ number }) => selected.has(number)).length;
+
+function UnitTable({ site, units, keys, choice, setChoice, ownSerial, selected, setSelected }) {
+  const last = useRef(null); // the unit that was clicked last
   const columns = useMemo(() => tableColumns(site, keys), [site, keys]);
+  const select = (at, range) => {
+    const from = range ? units.findIndex(({ number }) => number === last.current) : -1;
+    last.current = units[at].number;
+    setSelected(selectedAfter(selected, numbersOf(units), at, from < 0 ? at : from));
+  };
+  const count = countSelected(units, selected);
   return (
     <>
-      <p class="hint" role="status">
-        {units.length === 0 ? words.empty : words.shown(units.length, site.units.length)}
-      </p>
+      <div class="bar">
+        <Check
+          label={words.selectAll(units.length)}
+          checked={count > 0 && count === units.length}
+          onChange={(all) => setSelected(new Set(all ? numbersOf(units) : []))}
+        />
+        <p class="hint" role="status">
+          {units.length === 0 ? words.empty : words.shown(units.length, site.units.length)}{' '}
+          {words.selected(count, selected.size)}
+        </p>
+      </div>
       <Table
         label={words.table}
         columns={columns}
@@ -180,7 +202,13 @@ function UnitTable({ site, units, keys, choice, setChoice, ownSerial }) {
         sort={choice.sort}
         onSort={(sort) => setChoice({ ...choice, sort })}
         renderRow={(unit, at) => (
-          <UnitRow key={unit.number} index={at + 2} {...{ unit, columns, ownSerial }} />
+          <UnitRow
+            key={unit.number}
+            index={at + 2}
+            selected={selected.has(unit.number)}
+            select={(shift) => select(at, shift)}
+            {...{ unit, columns, ownSerial }}
+          />
         )}
       />
     </>
@@ -223,9 +251,12 @@ function Files({ site, units, shown }) {
   );
 }
 
-function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
+// A selection is what is configured, as far as it is shown.
+function Tools({ site, units, choice, setChoice, shown, chooseColumns, selected }) {
+  const count = countSelected(units, selected);
+  const wanted = selected.size > 0 ? units.filter(({ number }) => selected.has(number)) : units;
   const edit = () => {
-    if (draftFromSite(units)) location.hash = 'configure';
+    if (draftFromSite(wanted)) location.hash = 'configure';
   };
   return (
     <div class="bar tools">
@@ -243,8 +274,8 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
       <ColumnChoice keys={site.keys} shown={shown} choose={chooseColumns} />
       <span class="space" />
       <Files {...{ site, units, shown }} />
-      <button type="button" class="main" disabled={units.length === 0} onClick={edit}>
-        {words.edit(units.length)}
+      <button type="button" class="main" disabled={wanted.length === 0} onClick={edit}>
+        {selected.size > 0 ? words.editSelected(count) : words.edit(units.length)}
       </button>
     </div>
   );
@@ -252,12 +283,19 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns }) {
 
 // Stays while other pages are shown.
 let lastChoice = { kind: 'all', filter: '', sort: { key: 'UNIT.ID', direction: 'up' } };
+let lastSelected = { site: null, numbers: new Set() };
 
 function Site({ site, comparison, ownSerial }) {
   const [choice, setShownChoice] = useState(lastChoice);
   const setChoice = (changed) => {
     lastChoice = changed;
     setShownChoice(changed);
+  };
+  const [, setShownSelected] = useState(lastSelected);
+  const selected = lastSelected.site === site ? lastSelected.numbers : new Set();
+  const setSelected = (numbers) => {
+    lastSelected = { site, numbers };
+    setShownSelected(lastSelected);
   };
   const [columns, setColumns] = useState(recall('columns') ?? usualKeys);
   const shown = useMemo(() => columns.filter((key) => site.keys.includes(key)), [site, columns]);
@@ -269,8 +307,8 @@ function Site({ site, comparison, ownSerial }) {
   return (
     <>
       <Summary {...{ site, comparison }} />
-      <Tools {...{ site, units, choice, setChoice, shown, chooseColumns }} />
-      <UnitTable {...{ site, units, choice, setChoice, ownSerial }} keys={shown} />
+      <Tools {...{ site, units, choice, setChoice, shown, chooseColumns, selected }} />
+      <UnitTable {...{ site, units, choice, setChoice, ownSerial, selected, setSelected }} keys={shown} />
     </>
   );
 }

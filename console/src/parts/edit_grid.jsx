@@ -102,7 +102,7 @@ function useKeys({ columns, rows, active, activate, edit, undo, redo, goNext, ca
   const { row, column } = active;
   return (event) => {
     const { key, ctrlKey, metaKey, altKey, shiftKey } = event;
-    if (rows.length === 0) return;
+    if (rows.length === 0 || event.target !== event.currentTarget) return;
     const next = moved(active, key, rows.length, columns.length);
     if (next) activate(shiftKey ? { ...next, anchor: active.anchor ?? { row, column } } : next);
     else if (key === 'F8') goNext(shiftKey ? -1 : 1);
@@ -181,7 +181,8 @@ function Cell({ text, mark, look, here, selected, typed, title, activate, start,
 // all)` hears of pasted cells that did not fit, `goNext(1 or -1)` goes to another problem. `classOf(row, column)` marks a cell,
 // `sayMark(row, column)` says the mark in front of its text, `titleOf(row)` is what a person knows the row by.
 export function EditGrid(grid) {
-  const { label, columns, rows, active, activate, edit, canEdit, classOf, sayMark, titleOf } = grid;
+  const { label, columns, rows, active, activate, edit, canEdit, classOf, sayMark, titleOf, sort, onSort } =
+    grid;
   const [editing, setEditing] = useState(null); // {row, column, text to start the input with}
   const box = useRef(null);
   useScrollTo(active, box);
@@ -243,6 +244,11 @@ export function EditGrid(grid) {
   };
   const all = [{ key: 'number', title: '#', width: 20 }, ...columns];
   return (
-    <Table role="grid" boxRef={box} columns={all} {...{ label, rows, renderRow, ...behaviour, ...names }} />
+    <Table
+      role="grid"
+      boxRef={box}
+      columns={all}
+      {...{ label, rows, sort, onSort, renderRow, ...behaviour, ...names }}
+    />
   );
 }

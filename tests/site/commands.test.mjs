@@ -59,7 +59,7 @@ test('a check ends with 0, 1 for what is held back or doubtful, 2 for faults', a
     ['UNIT.SERIAL,UNIT.MODEL,VW.NAME\nS2,RX610,Hall\n', 0, []],
     ['UNIT.SERIAL,VW.NAME\nS2,"Room 2, left"\n', 0, ['stop nothing-to-send', 'fixed model-filled']], // as it is
     ['UNIT.SERIAL,VW.NAME,STREAM.BIT_RATE\nS2,Hall,5\n', 1, ['held held-encoder', 'fixed model-filled']],
-    ['UNIT.SERIAL,UNIT.ID\nS9,X\n', 1, ['check unit-unknown']],
+    ['UNIT.SERIAL,UNIT.ID\nS9,X\n', 2, ['stop nothing-to-send', 'out unit-unknown']],
     ['UNIT.SERIAL,COLOUR,VW.NAME\nS2,red,Hall\n', 2, ['out column-unknown', 'fixed model-filled']],
     ['SERIAL,VW.NAME\nS2,Hall\n', 2, null],
     ['', 2, null],

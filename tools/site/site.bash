@@ -24,8 +24,8 @@ _site() {
     case $command in
       discover) words="--format --output $of_unit" ;;
       list | diff) words=$of_unit ;;
-      check) words="--against --last --all $of_unit" ;;
-      apply) words="--all --retry-failed $of_run" ;;
+      check) words="--against --last --all --unknown-too $of_unit" ;;
+      apply) words="--all --unknown-too --retry-failed $of_run" ;;
       undo) words=$of_run ;;
       runs) words='--json' ;;
       upload) words="--yes --accept-problems $of_unit" ;;

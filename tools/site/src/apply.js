@@ -142,7 +142,8 @@ export async function undo([id], options) {
   const run = readRun(id);
   if (run.undo === '') throw new Error('The old values of that run are not known.');
   const unit = await openUnit(run.url, options);
-  const makePlan = async () => preflight(draftFromText(run.undo, words.undoName), await unit.discover());
+  const makePlan = async () =>
+    preflight(draftFromText(run.undo, words.undoName), await unit.discover(), { unknownToo: true });
   return carryOut(unit, makePlan, { file: run.file, of: run.id }, options);
 }
 
@@ -193,7 +194,8 @@ async function planRest(unit, run, json) {
   for (const at of settledPlaces(run, site)) settle(at, { state: 'ok', reason: 'reports' });
   journal.close();
   const rows = run.rows.filter((_, at) => ['fail', 'unsent', 'unknown'].includes(run.records[at].state));
-  if (rows.length > 0) return preflight(draftOf(rows, words.retryName), site, { onlyChanges: false });
+  if (rows.length > 0)
+    return preflight(draftOf(rows, words.retryName), site, { onlyChanges: false, unknownToo: true });
   if (!json) line('Nothing is left to be sent.');
   return null;
 }

@@ -13,6 +13,7 @@ export const options = {
   against: { value: 'FILE', help: 'compare with this discovery instead of asking a unit' },
   last: { help: 'compare with the unit’s last discovery instead of making a new one' },
   all: { help: 'send cells that equal the present values, too' },
+  'unknown-too': { help: 'send to units that were not discovered, too' },
   yes: { help: 'ask nothing' },
   'accept-problems': { help: 'with --yes: send although rows or cells are left out or doubtful' },
   'accept-moves': { help: 'with --yes: send although units change their address' },
@@ -56,7 +57,7 @@ export const commands = {
     operands: 'FILE [URL]',
     least: 1,
     most: 2,
-    options: ['against', 'last', 'all', ...ofUnit],
+    options: ['against', 'last', 'all', 'unknown-too', ...ofUnit],
     help: 'say what would be sent and what is wrong, send nothing',
   },
   diff: {
@@ -70,7 +71,7 @@ export const commands = {
     operands: 'FILE URL',
     least: 0,
     most: 2,
-    options: ['all', 'retry-failed', ...ofRun],
+    options: ['all', 'unknown-too', 'retry-failed', ...ofRun],
     help: 'check, show what each unit gets, ask, send',
   },
   undo: {

@@ -134,4 +134,5 @@ export function tellPlan(plan, json) {
   if (lost > 0) line(words.lost(lost));
 }
 
-export const planOf = (draft, site, options) => preflight(draft, site, { onlyChanges: !options.all });
+export const planOf = (draft, site, options) =>
+  preflight(draft, site, { onlyChanges: !options.all, unknownToo: options['unknown-too'] });

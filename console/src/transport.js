@@ -84,7 +84,7 @@ export async function readStatic(path, from = 0) {
   const answer = await fetch(path, { cache: 'no-store', headers, signal }).catch(unreachable);
   if (answer.status === 416) return { bytes: new Uint8Array(), text: '', whole: false };
   if (answer.status === 401) throw new RequestFailure('login', path);
-  if (!answer.ok) return null;
+  if (!answer.ok || answer.status === 204) return null;
   const bytes = new Uint8Array(await answer.arrayBuffer().catch(unreachable));
   const modified = answer.headers.get('Last-Modified') ?? '';
   return { bytes, text: new TextDecoder().decode(bytes), modified, whole: answer.status === 200 };

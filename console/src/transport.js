@@ -85,8 +85,8 @@ async function fetchStatic(path, options) {
 // Returns {version, modified, age, size} of a static file without reading it, null when there is none. Its version changes
 // when it does; its age is in seconds by the unit's own clock.
 export async function lookAt(path) {
-  const { ok, headers } = await fetchStatic(path, { method: 'HEAD' });
-  if (!ok) return null;
+  const { status, headers } = await fetchStatic(path, { method: 'HEAD' });
+  if (status !== 200) return null;
   const modified = headers.get('Last-Modified') ?? '';
   const age = (Date.parse(headers.get('Date')) - Date.parse(modified)) / 1000;
   const size = Number(headers.get('Content-Length'));
@@ -100,7 +100,7 @@ export async function readStatic(path, from = 0) {
   // One byte more than is wanted: a server answers a range of nothing with an error.
   const answer = await fetchStatic(path, { headers: from > 0 ? { Range: `bytes=${from - 1}-` } : {} });
   if (answer.status === 416) return readStatic(path);
-  if (!answer.ok) return null;
+  if (!answer.ok || answer.status === 204) return null;
   const whole = answer.status === 200;
   const body = await answer.arrayBuffer().catch(() => {
     throw new RequestFailure('unreachable', path);

@@ -1,4 +1,4 @@
-// What is told of a site at a glance, and what other pages put into a draft.
+// The site at a glance, and what those pages put into a draft.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
@@ -29,8 +29,8 @@ const site = siteOf(
 
 test('a decoder’s source is found by address and by stream address', () => {
   const streams = readStreams(site);
-  const told = streams.decoders.map(({ name, state, source }) => `${name} ${state} ${source?.name ?? ''}`);
-  assert.deepEqual(told, [
+  const listed = streams.decoders.map(({ name, state, source }) => `${name} ${state} ${source?.name ?? ''}`);
+  assert.deepEqual(listed, [
     'BY-ADDRESS source ENC-3',
     'BY-OWN-STREAM source ENC-10',
     'BY-STREAM source ENC-10',
@@ -105,14 +105,14 @@ test('two states of a site are held against each other by serial', () => {
   );
   const { missing, appeared, changes } = compareValues(site, now);
   assert.deepEqual([missing.length, appeared.map(nameOf)], [10, ['NEW']]);
-  const told = changes.map(({ unit, key, from, to }) => `${nameOf(unit)} ${key} ${from} ${to}`);
-  assert.deepEqual(told, ['BY-STREAM STREAM.HOST 239.0.0.10 239.0.0.2', 'ENC-ONE UNIT.ID ENC-10 ENC-ONE']);
+  const listed = changes.map(({ unit, key, from, to }) => `${nameOf(unit)} ${key} ${from} ${to}`);
+  assert.deepEqual(listed, ['BY-STREAM STREAM.HOST 239.0.0.10 239.0.0.2', 'ENC-ONE UNIT.ID ENC-10 ENC-ONE']);
 });
 
 test('firmware is listed by model, the oldest version first', () => {
   const lines = ['A,TX610,3.10.0', 'B,TX610,3.9.1', 'D,RX610,3.9.1', 'C,TX610,3.9.1', 'E,TX610,'];
-  const told = firmwareByModel(readSite(['UNIT.ID,UNIT.MODEL,UNIT.FIRMWARE', ...lines].join('\r\n')));
-  const texts = told.flatMap(({ model, versions }) =>
+  const listed = firmwareByModel(readSite(['UNIT.ID,UNIT.MODEL,UNIT.FIRMWARE', ...lines].join('\r\n')));
+  const texts = listed.flatMap(({ model, versions }) =>
     versions.map(({ version, units, older }) => `${model} ${version} ${units.map(nameOf)} ${older}`),
   );
   const expected = ['RX610 3.9.1 D false', 'TX610  E false', 'TX610 3.9.1 B,C true', 'TX610 3.10.0 A false'];

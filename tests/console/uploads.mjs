@@ -122,7 +122,7 @@ await chapter(
     await banner.getByText('Do not remove its power.').waitFor();
     assert.notEqual(await page.locator('#activity').innerText(), 'Idle');
 
-    // The unit restarts: its pages go and come back, and it is asked without being told to.
+    // The unit restarts: its pages go and come back, and the console asks by itself.
     await endServer();
     await banner.getByText('The unit restarts…').waitFor();
     await until(() => content('/var/log/update_fw.log').includes('done'));

@@ -67,10 +67,10 @@ test('a check ends with 0, 1 for what is held back or doubtful, 2 for faults', a
   for (const [text, expected, problems] of table) {
     const { status, events } = await siteJson('check', file('settings.csv', text), '--against', now);
     assert.equal(status, expected, text);
-    const told = events
+    const listed = events
       .filter(({ event }) => event === 'problem')
       .map(({ level, code }) => `${level} ${code}`);
-    if (problems) assert.deepEqual(told, problems, text);
+    if (problems) assert.deepEqual(listed, problems, text);
   }
   const settings = file('settings.csv', 'UNIT.SERIAL,VW.NAME\nS2,Hall\n');
   const { events } = await siteJson('check', settings, '--against', now);
@@ -170,8 +170,8 @@ test('a run that was cut off tells what was sent and what is not known', async (
   const none = startSite(['apply', '--retry-failed', '--json'], {
     env: { XDG_STATE_HOME: join(folder, 'none') },
   });
-  const { status, events: told } = await none.ended;
-  assert.deepEqual([status, told[0].text], [3, 'There is no run yet.']);
+  const { status, events: listed } = await none.ended;
+  assert.deepEqual([status, listed[0].text], [3, 'There is no run yet.']);
 });
 
 test('the site log of another update tells nothing of a batch', async () => {

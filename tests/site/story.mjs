@@ -161,12 +161,12 @@ async function cutOff(name) {
 await chapter('a run that was killed went on in the unit, whose log tells the rest', async () => {
   const run = await cutOff('Foyer');
   const { events } = await siteJson('apply', '--retry-failed', run, '--yes');
-  const told = [
+  const listed = [
     'SILENT fail no-answer',
     ...good.slice(3).map((serial) => `${serial} ok`),
     'SILENT fail no-answer',
   ];
-  assert.deepEqual(resultsOf(events), told); // what the log tells, then what was sent again
+  assert.deepEqual(resultsOf(events), listed); // from the log, then what was sent again
   assert.deepEqual(await namesOf(good[4]), ['Foyer 5']);
 });
 
@@ -188,9 +188,9 @@ await chapter('without consent nothing is sent', async () => {
     ['UNIT.SERIAL,IP.STATIC_ADDRESS\nKU000003,10.77.5.5\n', [], 2, '--accept-moves'],
   ];
   for (const [text, words, status, option] of table) {
-    const told = await site('apply', file('settings.csv', text), url, '--yes', ...words);
-    assert.equal(told.status, status);
-    assert.match(told.err, new RegExp(`Not sent without ${option}`));
+    const listed = await site('apply', file('settings.csv', text), url, '--yes', ...words);
+    assert.equal(listed.status, status);
+    assert.match(listed.err, new RegExp(`Not sent without ${option}`));
   }
   assert.equal((await site('apply', csvOf(['KU000003'], 'Loft'), url)).status, 4);
   // A terminal, and what a person types.

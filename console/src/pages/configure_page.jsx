@@ -158,7 +158,7 @@ function Editor({ draft, plan, site, shown, active: chosen, activate, goNext, so
   };
   const units = shown.map((at) => plan.rows[at].unit).filter(Boolean);
   const marks = Object.fromEntries(words.legend);
-  const [told, setTold] = useState('');
+  const [notice, setTold] = useState('');
   useEffect(() => setTold(''), [active.row, active.column]);
   return (
     <>
@@ -185,7 +185,7 @@ function Editor({ draft, plan, site, shown, active: chosen, activate, goNext, so
         name={plan.header[active.column]}
         cell={cellAt(active.row, active.column)}
       />
-      {told && <Notice level="warn">{told}</Notice>}
+      {notice && <Notice level="warn">{notice}</Notice>}
       <p class="hint">{words.keys}</p>
     </>
   );

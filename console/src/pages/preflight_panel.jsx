@@ -80,10 +80,10 @@ function whatBecomesOf(row, cell) {
 
 // The texts of all cells that are not blank or the same.
 function changesOf(plan) {
-  const told = ['change', 'held', 'fault'];
+  const listed = ['change', 'held', 'fault'];
   return plan.rows.flatMap((row) =>
     Object.entries(row.cells)
-      .filter(([, { state }]) => told.includes(state))
+      .filter(([, { state }]) => listed.includes(state))
       .map(([key, cell]) => ({
         id: `${row.number} ${key}`,
         state: row.state === 'left-out' ? 'fault' : cell.state,

@@ -191,7 +191,7 @@ let lastChoice = { view: 'matrix', encoderText: '', decoderText: '', kind: 'all'
 
 function Streams({ site, draft, ownSerial }) {
   const [choice, setShownChoice] = useState(lastChoice);
-  const [told, tell] = useState('');
+  const [notice, tell] = useState('');
   const setChoice = (changed) => {
     lastChoice = { ...choice, ...changed };
     setShownChoice(lastChoice);
@@ -232,7 +232,7 @@ function Streams({ site, draft, ownSerial }) {
         <EncoderList {...{ streams, chosen, drafted, ownSerial }} />
       )}
       <p class="cell-detail" role="status">
-        {told}
+        {notice}
       </p>
       {changes > 0 && (
         <Notice level="info">

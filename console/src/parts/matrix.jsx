@@ -24,7 +24,7 @@ function useScrollTo({ row, column }, box) {
   }, [row, column]);
 }
 
-// Rows and columns are {key, title, sign, look}; a sign is a mark with a meaning of its own, told in the title. `crossing(row,
+// Rows and columns are {key, title, sign, look}; a sign is a mark whose meaning is in the title. `crossing(row,
 // column)` returns {look, sign, say} for their indexes. `active` is {row, column}, `activate` moves it, `choose(row, column)` is
 // called for a click, Enter or the space bar.
 export function Matrix({ label, corner, rows, columns, crossing, active, activate, choose }) {

@@ -87,7 +87,7 @@ async function followSiteLog(unit, before, over, show) {
   }
 }
 
-// Waits until the log tells of all records, or of nothing more. Returns whether it has told of all.
+// Waits until the log has all records, or nothing more. Returns whether it has all.
 async function silence(logSoFar) {
   let length = 0;
   for (let quiet = 0; quiet < (length > 0 ? longestSilence : longestStart); ++quiet) {
@@ -104,7 +104,7 @@ async function silence(logSoFar) {
 class Batch {
   log = '';
   lines = [];
-  told = 0; // rows, in their order
+  reported = 0; // rows, in their order
   begun = false;
   known = true; // false when its end was not seen
 
@@ -120,7 +120,7 @@ class Batch {
     this.logged = total === this.rows.length ? records : this.rows.map(() => waiting);
   }
 
-  // Result lines decide. A FAIL is told once the log has its reason, too; `over` settles what neither has ended.
+  // Result lines decide. A FAIL is reported once the log has its reason; `over` settles what neither has ended.
   tell(news, over = false) {
     Object.assign(this, news);
     if (news.log) this.readLog();
@@ -131,8 +131,8 @@ class Batch {
       false,
     );
     const settled = applyResults(logged, this.lines, over && this.known);
-    for (; this.told < this.rows.length; ++this.told) {
-      const at = this.told;
+    for (; this.reported < this.rows.length; ++this.reported) {
+      const at = this.reported;
       const hasReason = settled[at].state !== 'fail' || isEnded(logged[at]);
       const isSkipped = settled[at].state === 'skipped' && this.lines.length > 0;
       const isKnown = isEnded(settled[at]) && (over || isSkipped || (isEnded(answered[at]) && hasReason));
@@ -179,7 +179,7 @@ class Batch {
     }
   }
 
-  // Throws what ended it early; all that is known has been told then.
+  // Throws what ended it early, after reporting all that is known.
   async send(unit) {
     try {
       await unit.run('update', async (session) => {

@@ -191,10 +191,10 @@ async function waitUntilBack(unit, tell) {
 }
 
 async function followFirmware(unit, json) {
-  let told = '';
+  let shown = '';
   const tell = (state) => {
-    if (state === told) return;
-    told = state;
+    if (state === shown) return;
+    shown = state;
     if (json) event('firmware', { url: unit.url, state });
     else notice(words.firmware[state]);
   };

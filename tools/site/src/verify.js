@@ -56,14 +56,14 @@ export async function verify(unit, rows, json) {
       event('verified', { row: row.number, serial: row.serial, key, sent, reported, state });
   } else {
     line(`${count('same')} of ${cells.length} settings are as sent.`);
-    const told = wrong.map(({ row, key, sent, reported, state }) => [
+    const listed = wrong.map(({ row, key, sent, reported, state }) => [
       row.serial,
       key,
       sent,
       reported,
       stateTexts[state],
     ]);
-    if (told.length > 0) table(['Serial', 'Setting', 'Sent', 'Reported', ''], told);
+    if (listed.length > 0) table(['Serial', 'Setting', 'Sent', 'Reported', ''], listed);
   }
   return wrong.every(({ state }) => state === 'unreported');
 }

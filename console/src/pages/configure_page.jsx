@@ -158,8 +158,8 @@ function Editor({ draft, plan, site, shown, active: chosen, activate, goNext, so
   };
   const units = shown.map((at) => plan.rows[at].unit).filter(Boolean);
   const marks = Object.fromEntries(words.legend);
-  const [notice, setTold] = useState('');
-  useEffect(() => setTold(''), [active.row, active.column]);
+  const [notice, setNotice] = useState('');
+  useEffect(() => setNotice(''), [active.row, active.column]);
   return (
     <>
       <div class="bar tools">
@@ -173,7 +173,7 @@ function Editor({ draft, plan, site, shown, active: chosen, activate, goNext, so
         edit={(changes) => editCells(changes.map(([at, column, text]) => [shown[at], column, text]))}
         undo={undoEdit}
         redo={redoEdit}
-        refuse={(count, all) => setTold(words.notPasted(count, all))}
+        refuse={(count, all) => setNotice(words.notPasted(count, all))}
         goNext={goNext}
         titleOf={(at) => nameOf(rowAt(at)) + (rowAt(at).reason === 'row-self' ? ` (${texts.thisUnit})` : '')}
         classOf={stateAt}

@@ -233,7 +233,7 @@ export function uploadFile(job, command, file, options) {
 }
 
 // Waits for a unit that restarts: when its pages have been gone and are back, `ask()` is called, and now and then again;
-// a request that is refused meanwhile stops nothing. `show` is told `gone` or `again`; `signal` ends it. `seen` is what was
+// a request that is refused meanwhile stops nothing. `show` gets `gone` or `again`; `signal` ends it. `seen` is what was
 // seen of the pages before: '' as long as the unit has not restarted.
 async function waitUntilBack(signal, seen, show, ask) {
   let askedAt = 0;

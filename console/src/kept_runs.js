@@ -7,7 +7,7 @@ const mostRuns = 20;
 const start = 'run-'; // of their names; the rest is the id, always as long
 const nameOf = ({ id }) => start + id;
 
-// Other pages are asked for the run that they drive, and told of what is kept.
+// Other pages are asked which run they drive, and hear what is kept.
 const pages = new BroadcastChannel('console');
 const longestAnswer = 500; // milliseconds
 

@@ -8,7 +8,7 @@ import { texts } from '../texts.js';
 const words = texts.unit.splash;
 
 const bytesOf = async (piece) => new Uint8Array(await piece.arrayBuffer());
-// The unit writes the picture to a flash partition and does not look whether it fits; its size is told nowhere.
+// The unit writes the picture to a flash partition and does not look whether it fits. It reports that partition's size nowhere.
 const largePicture = 1 << 20;
 const tailSize = 4096; // some programs write a little more after the end of a picture
 

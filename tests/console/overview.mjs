@@ -32,6 +32,8 @@ function startFleet(lines) {
 await startServer();
 let endFleet = startFleet(units);
 const page = await openConsole();
+const errors = [];
+page.on('response', (answer) => answer.status() >= 400 && errors.push(`${answer.status()} ${answer.url()}`));
 const button = (name) => page.getByRole('button', { name, exact: true });
 const goTo = (name) => page.getByRole('navigation').getByRole('link', { name, exact: true }).click();
 const crossing = (decoder, encoder) => page.locator(`.matrix td[title^="${decoder} ← ${encoder}"]`);
@@ -42,6 +44,12 @@ async function discover() {
   await page.getByText('Listening for their answers').waitFor();
   await page.locator('progress').waitFor({ state: 'hidden' });
 }
+
+await chapter(page, 'nothing is missing before the first discovery', async () => {
+  for (const name of ['This unit', 'Units']) await goTo(name);
+  await page.reload();
+  await page.getByText('No discovery yet.').waitFor();
+});
 
 await chapter(page, 'a crossing of encoder and decoder goes into the draft', async () => {
   await discover();
@@ -228,4 +236,5 @@ await chapter(page, 'how long 2,000 units take', async () => {
   const list = Object.entries(figures).map(([name, milliseconds]) => `${name} ${milliseconds} ms`);
   console.log(`${list.join(', ')}; heap ${Math.round(heap / 1e6)} MB`);
 });
+assert.deepEqual(errors, []);
 process.exit();

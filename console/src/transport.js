@@ -72,21 +72,23 @@ export function sendCommand(command, { file, onSent, onLines, signal, limit = 0 
   });
 }
 
-// Asks for a static file. Returns the answer, whatever its status.
+// Asks for a static file. Returns the answer, null when there is no such file: some servers answer 204 then, so that the
+// browser logs no error.
 async function fetchStatic(path, options) {
   const signal = AbortSignal.timeout(fileLimit);
   const answer = await fetch(path, { cache: 'no-store', signal, ...options }).catch(() => {
     throw new RequestFailure('unreachable', path);
   });
   if (answer.status === 401) throw new RequestFailure('login', path);
-  return answer;
+  return answer.status === 416 || (answer.ok && answer.status !== 204) ? answer : null;
 }
 
 // Returns {version, modified, age, size} of a static file without reading it, null when there is none. Its version changes
 // when it does; its age is in seconds by the unit's own clock.
 export async function lookAt(path) {
-  const { status, headers } = await fetchStatic(path, { method: 'HEAD' });
-  if (status !== 200) return null;
+  const answer = await fetchStatic(path, { method: 'HEAD' });
+  if (!answer) return null;
+  const { headers } = answer;
   const modified = headers.get('Last-Modified') ?? '';
   const age = (Date.parse(headers.get('Date')) - Date.parse(modified)) / 1000;
   const size = Number(headers.get('Content-Length'));
@@ -99,8 +101,8 @@ export async function lookAt(path) {
 export async function readStatic(path, from = 0) {
   // One byte more than is wanted: a server answers a range of nothing with an error.
   const answer = await fetchStatic(path, { headers: from > 0 ? { Range: `bytes=${from - 1}-` } : {} });
+  if (!answer) return null;
   if (answer.status === 416) return readStatic(path);
-  if (!answer.ok || answer.status === 204) return null;
   const whole = answer.status === 200;
   const body = await answer.arrayBuffer().catch(() => {
     throw new RequestFailure('unreachable', path);

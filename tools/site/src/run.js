@@ -10,6 +10,7 @@ import { sleep } from './transport.js';
 const words = texts.configure;
 const siteLogFile = '/site.log';
 const logInterval = 1000;
+const readsAfterwards = 4; // of the log, once an update has ended
 const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
 const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 const refusals = ['busy', 'updating', 'taken'];
@@ -24,6 +25,8 @@ const reasonTexts = {
 
 // By which a site log is known again as long as nothing writes to it.
 const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
+const isNewer = (log, before) =>
+  ageOf(log) !== ageOf(before) && !(Date.parse(log.modified) <= Date.parse(before?.date));
 const waiting = { state: 'waiting', reason: '' };
 
 // What is kept of a row, and sent again when that is wanted.
@@ -71,19 +74,22 @@ export function tellResult(id, row, { state, reason }, json) {
   line(`${symbols[state] ?? '–'} ${said.join('  ')}`);
 }
 
-// Reads the site log until `over()`. The log that was there `before` does not count.
+// Reads the site log until `over()`, and then until it tells of all records: a web server may know the size that a file had
+// a second ago. The log that was there `before` does not count, be it a little longer by now: the unit discovers for seconds
+// before it begins a new one.
 async function followSiteLog(unit, before, over, show) {
   let text = '';
   let length = 0;
-  for (let last = false; !last;) {
-    last = over();
+  for (let left = readsAfterwards; left > 0;) {
+    if (over()) left -= 1;
     const piece = await unit.readStatic(siteLogFile, length).catch(() => null);
-    if (piece && piece.text !== '' && (length > 0 || ageOf(piece) !== before)) {
+    if (piece && piece.text !== '' && (length > 0 || isNewer(piece, before))) {
       text = piece.whole ? piece.text : text + piece.text;
       length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
       show(text);
     }
-    if (!last) await sleep(logInterval);
+    if (left < readsAfterwards && text !== '' && readSiteLog(text).records.every(isEnded)) return;
+    if (left > 0) await sleep(logInterval);
   }
 }
 
@@ -130,7 +136,9 @@ class Batch {
       this.lines,
       false,
     );
-    const settled = applyResults(logged, this.lines, over && this.known);
+    const settled = applyResults(logged, this.lines, over && this.known).map((record) =>
+      record.state === 'fail' && record.reason === 'not-reached' ? { ...record, reason: 'unclear' } : record,
+    );
     for (; this.reported < this.rows.length; ++this.reported) {
       const at = this.reported;
       const hasReason = settled[at].state !== 'fail' || isEnded(logged[at]);
@@ -153,8 +161,8 @@ class Batch {
 
   async #perform(unit, session) {
     const { journal } = this.run;
-    const before = ageOf(await unit.readStatic(siteLogFile));
-    journal.begin(this.from, this.to, before);
+    const before = await unit.readStatic(siteLogFile);
+    journal.begin(this.from, this.to, ageOf(before));
     Object.assign(this, { begun: true, log: '', lines: [], logged: this.rows.map(() => waiting) });
     let over = false;
     const following = followSiteLog(

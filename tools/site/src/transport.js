@@ -108,8 +108,9 @@ export function openTransport({ origin, authorization, ca }) {
       request.once('close', () => reject(new Error('closed')));
     });
 
-  // Returns {bytes, text, modified, whole} of a static file, null when there is none. `from` leaves out so many bytes;
-  // `whole` is true when the server sent them all the same. Throws a RequestFailure.
+  // Returns {bytes, text, modified, date, whole} of a static file, null when there is none: when it was changed and when it
+  // was sent, by the unit's clock. `from` leaves out so many bytes; `whole` is true when the server sent them all the same.
+  // Throws a RequestFailure.
   async function readStatic(path, from = 0) {
     const request = start(path, { headers: from > 0 ? { Range: `bytes=${from}-` } : {} });
     request.setTimeout(fileLimit, () => request.destroy(new Error('silent')));
@@ -120,8 +121,9 @@ export function openTransport({ origin, authorization, ca }) {
       if (answer.statusCode === 416) return { bytes: new Uint8Array(), text: '', modified: '', whole: false };
       if (![200, 206].includes(answer.statusCode)) return null;
       const bytes = await readBody(answer);
-      const modified = answer.headers['last-modified'] ?? '';
-      return { bytes, text: new TextDecoder().decode(bytes), modified, whole: answer.statusCode === 200 };
+      const { 'last-modified': modified = '', date = '' } = answer.headers;
+      const text = new TextDecoder().decode(bytes);
+      return { bytes, text, modified, date, whole: answer.statusCode === 200 };
     } catch (failure) {
       throw failure instanceof RequestFailure ? failure : unreachable(path, failure);
     } finally {

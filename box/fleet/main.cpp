@@ -119,8 +119,9 @@ int run(const fleet::options& options) {
   }
   if (!log) return fail(1, "cannot write " + options.log_file);
   fleet::network wire;
-  if (!wire.open(options.interface.c_str()))
+  if (!wire.open(options.interface.c_str())) {
     return fail(1, std::string{"no socket on port 8000: "} + std::strerror(errno));
+  }
 
   for (const int signal : {SIGTERM, SIGINT}) std::signal(signal, [](int) { stop = 1; });
   std::printf("fleet: %zu units ready\n", units.size());

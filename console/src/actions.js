@@ -3,12 +3,10 @@
 import { forget, keep, readKept } from './kept.js';
 import { failureOf } from './logic/answer.js';
 import { isStatus } from './logic/class_rules.js';
-import { headerLine } from './logic/headers.js';
 import { RequestFailure, RequestQueue, smallQuestion } from './logic/request_queue.js';
-import { withSettings } from './logic/draft.js';
+import { readDraft, withSettings } from './logic/draft.js';
 import { compareSites, inOrder, memoryOf, readSite, serialAt, unitOfListing } from './logic/site.js';
-import { readSpreadsheet } from './logic/spreadsheet_csv.js';
-import { draftOf, firstRow, ownLines } from './logic/unit_csv.js';
+import { draftOf, firstRow } from './logic/unit_csv.js';
 import { get, listen, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { readStatic, sendCommand, sleep } from './transport.js';
@@ -100,23 +98,10 @@ function changeDraft(draft) {
 const mayReplaceDraft = () => !get().draft?.edited || confirm(texts.configure.discard);
 
 export async function openDraft(file) {
-  const own = ownLines(new TextDecoder().decode(get().site.bytes));
-  const { rows, notes } = readSpreadsheet(new Uint8Array(await file.arrayBuffer()), own);
-  const textsOf = (cells = []) => cells.map((cell) => cell.text);
-  const titles = headerLine(rows.map(textsOf), get().site.keys);
-  if (titles > 0) notes.push(['titles', titles]);
-  showDraft({
-    name: file.name,
-    source: 'file',
-    columns: textsOf(rows[titles]),
-    headerRow: titles + 1,
-    rows: rows.slice(titles + 1).map((cells, at) => ({
-      number: titles + at + 2,
-      cells: textsOf(cells),
-      quoted: cells.map((cell) => cell.quoted),
-    })),
-    notes,
-  });
+  const { site } = get();
+  const discovery = new TextDecoder().decode(site.bytes);
+  const draft = readDraft(new Uint8Array(await file.arrayBuffer()), discovery, site.keys);
+  showDraft({ name: file.name, source: 'file', ...draft });
 }
 
 // Drafts the chosen units in their order, all of the site by id when none are given: each with its settings, and of what

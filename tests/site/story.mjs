@@ -76,7 +76,7 @@ await chapter('a site is discovered; clients that are refused come again', async
   assert.deepEqual(first.events.at(-1), total);
   assert.ok(readFileSync('/tmp/found.csv').equals(readFileSync('/www/site.csv')));
   const room = listed.events.find(({ decoder }) => decoder === 'UNIT-005');
-  assert.deepEqual([room.encoder, room.stream, room.name], ['UNIT-004', '239.77.1.3', 'Room 5, left']);
+  assert.deepEqual([room.encoder, room.stream, room.state], ['UNIT-004', '239.77.1.3', 'source']);
   const nobody = await siteJson('discover', 'http://127.0.0.1:81', '--wait', '0');
   assert.deepEqual([nobody.status, nobody.events[0].kind], [3, 'unreachable']);
 });

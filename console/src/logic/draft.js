@@ -1,13 +1,35 @@
-// Drafts of a mass update that other pages than the grid put settings into.
+// Drafts of a mass update: from a file, and what other pages than the grid put into them.
 
 import { same } from './class_rules.js';
+import { headerLine } from './headers.js';
 import { groupBy } from './site.js';
+import { readSpreadsheet } from './spreadsheet_csv.js';
+import { ownLines } from './unit_csv.js';
 
 const serialKey = 'UNIT.SERIAL';
 export const firstColumns = [serialKey, 'UNIT.MODEL', 'UNIT.ID'];
 
 const columnOf = (columns, key) => columns.findIndex((name) => same(name.trim(), key));
 const serialOf = (text) => (text ?? '').trim().toLowerCase();
+
+// Returns the draft of a file's bytes, titles above the header left out. Lines of the site's own discovery, whose text is
+// `discovery`, are read by the unit's rules of quotes; `keys` are those of the site.
+export function readDraft(bytes, discovery, keys) {
+  const { rows, notes } = readSpreadsheet(bytes, ownLines(discovery));
+  const textsOf = (cells = []) => cells.map((cell) => cell.text);
+  const titles = headerLine(rows.map(textsOf), keys);
+  if (titles > 0) notes.push(['titles', titles]);
+  return {
+    columns: textsOf(rows[titles]),
+    headerRow: titles + 1,
+    rows: rows.slice(titles + 1).map((cells, at) => ({
+      number: titles + at + 2,
+      cells: textsOf(cells),
+      quoted: cells.map((cell) => cell.quoted),
+    })),
+    notes,
+  };
+}
 
 // Returns a draft with settings {unit, key, value} put into their cells. Columns and rows that it lacks are added; a new
 // row has the serial, model and id of its unit. `draft` may be null.

@@ -2,10 +2,11 @@
 
 import { resolve } from 'node:path';
 import { preflight } from '../../../console/src/logic/preflight.js';
+import { draftOf } from '../../../console/src/logic/unit_csv.js';
 import { texts } from '../../../console/src/texts.js';
 import { UsageError } from './command_line.js';
 import { canAsk, clearProgress, confirm, event, line, notSent, notice, table } from './output.js';
-import { changesNothing, draftFromFile, draftFromText, planOf, tellPlan } from './plan.js';
+import { changesNothing, draftFromFile, planOf, tellPlan } from './plan.js';
 import { Run, readOpenBatch, runRow, tallyOf, tallyText, tellResult } from './run.js';
 import { continueRun, newRun, readRun, runIds } from './run_store.js';
 import { status } from './status.js';
@@ -142,8 +143,7 @@ export async function undo([id], options) {
   const run = readRun(id);
   if (run.undo === '') throw new Error('The old values of that run are not known.');
   const unit = await openUnit(run.url, options);
-  const makePlan = async () =>
-    preflight(draftFromText(run.undo, words.undoName), await unit.discover(), { unknownToo: true });
+  const makePlan = async () => preflight(draftOf(run.undo), await unit.discover(), { unknownToo: true });
   return carryOut(unit, makePlan, { file: run.file, of: run.id }, options);
 }
 
@@ -164,11 +164,10 @@ export function settledPlaces({ rows, records }, site) {
 }
 
 // The draft of the rows that are sent again, with all that they were to be sent.
-function draftOf(rows, name) {
+function draftOfRest(rows) {
   const keys = [...new Set(rows.flatMap(({ settings }) => Object.keys(settings)))];
   const columns = ['UNIT.SERIAL', 'UNIT.MODEL', ...keys];
   return {
-    name,
     columns,
     rows: rows.map(({ number, serial, model, settings }) => ({
       number,
@@ -194,8 +193,7 @@ async function planRest(unit, run, json) {
   for (const at of settledPlaces(run, site)) settle(at, { state: 'ok', reason: 'reports' });
   journal.close();
   const rows = run.rows.filter((_, at) => ['fail', 'unsent', 'unknown'].includes(run.records[at].state));
-  if (rows.length > 0)
-    return preflight(draftOf(rows, words.retryName), site, { onlyChanges: false, unknownToo: true });
+  if (rows.length > 0) return preflight(draftOfRest(rows), site, { onlyChanges: false, unknownToo: true });
   if (!json) line('Nothing is left to be sent.');
   return null;
 }

@@ -1,11 +1,9 @@
 // What a file of settings would do to a site: the console's checks, said at a shell.
 
 import { readFileSync } from 'node:fs';
-import { basename } from 'node:path';
+import { readDraft } from '../../../console/src/logic/draft.js';
 import { gatherProblems, preflight } from '../../../console/src/logic/preflight.js';
 import { readSite } from '../../../console/src/logic/site.js';
-import { readSpreadsheet } from '../../../console/src/logic/spreadsheet_csv.js';
-import { ownLines, readDiscovery } from '../../../console/src/logic/unit_csv.js';
 import { texts } from '../../../console/src/texts.js';
 import { event, line, table } from './output.js';
 import { status } from './status.js';
@@ -14,28 +12,7 @@ const words = texts.configure;
 const mostProblems = 100; // that are listed one by one
 const mostRanges = 12; // of rows, in one line of the list
 
-// The draft of a spreadsheet's or a discovery's file. Lines of the unit's own discovery are read by its rules of quotes.
-export function draftFromFile(path, site) {
-  const { rows, notes } = readSpreadsheet(readFileSync(path), ownLines(site.text));
-  const [header = [], ...lines] = rows;
-  return {
-    name: basename(path),
-    columns: header.map(({ text }) => text),
-    rows: lines.map((cells, at) => ({
-      number: at + 2,
-      cells: cells.map(({ text }) => text),
-      quoted: cells.map(({ quoted }) => quoted),
-    })),
-    notes,
-  };
-}
-
-// The draft of a CSV that was written for the unit.
-export function draftFromText(text, name) {
-  const { keys, rows } = readDiscovery(text);
-  const lines = rows.map((cells, at) => ({ number: at + 2, cells: cells.slice(0, -1) }));
-  return { name, columns: keys.slice(0, -1), rows: lines, notes: [] };
-}
+export const draftFromFile = (path, site) => readDraft(readFileSync(path), site.text, site.keys);
 
 // The discovery of a file. Throws when it is none.
 export function siteFromFile(path) {

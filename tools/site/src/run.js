@@ -2,7 +2,8 @@
 // answer tell what becomes of each. The unit cannot stop an update, so stopping is done between batches.
 
 import { failureOf } from '../../../console/src/logic/answer.js';
-import { applyResults, isEnded, readSiteLog } from '../../../console/src/logic/site_log.js';
+import { csvOf, tallyOf as countStates, waiting } from '../../../console/src/logic/run.js';
+import { applyResults, isEnded, longestSilence, readSiteLog } from '../../../console/src/logic/site_log.js';
 import { texts } from '../../../console/src/texts.js';
 import { clearProgress, event, line, notice, progress } from './output.js';
 import { sleep } from './transport.js';
@@ -11,7 +12,6 @@ const words = texts.configure;
 const siteLogFile = '/site.log';
 const logInterval = 1000;
 const readsAfterwards = 4; // of the log, once an update has ended
-const longestSilence = 20; // seconds without a log line, while a unit may take 15 to answer
 const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 const refusals = ['busy', 'updating', 'taken'];
 
@@ -27,7 +27,6 @@ const reasonTexts = {
 const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
 const isNewer = (log, before) =>
   ageOf(log) !== ageOf(before) && !(Date.parse(log.modified) <= Date.parse(before?.date));
-const waiting = { state: 'waiting', reason: '' };
 
 // What is kept of a row, and sent again when that is wanted.
 export function runRow({ number, values, unit, settings }) {
@@ -42,21 +41,10 @@ export function runRow({ number, values, unit, settings }) {
   };
 }
 
-// The CSV of the rows from one place to another: no value has a line end.
-function csvOf(text, from, to) {
-  const [header, ...lines] = text.split('\r\n');
-  return `${[header, ...lines.slice(from, to)].join('\r\n')}\r\n`;
-}
-
 export function tallyOf(records) {
-  const count = (...states) => records.filter(({ state }) => states.includes(state)).length;
-  return {
-    ok: count('ok'),
-    fail: count('fail'),
-    skipped: count('self', 'skipped'),
-    unsent: count('unsent'),
-    unknown: count('unknown'),
-  };
+  const { ok, fail, skipped, unsent } = countStates(records);
+  const unknown = records.filter(({ state }) => state === 'unknown').length;
+  return { ok, fail, skipped, unsent, unknown };
 }
 
 export const tallyText = (tally) =>
@@ -152,7 +140,10 @@ class Batch {
 
   // Two clients may upload at the same time; what is run is what this one has shown.
   async #sendCsv(session) {
-    const text = csvOf(this.run.text, this.from, this.to);
+    const text = csvOf(
+      this.run,
+      [...this.rows.keys()].map((at) => this.from + at),
+    );
     const file = Object.assign(new Blob([text]), { name: 'import.csv' });
     const failure = failureOf(await session.upload('CSV_IMPORT', file));
     if (failure) throw new Error(failure);

@@ -94,11 +94,13 @@ function examineEdid(file, isSlot) {
   };
 }
 
+const memberText = ({ name, size }) => `  ${name}, ${words.size(size)}`;
+
 async function examineFirmware(file) {
-  const { fault, member, size } = await readArchive(file);
+  const { fault, members, size } = await readArchive(file);
   return fault
     ? { faults: [words.firmware.faults[fault]] }
-    : { faults: [], facts: [words.firmware.good(member, size)] };
+    : { faults: [], facts: [words.firmware.good(members.length, size), ...members.map(memberText)] };
 }
 
 // Returns {faults, doubts, facts}: texts of what stops an upload, of what may be sent after a second thought, and of what

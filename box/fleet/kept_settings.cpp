@@ -38,7 +38,7 @@ bool write_kept(const std::string& path, const parameters& known) {
   const bool written = write_whole(file, units_text(known));
   const bool closed = close(file) == 0;
   return written && closed && std::rename(fresh.c_str(), path.c_str()) == 0 &&
-         sync_path(path.substr(0, path.rfind('/') + 1));
+         sync_path(path.substr(0, path.rfind('/') + 1) + ".");
 }
 
 }  // namespace fleet

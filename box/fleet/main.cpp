@@ -1,4 +1,4 @@
-// fleet: stands for the other units of an installation, inside the box. Prints "fleet: N units ready" once it
+// fleet: plays the units of an installation, in the box or on a booted machine. Prints "fleet: N units ready" once it
 // can answer and ends with status 0 on SIGTERM or SIGINT; status 1 when it cannot start, 2 for wrong options,
 // 3 when the unit itself restarts.
 #include <algorithm>
@@ -103,11 +103,11 @@ int run(const fleet::options& options) {
   const std::string problem = add_units(options, units);
   if (!problem.empty()) return fail(1, problem);
   std::optional<std::size_t> self;
-  if (options.self) self = find_or_add_self(units, options);
+  if (options.self || options.print_self) self = find_or_add_self(units, options);
   if (!options.node_list_file.empty() && !write_node_list(options.node_list_file, units)) {
     return fail(1, "cannot write " + options.node_list_file);
   }
-  if (options.print_self && self) {
+  if (options.print_self) {
     print_values(units[*self]);
     return 0;
   }

@@ -1,6 +1,6 @@
 // The one socket of the whole fleet: UDP port 8000 of every address of the machine, in the group 226.0.0.19 on
 // one interface. It sees which address a request was sent to and chooses the address that an answer
-// comes from, so one process stands for any number of units.
+// comes from, so one process plays any number of units.
 #pragma once
 
 #include <netinet/in.h>

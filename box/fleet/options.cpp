@@ -112,7 +112,8 @@ std::string read_options(std::span<const char* const> arguments, options& chosen
 }
 
 std::string help_text() {
-  std::string lines = "fleet [OPTIONS]   simulated units on UDP port 8000, for the box only\n\nThe fleet:\n";
+  std::string lines =
+      "fleet [OPTIONS]   simulated units on UDP port 8000, in the box or on a booted machine\n\nThe fleet:\n";
   for (const option_row& row : table) append_help(lines, row.name, row.argument, row.help);
   lines += "\nFaults of every unit, for one unit as a column SIM.NAME of the units file (SIM.DELAY_MS):\n";
   for (const fault_row& row : fault_table()) append_help(lines, row.name, row.argument, row.help);

@@ -83,7 +83,7 @@ export const result = (page) =>
 
 export const md5 = async (unit, path) => (await shell(unit, `md5sum ${path}`)).split(' ')[0];
 
-// Fails when the kernel of a unit had to end a process for want of memory.
+// Fails when the kernel's log has an out-of-memory line.
 export async function hadMemory(unit = 1) {
   assert.equal(await shell(unit, 'dmesg | grep -i "out of memory"'), '');
 }

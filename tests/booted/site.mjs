@@ -39,5 +39,7 @@ test('a mass update reaches every unit, and the booted ones come back with new i
     'grep -c Hall- /www/site.csv; grep "^10.77.0.10[23]," /www/site.csv | grep -o "Hall-[0-9]*"',
   );
   assert.equal(rows, '202\nHall-2\nHall-3\n');
+  await ask('DISCOVER_DEVICES_API', { unit: 3 });
+  assert.equal(await shell(3, "grep -c '^10\\.77\\.' /www/site.csv"), '203\n');
   await hadMemory();
 });

@@ -1,12 +1,13 @@
 // site apply, undo and runs: settings are checked, shown, sent and looked at; what became of them is kept.
 
+import { readFileSync } from 'node:fs';
 import { resolve } from 'node:path';
 import { preflight } from '../../../console/src/logic/preflight.js';
 import { draftOf } from '../../../console/src/logic/unit_csv.js';
 import { texts } from '../../../console/src/texts.js';
 import { UsageError } from './command_line.js';
 import { canAsk, clearProgress, confirm, event, line, notSent, notice, table } from './output.js';
-import { changesNothing, draftFromFile, planOf, tellPlan } from './plan.js';
+import { changesNothing, draftFromBytes, planOf, tellPlan } from './plan.js';
 import { Run, readOpenBatch, runRow, tallyOf, tallyText, tellResult } from './run.js';
 import { continueRun, newRun, readRun, runIds } from './run_store.js';
 import { status } from './status.js';
@@ -131,10 +132,11 @@ export async function apply(operands, options) {
   if (options['retry-failed']) return retry(operands, options);
   const [file, address] = operands;
   if (!address) throw new UsageError('usage: site apply FILE URL, or site apply --retry-failed [RUN]');
+  const bytes = readFileSync(file); // before a unit is asked: a discovery stops its video
   const unit = await openUnit(address, options);
   const makePlan = async () => {
     const site = await unit.discover();
-    return planOf(draftFromFile(file, site), site, options);
+    return planOf(draftFromBytes(bytes, site), site, options);
   };
   return carryOut(unit, makePlan, { file: resolve(file), of: '' }, options);
 }

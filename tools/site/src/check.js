@@ -1,8 +1,9 @@
 // site check: what would be sent, and what is wrong with it. Nothing is sent.
 
+import { readFileSync } from 'node:fs';
 import { UsageError } from './command_line.js';
 import { forEachUnit } from './discover.js';
-import { draftFromFile, planOf, siteFromFile, statusOf, tellPlan } from './plan.js';
+import { draftFromBytes, planOf, siteFromFile, statusOf, tellPlan } from './plan.js';
 
 async function siteFor(address, options) {
   if (options.against) return { site: siteFromFile(options.against) };
@@ -17,9 +18,10 @@ async function siteFor(address, options) {
 export async function check([file, address], options) {
   if ([address, options.against].filter(Boolean).length !== 1)
     throw new UsageError('check needs the URL of a unit, or --against FILE');
+  const bytes = readFileSync(file); // before a unit is asked: a discovery stops its video
   const { site, result } = await siteFor(address, options);
   if (!site) return result;
-  const plan = planOf(draftFromFile(file, site), site, options);
+  const plan = planOf(draftFromBytes(bytes, site), site, options);
   tellPlan(plan, options.json);
   return statusOf(plan);
 }

@@ -96,7 +96,7 @@ function showTable(found, several) {
   table([...(several ? [siteColumn] : []), ...tableKeys, ''], rows);
 }
 
-const fileName = (url) => `${url.replace(/^https?:\/\//, '').replace(/[^A-Za-z0-9.-]/g, '_')}.csv`;
+const fileName = (url) => `${url.replace(/^http:\/\//, '').replace(/[^A-Za-z0-9.-]/g, '_')}.csv`;
 
 // Each site into a file of its own where there are several.
 function writeFiles(found, several, format, path) {

@@ -12,7 +12,7 @@ const words = texts.configure;
 const mostProblems = 100; // that are listed one by one
 const mostRanges = 12; // of rows, in one line of the list
 
-export const draftFromFile = (path, site) => readDraft(readFileSync(path), site.text, site.keys);
+export const draftFromBytes = (bytes, site) => readDraft(bytes, site.text, site.keys);
 
 // The discovery of a file. Throws when it is none.
 export function siteFromFile(path) {

@@ -9,6 +9,7 @@ import {
   afterPause,
   changesSince,
   csvOf,
+  goingOn,
   newRun,
   nextBatch,
   placesOf,
@@ -86,10 +87,10 @@ async function lookForOthers() {
   return log;
 }
 
-// Keeps looking, as long as the page is seen and sends nothing itself.
+// Keeps looking, as long as the page is seen and neither sends nor waits to send: then the run itself looks.
 export async function watchOthers() {
   for (;;) {
-    const looks = !document.hidden && get().run?.step !== 'sending';
+    const looks = !document.hidden && !['sending', 'waiting'].includes(get().run?.step);
     const log = looks ? await lookForOthers().catch(() => null) : null;
     await sleep(looks && !log ? idleInterval : watchInterval);
   }
@@ -145,7 +146,7 @@ async function sendCsv(unit, text, signal) {
 // Uploads a batch when no other update runs, and looks at the site again after one that did. Returns whether it may be
 // performed.
 async function prepare(unit, batch, signal) {
-  for (let waits = 0; ; ++waits) {
+  for (let waits = 0; waits < mostWaits; ++waits) {
     const log = await untilFree(signal);
     await compareAgain(unit, log);
     if (get().run.changes.length > 0) return false;
@@ -155,9 +156,10 @@ async function prepare(unit, batch, signal) {
       if (signal.aborted) throw new RequestFailure('withdrawn', '');
       if (now?.version === log?.version) return true;
     } catch (failure) {
-      if (failure.kind !== 'busy' || waits === mostWaits) throw failure;
+      if (failure.kind !== 'busy') throw failure;
     }
   }
+  throw new RequestFailure('busy', '');
 }
 
 // What the log and the answer tell of the run's batch.
@@ -224,7 +226,7 @@ async function sendBatch(batch) {
     if (!(await prepare(unit, batch, signal))) return 'changed';
     const log = new SiteLog();
     await log.read();
-    await keep({ step: 'sending', before: log.version });
+    await keep({ step: 'sending', before: log.version, clock: goingOn(get().run.clock, Date.now()) });
     const perform = () => unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => progress.tell({ lines }) });
     await progress.follow(() =>
       perform().catch(async (failure) => {
@@ -257,15 +259,14 @@ export const stopAfterBatch = () => change({ stopping: true });
 
 // Waits for a person, or for so many seconds. Returns whether to go on.
 async function pause(why, seconds) {
-  const since = Date.now();
   const decision = new Promise((resolve) => {
     decide = resolve;
   });
   const time = seconds > 0 ? [sleep(seconds * 1000).then(() => true)] : [];
-  await keep({ step: 'paused', why, until: seconds > 0 ? since + seconds * 1000 : null });
+  await keep({ step: 'paused', why, until: seconds > 0 ? Date.now() + seconds * 1000 : null });
   const goesOn = await Promise.race([decision, ...time]);
   decide = null;
-  if (goesOn) set({ run: afterPause(get().run, Date.now() - since) });
+  if (goesOn) set({ run: afterPause(get().run) });
   return goesOn;
 }
 

@@ -97,7 +97,17 @@ test('settings go into the cells of a draft, whatever it has already', () => {
   }
 });
 
-test('two states of a site are held against each other by serial', () => {
+test("a row whose serial lost its leading zeros is the unit's row", () => {
+  const unit = { values: { 'UNIT.SERIAL': '00001000' } };
+  const draft = { columns: ['UNIT.SERIAL', 'VW.NAME'], rows: [{ number: 2, cells: ['1000', 'Hall'] }] };
+  const after = withSettings(draft, [{ unit, key: 'VW.NAME', value: 'Stage' }]);
+  assert.deepEqual(
+    after.rows.map(({ cells }) => cells),
+    [['1000', 'Stage']],
+  );
+});
+
+test('two states of a site are compared by serial', () => {
   const now = siteOf(
     '10.0.0.1,ENC-ONE,TX610,E10,239.0.0.10,',
     '10.0.1.1,BY-STREAM,RX610,D1,,239.0.0.2',

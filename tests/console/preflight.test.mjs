@@ -199,6 +199,8 @@ test('values that a spreadsheet has damaged get a warning', () => {
     ['1200,B', 'check serial-zeros', 1],
     ['00001200,#REF!', 'out cell-formula', 0],
     ['00001200,03.Apr', 'check converted', 1],
+    ['00001200,01. Mrz', 'check converted', 1],
+    ['00001200,01.04.2024', 'check converted', 1],
     ['00001200,1E+05', 'check converted', 1],
     ['00001200,FALSCH', 'check converted', 1],
     ['00001200,Room 3', '', 1],

@@ -7,6 +7,7 @@ import {
   changesSince,
   compareWith,
   csvOf,
+  goingOn,
   labelsOf,
   newRun,
   nextBatch,
@@ -70,7 +71,7 @@ test('batches follow each other until there is a reason to stop', () => {
   for (const [pace, outcomes, expected] of table) {
     const seen = [];
     for (let step = { run: runOf(pace), why: 'begin' }; step.why;) {
-      step = drive(afterPause(step.run, 0), outcomes);
+      step = drive(afterPause(step.run), outcomes);
       seen.push(...step.sent, step.why);
     }
     assert.equal(seen.filter(Boolean).join(' '), expected, JSON.stringify(pace));
@@ -89,7 +90,7 @@ test('the time that is left comes from the units done so far, without the pauses
   const { run, now } = drive(runOf({ size: 2, pause: 30 }), Array(5).fill('ok'));
   assert.equal(secondsLeft(runOf({}), 0), null);
   assert.equal(secondsLeft(run, now), 3 + 2 * 30); // three units and two pauses
-  const later = { ...afterPause(run, 30_000), batch: [2, 3] };
+  const later = { ...afterPause(run), batch: [2, 3], clock: goingOn(run.clock, now + 30_000) };
   assert.equal(secondsLeft(later, now + 30_000), 33);
   assert.equal(secondsLeft(later, now + 40_000), 23);
   // A page that is opened again sees at once what was done meanwhile.

@@ -2,7 +2,7 @@
 
 import { same } from './class_rules.js';
 import { headerLine } from './headers.js';
-import { groupBy } from './site.js';
+import { bareSerial, groupBy } from './site.js';
 import { readSpreadsheet } from './spreadsheet_csv.js';
 import { ownLines } from './unit_csv.js';
 
@@ -40,10 +40,14 @@ export function withSettings(draft, settings) {
   const columns = [...start.columns, ...missing];
   const serialColumn = columnOf(columns, serialKey);
   const rowsOf = groupBy([...start.rows.keys()], (at) => serialOf(start.rows[at].cells[serialColumn]));
+  const rowsOfUnit = (unit) => {
+    const serial = serialOf(unit.values[serialKey]);
+    return rowsOf.get(serial) ?? rowsOf.get(bareSerial(serial)) ?? [];
+  };
   const rows = [...start.rows];
   let number = Math.max(1, ...rows.map((row) => row.number));
   for (const [unit, own] of groupBy(settings, (setting) => setting.unit)) {
-    const [at = rows.length] = rowsOf.get(serialOf(unit.values[serialKey])) ?? [];
+    const [at = rows.length] = rowsOfUnit(unit);
     if (at === rows.length) {
       number += 1;
       const known = columns.map((name) => firstColumns.find((key) => same(name.trim(), key)));

@@ -2,8 +2,8 @@
 // unit holds back, the CSV that is sent in the end and the one that takes it back.
 //
 // A draft is {columns, rows, notes, headerRow}: the header's texts, rows {number, cells, quoted} with the texts of their
-// cells, the notes of the reader, and the number of the header's row, 1 if not given. Of a fault nothing is sent: a faulty cell is left out, and so is a row
-// that would go nowhere or to the wrong unit.
+// cells, the notes of the reader, and the number of the header's row, 1 if not given. Of a fault nothing is sent: a faulty
+// cell is left out, and so is a row that would go nowhere or to the wrong unit.
 //
 // Problems are {level, code, column, rows, detail}. Levels: `stop` nothing can be sent; `out` something is left out;
 // `check` it is sent, and may be wrong; `held` the unit takes no such setting; `fixed` put right in what is sent.
@@ -20,7 +20,7 @@ import {
   same,
 } from './class_rules.js';
 import { otherShapes } from './shapes.js';
-import { groupBy, identities } from './site.js';
+import { bareSerial, groupBy, identities } from './site.js';
 import { readAsUnit, whyNotWritable, writeForUnit } from './unit_csv.js';
 
 const serialKey = 'UNIT.SERIAL';
@@ -123,18 +123,13 @@ function valuesOf(draftRow, header, problems) {
   return values;
 }
 
-// True when the unit's serial equals this one but for leading zeros, which spreadsheets drop.
-const endsInZerosAnd = (unit, serial) => (unit.values[serialKey] ?? '').replace(/^0+/, '') === serial;
-
 // Finds the discovered unit of a row and takes its serial and model over where the row has none or spells them
 // differently.
-function findUnit(row, unitsBySerial, problems) {
+function findUnit(row, { unitsBySerial, unitsByBareSerial, problems }) {
   const { values, number } = row;
   let found = unitsBySerial.get(values[serialKey].toLowerCase()) ?? [];
   if (found.length === 0 && /^[1-9]\d*$/.test(values[serialKey])) {
-    const alike = [...unitsBySerial.values()]
-      .flat()
-      .filter((unit) => endsInZerosAnd(unit, values[serialKey]));
+    const alike = unitsByBareSerial.get(values[serialKey]) ?? [];
     if (alike.length === 1) {
       found = alike;
       problems.add('check', 'serial-zeros', {
@@ -160,13 +155,18 @@ function findUnit(row, unitsBySerial, problems) {
   }
 }
 
+const months =
+  'jan|feb|febr|fév|mar|mär|mrz|avr|apr|may|mai|jun|juin|jul|juil|aug|août|sep|sept|oct|okt|nov|dec|dez|déc';
+const dates = new RegExp(
+  `^(\\d{1,2}(\\. ?|[ -])(${months})|(${months})[ -]\\d{1,2})\\.?$|^\\d{1,2}[./]\\d{1,2}[./](\\d{2}|\\d{4})$`,
+  'i',
+);
+
 // True for values as spreadsheets rewrite them: booleans in another language, 1E+05, dates.
 const looksConverted = (value) =>
   /^(wahr|falsch|vrai|faux|verdadero|falso|vero|waar|onwaar|sant|sann|falskt|prawda|fałsz)$/i.test(value) ||
   /^-?\d(\.\d+|,\d+)?E\+?-?\d+$/i.test(value) ||
-  /^(\d{1,2}[. -](jan|feb|mar|mär|apr|may|mai|jun|jul|aug|sep|oct|okt|nov|dec|dez)|(jan|feb|mar|apr|may|jun|jul|aug|sep|oct|nov|dec)[ -]\d{1,2})\.?$/i.test(
-    value,
-  );
+  dates.test(value);
 
 // Decides about one cell. Returns {state, old, value, reason, name}; states: `blank`, `same`, `fault`, `held`, `change`.
 function decideCell(key, value, row) {
@@ -215,7 +215,7 @@ function readRow(draftRow, context) {
     row.state = 'blank';
     return row;
   }
-  if (values[serialKey] !== '') findUnit(row, unitsBySerial, problems);
+  if (values[serialKey] !== '') findUnit(row, context);
   decideCells(row, context);
   if (values[serialKey] === '') leaveOut(row, 'serial-blank', problems, { column: serialKey });
   else if (whyNotWritable(values[serialKey])) leaveOut(row, 'serial-unfit', problems, { column: serialKey });
@@ -409,16 +409,18 @@ function noteReading(draft, problems) {
   }
 }
 
-// Returns {problems, header, rows, sending, moved, unchanged, settings, text, undo, lost}: the key of each column, each row with
-// its fate `state` (`send`, `left-out`, `unchanged`, `blank`), the rows that are sent in their order, the units whose address changes, counts, and the two
-// CSVs, empty where a problem stops it all. `lost` counts changes that the second one cannot take back.
+// Returns {problems, header, rows, sending, moved, unchanged, settings, text, undo, lost}: the key of each column, each row
+// with its fate `state` (`send`, `left-out`, `unchanged`, `blank`), the rows that are sent in their order, the units whose
+// address changes, counts, and the two CSVs, empty where a problem stops it all. `lost` counts changes that the second one cannot take back.
 export function preflight(draft, site, { onlyChanges = true, ownSerial = '', unknownToo = false } = {}) {
   const problems = new Problems();
   noteReading(draft, problems);
   const header = readHeader(draft, site.keys, problems);
   const keys = [...new Set([...header.filter(Boolean), ...site.keys.filter((key) => key === modelKey)])];
   const unitsBySerial = groupBy(site.units, (unit) => (unit.values[serialKey] ?? '').toLowerCase());
-  const context = { header, keys, unitsBySerial, site, problems, ownSerial, onlyChanges, unknownToo };
+  const unitsByBareSerial = groupBy(site.units, (unit) => bareSerial(unit.values[serialKey] ?? ''));
+  const known = { site, unitsBySerial, unitsByBareSerial, ownSerial };
+  const context = { ...known, header, keys, problems, onlyChanges, unknownToo };
   const rows = draft.rows.map((row) => readRow(row, context));
   rows.forEach((row) => chooseSettings(row, context));
   skipSharedIdentities(rows, problems);

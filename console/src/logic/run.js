@@ -20,6 +20,7 @@
 import { preflight } from './preflight.js';
 import { isEnded } from './site_log.js';
 import { draftOf, firstRow } from './unit_csv.js';
+import { visible } from './visible.js';
 
 const serialKey = 'UNIT.SERIAL';
 const idKey = 'UNIT.ID';
@@ -62,7 +63,7 @@ export function labelsOf({ rows }, site) {
   return rows.map(({ serial, was, sent }) => {
     const now = units.get(serial)?.values[idKey] || was || serial;
     const then = sent.find(([key]) => key === idKey)?.[2] ?? now;
-    return then === now ? now : `${now} → ${then}`;
+    return visible(then === now ? now : `${now} → ${then}`);
   });
 }
 
@@ -189,9 +190,11 @@ export function withProgress(run, records, now) {
   return { ...run, records: all, clock };
 }
 
-// The run after a pause, whose length does not count.
-export function afterPause(run, milliseconds) {
-  const { clock, records } = run;
+// The clock of a run that goes on: what has passed since the last unit does not count.
+export const goingOn = (clock, now) => clock && { ...clock, at: clock.at + now - clock.last, last: now };
+
+// The run after a pause.
+export function afterPause(run) {
   return {
     ...run,
     step: 'waiting',
@@ -199,8 +202,7 @@ export function afterPause(run, milliseconds) {
     until: null,
     failure: '',
     stopping: false,
-    accepted: tallyOf(records).fail,
-    clock: clock && { ...clock, at: clock.at + milliseconds, last: clock.last + milliseconds },
+    accepted: tallyOf(run.records).fail,
   };
 }
 

@@ -62,6 +62,9 @@ export function readSite(text) {
 // The name of a unit as it is shown.
 export const nameOf = (unit) => visible(unit.values['UNIT.ID'] || unit.values['IP.ADDRESS'] || '');
 
+// A serial without the leading zeros that spreadsheets drop.
+export const bareSerial = (serial) => serial.replace(/^0+(?=.)/, '');
+
 // By which a unit is found again in another discovery.
 export const keyOf = (unit) => unit.values['UNIT.SERIAL'] || nameOf(unit);
 

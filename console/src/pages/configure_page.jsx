@@ -145,6 +145,7 @@ function useShownRows({ draft, plan, site, options, view }) {
 }
 
 const wholeDraft = { rows: 'all', kind: 'all', filter: '', sort: { key: 'number', direction: 'up' } };
+let lastView = { of: '', view: wholeDraft }; // of a draft's name: stays when pages change
 
 function Editor({ draft, plan, site, shown, active: chosen, activate, goNext, sort, onSort }) {
   const active = { ...chosen, row: Math.max(0, Math.min(chosen.row, shown.length - 1)) };
@@ -295,15 +296,19 @@ function DraftTools({ draft, plan, shown, canUndo, canRedo, view, setView, optio
 // What has failed is sent again as it was: some of it may have been taken, and not saved.
 function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
   const [options, setOptions] = useState({ onlyChanges: draft.source !== 'retry', unknownToo: false });
-  const [view, setShownView] = useState(wholeDraft);
+  const [view, setShownView] = useState(lastView.of === draft.name ? lastView.view : wholeDraft);
   const [active, activate] = useState({ row: 0, column: 0 });
   const plan = useMemo(() => preflight(draft, site, { ...options, ownSerial }), [draft, site, options]);
   const shown = useShownRows({ draft, plan, site, options, view });
   const steps = useMemo(() => stepsOf(plan, draft), [plan, draft.rows]);
+  const keepView = (changed) => {
+    lastView = { of: draft.name, view: changed };
+    setShownView(changed);
+  };
   // Goes to a place of the draft, with the keyboard; all rows are shown when its row is not.
   const goToPlace = ({ row, column }) => {
     const place = shown.indexOf(row);
-    if (place < 0) setShownView(wholeDraft);
+    if (place < 0) keepView(wholeDraft);
     activate({ row: place < 0 ? row : place, column });
     focusGrid();
   };
@@ -319,7 +324,7 @@ function Draft({ draft, site, ownSerial, outdated, canUndo, canRedo, busy }) {
     if (next) goToPlace(next);
   };
   const setView = (changed) => {
-    setShownView(changed);
+    keepView(changed);
     activate({ row: 0, column: active.column });
   };
   return (

@@ -8,6 +8,7 @@ import { readStreams } from '../logic/streams.js';
 import { visible } from '../logic/visible.js';
 import { findUnit, settingsByGroup } from '../logic/unit_details.js';
 import { ConsoleLink, UnitLink, isOwn } from '../parts/unit_link.jsx';
+import { TableHead } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.details;
@@ -50,17 +51,7 @@ function Streams({ site, unit, ownSerial }) {
 function Settings({ label, columns, rows }) {
   return (
     <table class="settings" aria-label={label}>
-      {columns && (
-        <thead>
-          <tr>
-            {columns.map((title) => (
-              <th key={title} scope="col">
-                {title}
-              </th>
-            ))}
-          </tr>
-        </thead>
-      )}
+      {columns && <TableHead titles={columns} />}
       <tbody>
         {rows.map(([key, ...values]) => (
           <tr key={key}>

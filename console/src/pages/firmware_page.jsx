@@ -3,6 +3,7 @@
 import { useMemo, useState } from 'preact/hooks';
 import { firmwareByModel } from '../logic/firmware.js';
 import { ConsoleLink, UnitLink } from '../parts/unit_link.jsx';
+import { visible } from '../logic/visible.js';
 import { texts } from '../texts.js';
 
 const words = texts.firmware;
@@ -13,7 +14,7 @@ function Version({ version, dates, units, older, ownSerial }) {
   return (
     <details onToggle={(event) => setOpen(event.target.open)}>
       <summary>
-        <strong>{version || words.noVersion}</strong> <span class="hint">{dates.join(', ')}</span>{' '}
+        <strong>{visible(version) || words.noVersion}</strong> <span class="hint">{dates.join(', ')}</span>{' '}
         {words.units(units.length)} {older && <span class="level check">{words.older}</span>}
       </summary>
       {open && (
@@ -40,7 +41,7 @@ function Models({ site, ownSerial }) {
       <div class="cards">
         {models.map(({ model, versions }) => (
           <section key={model} class="card">
-            <h3>{model || words.noModel}</h3>
+            <h3>{visible(model) || words.noModel}</h3>
             {versions.map((version) => (
               <Version key={version.version} {...version} ownSerial={ownSerial} />
             ))}

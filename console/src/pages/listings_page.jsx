@@ -4,7 +4,8 @@ import { useState } from 'preact/hooks';
 import { attempt, queue } from '../actions.js';
 import { readListing } from '../logic/listing.js';
 import { readAsUnit } from '../logic/unit_csv.js';
-import { BusyButton, DownloadButton } from '../parts/widgets.jsx';
+import { BusyButton, DownloadButton, TableHead } from '../parts/widgets.jsx';
+import { visible } from '../logic/visible.js';
 import { texts } from '../texts.js';
 
 const words = texts.listings;
@@ -53,20 +54,12 @@ function Result({ result: { columns, rows, note, text, csv } }) {
       {rows && rows.length === 0 && <p>{words.nothing}</p>}
       {rows?.length > 0 && (
         <table>
-          <thead>
-            <tr>
-              {columns.map((title) => (
-                <th key={title} scope="col">
-                  {title}
-                </th>
-              ))}
-            </tr>
-          </thead>
+          <TableHead titles={columns} />
           <tbody>
             {rows.map((row, at) => (
               <tr key={at}>
                 {row.map((cell, column) => (
-                  <td key={column}>{cell}</td>
+                  <td key={column}>{visible(cell)}</td>
                 ))}
               </tr>
             ))}

@@ -173,7 +173,7 @@ function Confirmation({ plan, name, onCancel }) {
             rows={plan.moved}
             renderRow={({ id, from, to }, at) => (
               <tr key={at} aria-rowindex={at + 2}>
-                <th scope="row">{id}</th>
+                <th scope="row">{visible(id)}</th>
                 <td>{from}</td>
                 <td>{to}</td>
               </tr>

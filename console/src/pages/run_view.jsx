@@ -19,6 +19,7 @@ import {
 } from '../parts/widgets.jsx';
 import { cancelBatch, closeRun, compareRun, endRun, goOn, stopAfterBatch } from '../runs.js';
 import { useStore } from '../store.js';
+import { visible } from '../logic/visible.js';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
@@ -179,8 +180,8 @@ function Comparison({ pairs, comparison, busy }) {
             <tr key={index} aria-rowindex={index + 2} class={sent === now ? '' : 'conflict'}>
               <th scope="row">{pairs[at].label}</th>
               <td>{key}</td>
-              <td>{sent}</td>
-              <td>{now ?? words.notReported}</td>
+              <td>{visible(sent)}</td>
+              <td>{visible(now) ?? words.notReported}</td>
             </tr>
           )}
         />

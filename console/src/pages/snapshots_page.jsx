@@ -8,7 +8,7 @@ import { compareValues, wayBack } from '../logic/snapshots.js';
 import { visible } from '../logic/visible.js';
 import { Table } from '../parts/table.jsx';
 import { UnitLink } from '../parts/unit_link.jsx';
-import { Choice, DownloadButton, ErrorNotice } from '../parts/widgets.jsx';
+import { Choice, DownloadButton, ErrorNotice, TableHead } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
 const words = texts.snapshots;
@@ -63,15 +63,7 @@ function List({ snapshots, put, drop }) {
   return (
     <div class="problems" tabIndex={0} role="region" aria-label={words.list}>
       <table>
-        <thead>
-          <tr>
-            {words.columns.map((title) => (
-              <th key={title} scope="col">
-                {title}
-              </th>
-            ))}
-          </tr>
-        </thead>
+        <TableHead titles={words.columns} />
         <tbody>
           {snapshots.map((snapshot) => (
             <tr key={snapshot.made}>

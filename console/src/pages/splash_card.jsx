@@ -69,6 +69,11 @@ export function SplashCard() {
     setDone(true);
     setVersion(Date.now());
   };
+  // The picture that is replaced is the present one, not that of the time when the page was opened.
+  const ask = () => {
+    setVersion(Date.now());
+    setAsking(true);
+  };
   const picture = chosen?.picture;
   const fault = picture && faultOf(picture);
   return (
@@ -86,7 +91,7 @@ export function SplashCard() {
       {chosen?.file.size > largePicture && <Notice level="warn">{words.large}</Notice>}
       <ErrorNotice text={error} />
       {!chosen && done && !error && <Notice level="good">{words.done}</Notice>}
-      <UploadButton sending={sending} disabled={!picture || fault} onClick={() => setAsking(true)} />
+      <UploadButton sending={sending} disabled={!picture || fault} onClick={ask} />
       {!chosen && <CurrentSplash key={version} version={version} />}
       {asking && (
         <Confirmation

@@ -9,12 +9,16 @@ import { Matrix } from '../parts/matrix.jsx';
 import { Table, fittingWidth } from '../parts/table.jsx';
 import { UnitLink, titleOf } from '../parts/unit_link.jsx';
 import { Choice, FilterInput, Notice } from '../parts/widgets.jsx';
+import { bareSerial } from '../logic/site.js';
 import { texts } from '../texts.js';
 
 const words = texts.streams;
 
 const serialOf = ({ unit }) => unit.values['UNIT.SERIAL'] ?? '';
-const hostOfDraft = (decoder, drafted) => drafted.get(serialOf(decoder).toLowerCase()) ?? decoder.host;
+const hostOfDraft = (decoder, drafted) => {
+  const serial = serialOf(decoder).toLowerCase();
+  return drafted.get(serial) ?? drafted.get(bareSerial(serial)) ?? decoder.host;
+};
 
 const passesKind = {
   all: () => true,
@@ -58,6 +62,7 @@ function choose(encoder, decoder, { byStream, drafted }) {
     return words.takenBack(...names);
   }
   if (decoder.source === encoder) return words.isSource(...names);
+  if (host === decoder.host) return words.sharedHost;
   put(host);
   return words.drafted(...names, host) + (encoder.shared && byStream ? ` ${words.sharedHost}` : '');
 }

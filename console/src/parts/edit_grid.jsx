@@ -65,6 +65,7 @@ function CellInput({ text, label, onSave, onMove }) {
       aria-label={label}
       defaultValue={text}
       onKeyDown={onKeyDown}
+      onCopy={stop}
       onPaste={stop}
       onBlur={(event) => save(event.target.value)}
     />

@@ -2,6 +2,7 @@
 
 import { attempt, identify } from '../actions.js';
 import { useStore } from '../store.js';
+import { visible } from '../logic/visible.js';
 import { texts } from '../texts.js';
 import { isOwn } from './unit_link.jsx';
 import { Notice } from './widgets.jsx';
@@ -31,7 +32,7 @@ export function OwnUnit() {
       {keys.map((key, at) => (
         <div key={key}>
           <dt>{texts.unit.facts[at]}</dt>
-          <dd>{unit.values[key] || '–'}</dd>
+          <dd>{visible(unit.values[key]) || '–'}</dd>
         </div>
       ))}
     </dl>
@@ -44,5 +45,5 @@ export function OwnUnitName() {
   const name = unit
     ? [unit.values['UNIT.ID'], unit.values['UNIT.MODEL'], unit.values['IP.ADDRESS']]
     : [location.host];
-  return <span class="own-name">{name.filter(Boolean).join(' · ')}</span>;
+  return <span class="own-name">{visible(name.filter(Boolean).join(' · '))}</span>;
 }

@@ -165,3 +165,16 @@ export function stamp(date = new Date()) {
   const day = [date.getFullYear(), two(date.getMonth() + 1), two(date.getDate())].join('-');
   return `${day}-${two(date.getHours())}${two(date.getMinutes())}`;
 }
+
+// The head of a table that is not sorted.
+export const TableHead = ({ titles }) => (
+  <thead>
+    <tr>
+      {titles.map((title) => (
+        <th key={title} scope="col">
+          {title}
+        </th>
+      ))}
+    </tr>
+  </thead>
+);

@@ -26,16 +26,18 @@ const restart = 1500; // milliseconds within which an updated unit's pages are g
 
 // Each puts a unit into its first or second state, for the power of `unit` to be cut meanwhile.
 const deeds = {
-  UPDATE_EDID1: { act: (state) => ask('UPDATE_EDID1', { file: edid(state) }) },
-  UPDATE_SPLASH: { act: (state) => ask('UPDATE_SPLASH', { file: Buffer.alloc(200_000 + state, state) }) },
-  CSV_IMPORT: { act: (state) => ask('CSV_IMPORT', { file: row(`Hall-${state}`) }) },
+  UPDATE_EDID1: { act: (state, signal) => ask('UPDATE_EDID1', { file: edid(state), signal }) },
+  UPDATE_SPLASH: {
+    act: (state, signal) => ask('UPDATE_SPLASH', { file: Buffer.alloc(200_000 + state, state), signal }),
+  },
+  CSV_IMPORT: { act: (state, signal) => ask('CSV_IMPORT', { file: row(`Hall-${state}`), signal }) },
   PERFORM_CSV_UPDATE: {
     unit: 2,
     prepare: (state) => ask('CSV_IMPORT', { file: row(`Hall-${state}`) }),
-    act: () => ask('PERFORM_CSV_UPDATE'),
+    act: (state, signal) => ask('PERFORM_CSV_UPDATE', { signal }),
     settle: () => sleep(restart),
   },
-  DISCOVER_DEVICES_API: { act: () => ask('DISCOVER_DEVICES_API') },
+  DISCOVER_DEVICES_API: { act: (state, signal) => ask('DISCOVER_DEVICES_API', { signal }) },
 };
 
 async function reach(state, { unit = 1, prepare, act, settle }) {
@@ -55,10 +57,12 @@ for (const [command, deed] of Object.entries(deeds)) {
     for (let cut = 0; cut < cuts; ++cut) {
       await prepare?.(2);
       const moment = Math.round(Math.random() * 1500);
-      const asked = act(2).catch(() => '');
+      const gone = new AbortController();
+      const asked = act(2, gone.signal).catch(() => '');
       await sleep(moment);
       await cutPower(unit);
       await answers(unit);
+      if (unit === 1) gone.abort(); // the client of a machine that lost its power hears no more of it
       await asked;
       for (const [path, sum] of Object.entries(await kept(unit))) {
         const isWhole = sum === before[path] || sum === after[path];

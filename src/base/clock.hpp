@@ -1,15 +1,15 @@
-// The clock: the one door to time.
+// Time. Every clock that the program reads and every sleep goes through here.
 
 #pragma once
 
 #include <chrono>
 #include <ctime>
 
-// The time of day, in whole seconds since 1970 UTC.
+// The time of day in whole seconds since 1970 UTC. Jumps when the unit's date is set.
 [[nodiscard]] std::time_t wall_seconds();
 
-// Milliseconds since an arbitrary start; setting the unit's date does not move it.
+// Milliseconds since an arbitrary start. Setting the unit's date does not change it.
 [[nodiscard]] std::chrono::milliseconds steady_time();
 
-// Sleeps for the whole time, signals or not.
+// Sleeps for the full duration. A signal does not shorten it.
 void pause_for(std::chrono::microseconds duration);

@@ -66,16 +66,18 @@ ssize_t receive(int socket, std::span<char> buffer, sockaddr_in* sender, int fla
                   sender != nullptr ? &size : nullptr);
 }
 
-// Waits for a datagram for what is left of the socket's time-out since the start. Returns false with errno set
-// when the wait was interrupted or failed.
+// Waits for a datagram until the socket's receive time-out, counted from `start`, has passed. Returns false
+// with errno set when poll was interrupted or failed.
 bool wait_for_rest(int socket, std::chrono::milliseconds start) {
   timeval timeout{};
   socklen_t size = sizeof timeout;
   getsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, &size);
+  // Rounded up: a time-out below 1 ms must not become 0, which means no limit.
   const std::chrono::milliseconds whole =
       std::chrono::seconds{timeout.tv_sec} + std::chrono::milliseconds{(timeout.tv_usec + 999) / 1000};
   const auto left = std::max(start + whole - steady_time(), std::chrono::milliseconds{0});
   pollfd readable{socket, POLLIN, 0};
+  // No limit is 0 for SO_RCVTIMEO and -1 for poll.
   return poll(&readable, 1, whole.count() == 0 ? -1 : static_cast<int>(left.count())) >= 0;
 }
 
@@ -85,6 +87,8 @@ int receive_datagram(int socket, std::span<char> buffer, sockaddr_in* sender) {
   std::ranges::fill(buffer, '\0');
   const std::chrono::milliseconds start = steady_time();
   ssize_t length = receive(socket, buffer, sender, 0);
+  // The kernel restarts SO_RCVTIMEO from zero with every recvfrom. A signal that comes again and again would
+  // keep it from ever expiring, so after an interruption poll waits for the rest and recvfrom only fetches.
   while (length < 0 && errno == EINTR) {
     if (!wait_for_rest(socket, start)) continue;
     errno = 0;

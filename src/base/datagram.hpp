@@ -1,4 +1,4 @@
-// Datagrams: the one door to UDP sockets. IPv4 only, as the device API is.
+// UDP sockets. No other file of the program calls socket(). IPv4 only, as the device API is.
 
 #pragma once
 
@@ -9,29 +9,35 @@
 #include <span>
 #include <string_view>
 
-// An address and port to send to. Both as a person writes them; the address must be a dotted one.
+// The socket address of a dotted IPv4 address and a port in host byte order. A text that is no dotted address
+// gives 0.0.0.0.
 [[nodiscard]] sockaddr_in datagram_address(const char* dotted, std::uint16_t port);
 
-// Creates a socket that children do not inherit. Returns its descriptor, or -1.
+// Creates a UDP socket with the close-on-exec flag. Returns its fd, or -1 with errno set.
 [[nodiscard]] int open_datagram_socket();
+// Closes the socket.
 void close_datagram_socket(int socket);
 
-// Binds the socket to every address of the unit and a port that the system picks. Returns 0 or -1.
+// Binds the socket to all addresses of the unit and a port that the kernel picks. Returns 0, or -1 with errno
+// set.
 [[nodiscard]] int bind_any_port(int socket);
 
-// Makes every receive wait at most this long, then fail with EAGAIN. Returns 0, or -1 with errno set.
+// Limits every receive to this time, after which it fails with EAGAIN. Returns 0, or -1 with errno set.
 int set_receive_timeout(int socket, std::chrono::microseconds timeout);
 
+// Sets the TTL of multicast datagrams. A failure is ignored: the kernel's TTL of 1 stays.
 void set_multicast_ttl(int socket, std::uint8_t ttl);
 
-// Asks for a receive buffer of that many bytes: beyond the system's limit where we may, up to it elsewhere.
+// Asks for a receive buffer of that many bytes. With CAP_NET_ADMIN the kernel grants it beyond
+// net.core.rmem_max, otherwise up to that limit.
 void set_receive_buffer(int socket, int bytes);
 
-// Sends the text, without a terminator, as one datagram. Returns its length, or -1 with errno set.
+// Sends the text as one datagram, without a terminating zero byte. Returns the number of bytes sent, or -1
+// with errno set.
 int send_datagram(int socket, std::string_view text, const sockaddr_in& address);
 
-// Receives one datagram of at most buffer.size() - 1 bytes into the cleared buffer, so that its text is
-// always terminated; what does not fit is dropped. Returns its length (0 for an empty datagram), or -1 with
-// errno set. A receive that a signal interrupts goes on for what is left of its time. The sender goes to
-// `sender` if one is given.
+// Clears the buffer and receives one datagram of at most buffer.size() - 1 bytes into it, so that its text is
+// always terminated; the kernel drops what does not fit. Returns the length, 0 for an empty datagram, or -1
+// with errno set. A receive that a signal interrupts continues with the rest of its time-out. Stores the
+// sender's address in `sender` unless that is null.
 [[nodiscard]] int receive_datagram(int socket, std::span<char> buffer, sockaddr_in* sender = nullptr);

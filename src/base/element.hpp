@@ -1,17 +1,17 @@
-// Elements by number. The unit's own numbers (rows, columns, units) are ints, with -1 for none; containers count in
-// std::size_t. The conversion is here, once.
+// Indexing with signed numbers. Rows, columns and units are counted in int, with -1 for none; the standard
+// containers index with std::size_t. The conversion is in these two functions only.
 
 #pragma once
 
 #include <cstddef>
 
-// The item of that number, which must be one of the container's.
+// The item at that index, which must be within the container.
 template <typename Items>
 [[nodiscard]] constexpr auto& element(Items& items, std::ptrdiff_t number) {
   return items[static_cast<std::size_t>(number)];
 }
 
-// How many items there are.
+// The number of items, as an int.
 template <typename Items>
 [[nodiscard]] constexpr int count_of(const Items& items) {
   return static_cast<int>(items.size());

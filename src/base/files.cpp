@@ -14,28 +14,36 @@ namespace {
 constexpr std::size_t copy_block_size = 4096;
 constexpr mode_t new_file_mode = 0666;
 
-// Opens without waiting: a pipe that somebody planted at a path must not hold the request.
+// O_NONBLOCK: without it, opening a FIFO that somebody planted at the path would block the request until
+// another process opens the other end.
 unique_fd open_descriptor(const char* path, int flags) {
   return unique_fd{open(path, flags | O_NONBLOCK | O_CLOEXEC, new_file_mode)};
 }
 
+// True when the path is a symlink that root or our own user created.
 bool is_our_link(const char* path) {
   struct stat status {};
   if (lstat(path, &status) != 0 || !S_ISLNK(status.st_mode)) return false;
   return status.st_uid == 0 || status.st_uid == geteuid();
 }
 
-// Follows a symbolic link at the path itself only if we trust its owner.
+// Opens for writing. O_NOFOLLOW refuses a symlink as the last part of the path; only when we trust its owner
+// is the path opened again with the link followed.
+//
+//     /tmp/site.log -> /mnt/log    owned by root or by us     written to /mnt/log
+//     /tmp/site.log -> /etc/shadow owned by another user      not opened
 unique_fd open_place(const char* path, int flags) {
   unique_fd descriptor = open_descriptor(path, flags | O_CREAT | O_NOFOLLOW);
   if (!descriptor && errno == ELOOP && is_our_link(path)) descriptor = open_descriptor(path, flags | O_CREAT);
   return descriptor;
 }
 
+// The open flags of a write mode.
 constexpr int writing(write_mode mode) {
   return O_WRONLY | (mode == write_mode::append ? O_APPEND : O_TRUNC);
 }
 
+// Makes a buffered stream of the fd. Empty when there is no fd or no memory; the fd is then closed.
 unique_file stream_of(unique_fd descriptor, const char* mode) {
   if (!descriptor) return nullptr;
   unique_file file{fdopen(descriptor.get(), mode)};
@@ -46,6 +54,7 @@ unique_file stream_of(unique_fd descriptor, const char* mode) {
 }  // namespace
 
 void prepare_standard_descriptors() {
+  // open returns the lowest free fd, so each round fills one gap below 3, if there is one.
   int descriptor = 0;
   do {
     descriptor = open("/dev/null", O_RDWR);
@@ -84,6 +93,7 @@ bool direct_file::write_whole(std::string_view text) {
   const std::size_t written = write(text);
   if (written == text.size()) return true;
   struct stat status {};
+  // Part of the text is at the end of the file. Take it off again: half a line is worse than none.
   if (written > 0 && fstat(descriptor_.get(), &status) == 0) {
     [[maybe_unused]] const int result =
         ftruncate(descriptor_.get(), status.st_size - static_cast<off_t>(written));
@@ -147,6 +157,7 @@ std::size_t count_lines(std::FILE* file) {
 }
 
 std::size_t read_available(std::FILE* file, std::span<char> buffer) {
+  // read() bypasses the stream's buffer, so that a pipe's bytes are returned as soon as they arrive.
   const int descriptor = fileno(file);
   if (descriptor < 0) return std::fread(buffer.data(), 1, buffer.size(), file);
   ssize_t length = 0;
@@ -175,6 +186,7 @@ void copy_stream(std::FILE* from, std::FILE* to) {
 }
 
 void delete_temporary_files(std::string_view pattern) {
+  // /dev/shm/cgicXXXXXX: the folder, the name, and the name without its X.
   const std::size_t slash = pattern.rfind('/');
   const std::string_view name = pattern.substr(slash + 1);
   const std::string_view stem = name.substr(0, name.find_last_not_of('X') + 1);
@@ -194,6 +206,7 @@ void delete_temporary_files(std::string_view pattern) {
 temp_file::temp_file(std::string_view pattern) {
   path_.assign_cut(pattern);
   const unique_fd made{mkstemp(path_.buffer().data())};
+  // mkstemp already creates the file with mode 0600 on current C libraries. Old ones left it to the umask.
   if (made && fchmod(made.get(), S_IRUSR | S_IWUSR) == 0) return;
   if (made) delete_file(path_.c_str());
   path_.clear();

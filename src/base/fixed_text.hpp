@@ -1,7 +1,7 @@
-// Fixed-width texts: the buffers of the unit's own formats, with their two rules for input that is too long.
-//   fixed_text<N>  holds at most N-1 bytes, is always terminated and zero-padded to its end
-//   longer input   is cut (assign_cut, print) or refused (assign_if_fits), never an error of the request
-//   a zero byte    in the input ends it: what follows was never text
+// Fixed-width texts: the buffers of the unit's own formats, with two rules for input that is too long.
+//   fixed_text<N>  at most N-1 bytes, always terminated, the rest of the buffer filled with zero bytes
+//   longer input   is cut (assign_cut, print) or refused (assign_if_fits), and never fails the request
+//   a zero byte    ends the input: a zero-terminated text cannot contain what follows it
 
 #pragma once
 
@@ -26,9 +26,10 @@ class fixed_text {
 
   constexpr fixed_text() = default;
 
+  // Makes the text empty and fills the whole buffer with zero bytes.
   void clear() { bytes_.fill('\0'); }
 
-  // Takes the text, or its first `capacity` bytes when it is longer. It may be a part of this text.
+  // Takes the text, or its first `capacity` bytes when it is longer. The text may be a part of this one.
   void assign_cut(std::string_view text) {
     text = text_before_zero(text).substr(0, capacity);
     if (!text.empty()) std::memmove(bytes_.data(), text.data(), text.size());
@@ -42,14 +43,14 @@ class fixed_text {
     return true;
   }
 
-  // Adds the text after this one; what does not fit is cut.
+  // Appends the text and cuts what does not fit.
   void append_cut(std::string_view text) {
     const std::size_t length = view().size();
     text = text_before_zero(text).substr(0, capacity - length);
     text.copy(bytes_.data() + length, text.size());
   }
 
-  // Formats like printf, cut at `capacity` bytes.
+  // Formats like printf and cuts the result at `capacity` bytes.
   [[gnu::format(printf, 2, 3)]] void print(const char* format, ...) {
     clear();
     std::va_list arguments;
@@ -58,14 +59,15 @@ class fixed_text {
     va_end(arguments);
   }
 
-  // The whole buffer, for a reader that terminates what it stores.
+  // The whole buffer, for a caller that writes into it and terminates the text itself.
   [[nodiscard]] std::span<char> buffer() { return bytes_; }
 
+  // The text up to its terminating zero byte.
   [[nodiscard]] std::string_view view() const { return {bytes_.data()}; }
   [[nodiscard]] const char* c_str() const { return bytes_.data(); }
   [[nodiscard]] bool empty() const { return bytes_[0] == '\0'; }
 
-  // Compares whole buffers, which are zero-padded: quicker than finding both ends first.
+  // Compares all N bytes. The zero padding makes that right, and it saves a search for both ends.
   [[nodiscard]] bool operator==(const fixed_text& other) const = default;
 
  private:

@@ -1,4 +1,5 @@
-// An array that grows at its end and says so when there is no memory for that, instead of throwing.
+// An array that grows at its end. Where std::vector would throw, it reports lack of memory as a result. For
+// trivially copyable types only: growing moves the items with realloc.
 
 #pragma once
 
@@ -26,41 +27,43 @@ class growing_array {
   }
   constexpr ~growing_array() { release(); }
 
-  // Returns false, with the array as it was, when there is no memory.
+  // Appends an item. Returns false without memory; the array is then unchanged.
   [[nodiscard]] bool append(const T& item) {
     if (count_ == room_ && !grow(count_ + 1)) return false;
     items_[count_++] = item;
     return true;
   }
 
-  // Adds that many items for the caller to fill: what they contain is undefined. Empty when there is no memory.
+  // Appends that many items for the caller to fill; their contents are undefined. Returns them, or an empty
+  // span without memory.
   [[nodiscard]] std::span<T> extend(std::size_t count) {
     if (room_ - count_ < count && !grow(count_ + count)) return {};
     count_ += count;
     return {items_ + (count_ - count), count};
   }
 
-  // Makes room for so many items, no more. Returns false, with the array as it was, when there is no memory.
+  // Allocates for exactly that many items. Returns false without memory; the array is then unchanged.
   [[nodiscard]] bool reserve(std::size_t room) { return room <= room_ || resize(room); }
 
-  // Adds copies of these items. Returns false, with the array as it was, when there is no memory.
+  // Appends copies of these items. Returns false without memory; the array is then unchanged.
   [[nodiscard]] bool append_all(std::span<const T> added) {
     const std::span<T> room = extend(added.size());
     std::copy(added.begin(), added.begin() + static_cast<std::ptrdiff_t>(room.size()), room.begin());
     return room.size() == added.size();
   }
 
-  // Drops the items from that one on.
+  // Keeps the first `count` items and drops the others. Frees no memory.
   void shrink(std::size_t count) { count_ = count; }
 
-  // Drops all items and gives their memory back.
+  // Drops all items and frees their memory.
   constexpr void release() {
     if (items_ != nullptr) std::free(items_);
     items_ = nullptr;
     count_ = room_ = 0;
   }
 
-  // Gives the memory away, shrunk to its items unless only a few more would fit. The caller frees it.
+  // Hands the memory over to the caller, who frees it, and leaves the array empty. Cuts off unused room for
+  // more than 32 items first.
   [[nodiscard]] T* take() {
     constexpr std::size_t few = 32;
     void* cut = room_ - count_ > few ? reallocarray(items_, count_, sizeof(T)) : nullptr;
@@ -77,7 +80,8 @@ class growing_array {
   [[nodiscard]] std::span<const T> items() const { return {items_, count_}; }
 
  private:
-  // Makes room for at least that many items. Room doubles: pages that no item has reached yet take no memory.
+  // Allocates for at least that many items. The size doubles. Pages that no item was written to yet cost no
+  // RAM.
   bool grow(std::size_t wanted) {
     std::size_t room = room_ == 0 ? 64 : room_ * 2;
     if (room < wanted) room = wanted;

@@ -1,5 +1,5 @@
-// Handles that close themselves when they leave their scope. None of them is inherited by a child:
-// whoever opens one sets its close-on-exec flag (files.hpp, shell.hpp, datagram.hpp do).
+// Handles that close themselves when they leave their scope. No child inherits one: every function that opens
+// a file, pipe or socket (files.hpp, shell.hpp, datagram.hpp) sets the close-on-exec flag.
 
 #pragma once
 
@@ -14,16 +14,16 @@
 struct file_closer {
   void operator()(std::FILE* stream) const { std::fclose(stream); }
 };
-// A buffered file stream; empty when it could not be opened.
+// A buffered file stream. Empty when it could not be opened.
 using unique_file = std::unique_ptr<std::FILE, file_closer>;
 
 struct folder_closer {
   void operator()(DIR* folder) const { closedir(folder); }
 };
-// An open folder; empty when it could not be opened.
+// An open folder. Empty when it could not be opened.
 using unique_folder = std::unique_ptr<DIR, folder_closer>;
 
-// A file descriptor; -1 when there is none.
+// A file descriptor, or -1 for none.
 class unique_fd {
  public:
   explicit unique_fd(int descriptor = -1) : descriptor_(descriptor) {}
@@ -38,7 +38,7 @@ class unique_fd {
     if (descriptor_ >= 0) close(descriptor_);
   }
 
-  // Gives the descriptor away: the caller closes it.
+  // Hands the fd over to the caller, who closes it.
   [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
 
   [[nodiscard]] int get() const { return descriptor_; }
@@ -48,7 +48,8 @@ class unique_fd {
   int descriptor_;
 };
 
-// Makes reads and writes wait, whatever was asked for before; for a descriptor that is open.
+// Clears O_NONBLOCK. The flag belongs to the open file, which the parent may have shared with us, so it can
+// be set although nobody here asked for it. A closed fd is left alone.
 inline void set_blocking(int descriptor) {
   const int flags = fcntl(descriptor, F_GETFL);
   if (flags != -1) fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK);

@@ -1,7 +1,11 @@
-// This process as others see it.
+// What other processes see of this one.
 
 #pragma once
 
-// Takes this process off the list of those that bear the program's name, once it has given its memory back:
-// that is before its end shows to whoever reads its answer. For the end of a request.
+// Renames the process, so that pidof no longer finds it while it exits: the client may see EOF and send its
+// next request before the server has reaped us. Called last, at exit.
+//
+//     exit      memory is freed    the command line can no longer be read
+//               fds are closed     the client sees EOF; the pidof of its next request must not find us
+//               zombie             until the server reaps it; busybox pidof finds a zombie by its name
 void leave_process_list();

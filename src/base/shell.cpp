@@ -20,9 +20,10 @@
 
 namespace {
 
-constexpr int not_started_status = 127 << 8;  // what a command that ended with 127 has
+constexpr int not_started_status = 127 << 8;  // the wait status of "exit 127", a shell's "not found"
 constexpr pid_t none = -1;
 
+// True when a PATH contains the folder.
 bool holds_folder(std::string_view path, std::string_view folder) {
   for (;;) {
     const std::size_t colon = path.find(':');
@@ -32,6 +33,7 @@ bool holds_folder(std::string_view path, std::string_view folder) {
   }
 }
 
+// Appends the tools' folder to PATH unless it is in it. Done once, before the first command.
 void put_tools_into_path() {
   static constinit bool done = false;
   if (done) return;
@@ -48,7 +50,8 @@ void put_tools_into_path() {
   std::free(longer_path);
 }
 
-// Children say nothing on our standard error: some web servers put it into the answer.
+// Points our stderr to /dev/null while a child is started, so that the child inherits that: some web servers
+// put what arrives on stderr into the answer.
 class quiet_children {
  public:
   quiet_children() : saved_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
@@ -65,8 +68,9 @@ class quiet_children {
   unique_fd saved_;
 };
 
-// The client may have left. A tool that printed then would end by SIGPIPE, perhaps ahead of its work: from
-// now on what is written to standard output goes nowhere.
+// When the client has gone, points our stdout to /dev/null. Otherwise a tool that prints would be killed by
+// SIGPIPE, perhaps before it did its work. The poll for errors and hang-ups of the answer's pipe or socket
+// reports a closed reader without writing.
 void drop_answer_that_nobody_reads() {
   pollfd answer{STDOUT_FILENO, 0, 0};
   if (poll(&answer, 1, 0) <= 0 || (answer.revents & (POLLERR | POLLHUP)) == 0) return;
@@ -74,7 +78,8 @@ void drop_answer_that_nobody_reads() {
   if (nowhere) dup2(nowhere.get(), STDOUT_FILENO);
 }
 
-// Ignores SIGINT and SIGQUIT for the length of a scope. Children start with the default action again.
+// Ignores SIGINT and SIGQUIT while in scope, as system() does. The child would inherit that, so it gets the
+// default action back.
 class ignored_signals {
  public:
   ignored_signals() {
@@ -88,7 +93,8 @@ class ignored_signals {
     for (std::size_t i = 0; i < numbers.size(); ++i) sigaction(numbers[i], &before_[i], nullptr);
   }
 
-  // The signals that children do not ignore: those that this process did not ignore before.
+  // The signals to reset in a child: those that this process did not ignore before. One that the web server
+  // made us ignore stays ignored.
   [[nodiscard]] sigset_t of_children() const {
     sigset_t set;
     sigemptyset(&set);
@@ -103,7 +109,7 @@ class ignored_signals {
   std::array<struct sigaction, numbers.size()> before_{};
 };
 
-// How a child starts.
+// The file actions and signals with which a child starts.
 class child_start {
  public:
   child_start() {
@@ -117,6 +123,7 @@ class child_start {
     posix_spawnattr_destroy(&attributes_);
   }
 
+  // Each adds one step; the child does them in the order of the calls, before exec.
   void open(int descriptor, const char* path, int flags) {
     constexpr mode_t new_file_mode = 0666;
     complete_ &= posix_spawn_file_actions_addopen(&files_, descriptor, path, flags, new_file_mode) == 0;
@@ -129,7 +136,7 @@ class child_start {
     posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF);
   }
 
-  // Starts a program that is found through PATH unless it is a path. Returns the child's process id, or none.
+  // Starts a program, found through PATH unless its name contains a "/". Returns the child's pid, or none.
   [[nodiscard]] pid_t spawn(const char* program, char* const* words) const {
     pid_t child = none;
     return complete_ && posix_spawnp(&child, program, &files_, &attributes_, words, environ) == 0 ? child
@@ -142,10 +149,10 @@ class child_start {
   bool complete_ = true;
 };
 
-// A command line that has been started, and where its standard output goes.
+// A command line that was started. Tries to start it without a shell first.
 class running_command {
  public:
-  // Standard output goes to that descriptor, or where ours goes.
+  // Starts the command with the fd `output` as its stdout. Keeps errno.
   running_command(const char* command, int output) {
     const int saved_errno = errno;
     put_tools_into_path();
@@ -159,7 +166,7 @@ class running_command {
 
   [[nodiscard]] bool started() const { return child_ != none; }
 
-  // Waits for the end, but for that of a command in the background. Returns the wait status.
+  // Waits for the command and returns its wait status. A command in the background returns 0 at once.
   [[nodiscard]] int wait() const {
     if (!started()) return not_started_status;
     const int saved_errno = errno;
@@ -171,9 +178,11 @@ class running_command {
   }
 
  private:
+  // The redirections come after `output`, so they win over it, as in a shell's pipeline.
   void start(const plain_command& plain, int output) {
     child_start child;
     if (plain.in_background()) {
+      // What a shell without job control does for "&": stdin from /dev/null, SIGINT and SIGQUIT ignored.
       child.open(STDIN_FILENO, "/dev/null", O_RDONLY);
     } else {
       child.default_signals(signals_.of_children());
@@ -203,7 +212,8 @@ class running_command {
   bool in_background_ = false;
 };
 
-// Reads up to the line feed, the end or a full buffer, whose last byte stays zero. Returns the number of bytes.
+// Reads up to the first line feed, EOF or a full buffer, whose last byte stays zero. Zeroes what was read
+// after the line feed. Returns the number of bytes of the line.
 std::size_t read_first_line(int descriptor, std::span<char> line) {
   std::size_t length = 0;
   while (length + 1 < line.size()) {
@@ -238,9 +248,10 @@ first_line shell_first_line(const char* command, std::span<char> line) {
   unique_fd output{ends[0]};
   unique_fd input{ends[1]};
   const running_command running{command, input.get()};
+  // Close our copy of the write end, or the read below would never see EOF.
   input = unique_fd{};
   const std::size_t length = read_first_line(output.get(), line);
-  output = unique_fd{};  // a command that still writes ends by SIGPIPE
+  output = unique_fd{};  // a command that still writes is killed by SIGPIPE
   static_cast<void>(running.wait());
   if (!running.started()) return first_line::not_started;
   return length > 0 ? first_line::read : first_line::none;

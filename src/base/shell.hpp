@@ -1,15 +1,16 @@
-// The shell: the one door to command lines. Every command line is a constant of ours or contains nothing but
-// numbers of ours; text of a request or of a unit never enters one.
+// Runs command lines. Each is a constant of ours, or has nothing but numbers of ours filled in. Text from a
+// request or from a unit never gets into one.
 //
-// A line that needs no shell (command_line.hpp) is started directly: a shell in between would cost as much as the
-// tool. Whatever keeps its program from starting, the line then goes to the shell after all: it may know the word as
-// a command of its own, and a file that cannot be opened has its usual status.
+// A line that needs no shell (command_line.hpp) is started directly: a shell in between would cost as much as
+// the tool itself. When that fails for whatever reason, the line goes to the shell after all. The word may be
+// one of its built-ins, and a redirection that cannot be opened then has the shell's usual status.
 //
-// Before the first command /usr/local/bin, where the unit's tools live, is put into PATH if it is not there:
-// some web servers start a CGI program without any PATH. Before every command the answer stream is flushed,
-// so that the output of a tool that is not redirected cannot come before the header. Once the answer's
-// reader has gone, that output goes nowhere, as everything does that a tool writes to standard error.
-// While a command runs this process ignores SIGINT and SIGQUIT, as with system(). errno stays as it was.
+// What every command gets:
+//   PATH     with /usr/local/bin, the folder of the unit's tools: some web servers start us without any PATH
+//   stdout   the answer's, unless the line redirects it; the answer is flushed first, so that a tool cannot
+//            print in front of the header; /dev/null once the client has gone
+//   stderr   /dev/null
+// While a command runs this process ignores SIGINT and SIGQUIT, as with system(). errno is kept.
 
 #pragma once
 
@@ -18,21 +19,22 @@
 
 #include "base/fixed_text.hpp"
 
-// Runs a command line and waits for it, but for one that ends in "&". Returns its wait status, 0 for success; when
-// nothing could be started, as if the command had ended with 127.
+// Runs a command line and waits for it, unless it ends in "&". Returns its wait status as waitpid gives it, 0
+// for success. When nothing could be started, returns the status of "exit 127".
 [[nodiscard]] int shell_status(const char* command);
 
-// The same where the status plays no part.
+// The same, for a caller to whom the status does not matter.
 void shell_run(const char* command);
 
+// What shell_first_line found.
 enum class first_line {
   not_started,  // nothing could be started
-  none,         // the command ended without any output
+  none,         // the command printed nothing
   read,
 };
 
-// Runs a command line, reads the first line of its output and waits for it to end. The line keeps its line
-// end; a line longer than the buffer is cut. The buffer is cleared first, whatever follows.
+// Clears the buffer, runs a command line, reads the first line of its output into the buffer and waits for
+// the command. The line keeps its line feed. A line longer than the buffer is cut at line.size() - 1 bytes.
 [[nodiscard]] first_line shell_first_line(const char* command, std::span<char> line);
 
 template <std::size_t N>

@@ -9,11 +9,12 @@
 
 namespace {
 
+// Does nothing. A caught signal, unlike an ignored one, is reset to the default action in children.
 void note_signal(int) {}
 
-// Puts the empty device in the place of standard input. A read that waits is restarted by the system and
-// then finds the end; one that was about to begin finds it too. Without a free descriptor the body goes on: a
-// standard input that was closed would be the place of the next file.
+// Makes stdin read as EOF. A read that is blocked is restarted by the kernel and then sees EOF; so does one
+// that was about to begin. When no fd is free for /dev/null the body goes on: closing stdin instead would
+// give its number to the next file that is opened.
 void end_standard_input(int) {
   const int saved_errno = errno;
   const int empty = open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -27,7 +28,8 @@ void end_standard_input(int) {
 using procedure = void (*)();
 constinit procedure before_our_abort = nullptr;
 
-// Some web servers send SIGABRT when the client has left. Our own abort() means a bug: clean up and die.
+// Some web servers send SIGABRT when the client has left. From our own process it is abort(), which means a
+// bug: clean up and die.
 void end_by_abort(int number, siginfo_t* about, void*) {
   if (about->si_pid != getpid()) {
     end_standard_input(number);
@@ -64,6 +66,6 @@ void catch_ending_signals(void (*at_our_abort)()) {
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
-  // Some web servers ignore their children's ends, and we inherit that: no command would have a status.
+  // Some servers set SIGCHLD to SIG_IGN. We would inherit that, and waitpid could not return a status.
   std::signal(SIGCHLD, SIG_DFL);
 }

@@ -26,7 +26,8 @@ std::string_view text_before_line_end(std::string_view text) {
 
 namespace {
 
-// The number that the text's decimal digits spell, up to the first number beyond 32 bits.
+// The number that the decimal digits at the start of the text spell. Stops after the first value beyond 32
+// bits, so the 64 bits cannot overflow.
 std::int64_t digits_number(std::string_view text) {
   std::int64_t number = 0;
   for (const char digit : text) {
@@ -36,6 +37,7 @@ std::int64_t digits_number(std::string_view text) {
   return number;
 }
 
+// Clamps to the range of 32 bits.
 std::int32_t nearest_32_bits(std::int64_t number) {
   using limits = std::numeric_limits<std::int32_t>;
   return static_cast<std::int32_t>(std::clamp<std::int64_t>(number, limits::min(), limits::max()));

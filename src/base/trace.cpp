@@ -7,15 +7,15 @@
 
 namespace {
 
-// The longest text whose echo command fits the buffer: the command is the opening, the text, the
-// redirection and the path.
+// The longest text whose command  echo "TEXT" >> PATH  fits the buffer with its terminating zero byte.
 std::size_t text_limit(std::string_view path, std::size_t buffer_size, std::string_view redirection) {
   constexpr std::string_view opening = "echo \"";
   const std::size_t around = opening.size() + redirection.size() + path.size() + 1;
   return buffer_size > around ? buffer_size - around : 0;
 }
 
-// A line as the echo command would print it, its line feed included.
+// A formatted line with its line feed, as echo would print it. Both limits cut it: vsnprintf the text itself
+// at the buffer's size, `limit` the text at what the command leaves for it.
 class trace_line {
  public:
   [[gnu::format(printf, 2, 0)]] trace_line(const char* format, std::va_list arguments,

@@ -1,5 +1,5 @@
-// A large array of zero bytes. The system gives its pages only when they are first written, so that a table
-// of device records costs the columns in use, not its whole width.
+// A large array of zero bytes from calloc. The kernel maps its pages when they are first written, so a table
+// costs RAM for the part in use only.
 
 #pragma once
 
@@ -12,11 +12,11 @@ struct memory_releaser {
   void operator()(void* memory) const { std::free(memory); }
 };
 
-// The array; null without memory.
+// Owns such an array. Null without memory.
 template <typename T>
 using zeroed_pointer = std::unique_ptr<T[], memory_releaser>;
 
-// T must be a type whose zero bytes are its start value.
+// Allocates `count` items, all of zero bytes, which must be T's start value. Null without memory.
 template <typename T>
 [[nodiscard]] zeroed_pointer<T> zeroed_array(std::size_t count) {
   static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);

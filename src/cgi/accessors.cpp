@@ -21,9 +21,10 @@ std::ptrdiff_t skip_line_ends(const char*& text) {
   return std::max(carriage_returns, line_feeds);
 }
 
+// What a copy does with the line ends of the value.
 enum class line_ends { keep, drop };
 
-// Returns false when the value did not fit.
+// Copies the value. Returns false when it did not fit.
 bool copy_value(const char* value, line_ends kept, bounded_text& copy) {
   while (*value != '\0') {
     const std::ptrdiff_t run = skip_line_ends(value);
@@ -35,6 +36,7 @@ bool copy_value(const char* value, line_ends kept, bounded_text& copy) {
   return true;
 }
 
+// Copies the value of the first field of that name, and picks the result.
 cgiFormResultType copy_first(const char* name, line_ends kept, char* result, int max) {
   bounded_text copy{{result, static_cast<std::size_t>(std::max(max, 0))}};
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
@@ -48,7 +50,7 @@ std::size_t space_needed(const cgiFormEntry& entry) {
   return std::strlen(entry.value()) + 1;
 }
 
-// The whole value as cgiFormString copies it; null without memory.
+// The whole value as cgiFormString copies it. Null without memory. Line ends only shrink, so the value fits.
 char* new_value(const cgiFormEntry& entry) {
   const std::size_t space = space_needed(entry);
   auto* value = new (std::nothrow) char[space];
@@ -58,26 +60,31 @@ char* new_value(const cgiFormEntry& entry) {
   return value;
 }
 
-// An array for that many texts, all null, and its end; null without memory.
+// An array for that many texts and the null pointer at its end, all null. Null without memory.
 char** new_array(std::size_t count) {
   return new (std::nothrow) char* [count + 1] {};
 }
 
-// Gives up an array for whose texts there is no memory.
+// Releases an array that is filled up to the first text without memory.
 cgiFormResultType no_memory(char*** array) {
   cgiStringArrayFree(*array);
   *array = nullptr;
   return cgiFormMemory;
 }
 
-// A field's name, and its place among all fields.
+// A field's name, and its position among all fields.
 struct placed_name {
   const char* text;
   std::size_t place;
 };
 
-// Puts the different names in front, in the order in which they first stand. Returns how many there are.
-// Names are sorted, not compared each with each: a request may hold a million of them.
+// Moves each different name to the front, in the order of first use. Returns how many there are. Sorts
+// instead of comparing each name with each: a request may have a million of them.
+//
+//     fields    b0 a1 b2 a3        name and position
+//     sorted    a1 a3 b0 b2        by name, then position: the first of its name is in front
+//     unique    a1 b0
+//     by place  b0 a1
 std::size_t gather_first_names(std::span<placed_name> names) {
   std::ranges::sort(names, [](const placed_name& left, const placed_name& right) {
     const int difference = std::strcmp(left.text, right.text);

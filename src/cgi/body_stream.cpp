@@ -8,7 +8,8 @@
 
 namespace {
 
-// Moves the input at hand in front of the block, and takes what input there is. Returns false at the end of the body.
+// Moves the undelivered input in front of the block and reads what is available into the block. Returns false
+// at the end of the body.
 bool receive(cgiBodyStream& stream) {
   const std::size_t kept = stream.blockEnd - stream.blockBegin;
   const std::size_t begin = cgiBodyStream::headroom_size - kept;
@@ -58,6 +59,7 @@ void cgiBodyPutBack(cgiBodyStream& stream, std::string_view bytes) {
 
 std::string_view cgiBodyAtHand(cgiBodyStream& stream) {
   if (cgiBodyHasPutBack(stream)) {
+    // Bytes that wrap around the end of the ring come in two pieces.
     const bool wraps = stream.writePos < stream.readPos;
     const std::size_t end = wraps ? stream.putback.size() : stream.writePos;
     return {stream.putback.data() + stream.readPos, end - stream.readPos};

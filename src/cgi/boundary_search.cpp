@@ -1,19 +1,31 @@
-// How a boundary is found. The rule that fixes every byte of the result reads one byte at a time:
+// How a boundary is found. The rule that fixes every byte of the result works byte by byte:
 //
-//   compare with the pattern; on the first difference put out the pattern's first byte, put back the others that
-//   matched and the byte that differed, and begin again with what was put back
+//   Compare the bytes with the pattern. On the first difference output the pattern's first byte, put back the
+//   other bytes that matched and then the byte that differed, and start again with the ring.
 //
-// match_here follows this rule literally. It costs several steps a byte, so while nothing is put back two other
-// searches pass on, in one go, what the rule would pass on byte by byte:
+// Bytes that are put back queue after those still waiting in the ring. So a boundary that overlaps its own
+// look-alike in a preamble is missed, here the pattern --B-C in the body --B--B-C:
 //
-//   search_first   the first boundary. What was put back comes after older bytes that still wait, so some near
-//                  misses change the order in which the bytes in front of it are compared. The search only skips
-//                  bytes at which no match begins, and leaves the rest to match_here
-//   search_next    every later one. Its pattern contains a carriage return at its start only: no near miss can hide
-//                  the beginning of a match, so any exact search finds the same place
+//     output   ring     input
+//                       --B--B-C     the fifth byte is "-", not "C"
+//     -        -B--     B-C          the second byte is "B", not "-": it goes after the two that still wait
+//     --       --B      B-C          the fourth byte is "B", not "-"
+//     ---      -BB      -C           and the boundary cannot be found any more
 //
-//   a block:  | passed on to the output ...              | may begin a boundary |
-//                                                        ^ kept at hand until more bytes have arrived
+// Only the first boundary can be missed like that, and clients send nothing in front of it. The quirk is kept
+// because the rule fixes the result for every body.
+//
+// match_here follows the rule literally. That takes several steps a byte, so while the ring is empty two
+// searches pass whole runs of bytes to the output, always the same bytes as the rule would:
+//
+//   search_first   the first boundary. Skips bytes at which no match begins and leaves the rest to
+//                  match_here, as a near miss can change the order of the bytes
+//   search_next    every later one. Its pattern has a carriage return at its start and nowhere else, so no
+//                  near miss can hide the beginning of a match, and any exact search finds the same place
+//
+// Both keep what may be the start of a boundary until more input has arrived:
+//
+//     at hand:  | passed to the output ...                 | may start a boundary |
 
 #include "cgi/boundary_search.hpp"
 
@@ -29,7 +41,7 @@ namespace {
 
 constexpr std::size_t longest_pattern_size = 1024;
 
-// Writes the bytes before a boundary: into the file, into memory, or nowhere.
+// Writes the bytes in front of a boundary to the file, to memory or nowhere, and counts them.
 class body_writer {
  public:
   explicit body_writer(const cgiBodyOutput& output) : output_(output) {}
@@ -47,10 +59,10 @@ class body_writer {
     length_ += bytes.size();
   }
 
-  // cgiParseSuccess until something could not be written.
+  // cgiParseSuccess until a write failed.
   [[nodiscard]] cgiParseResultType result() const { return result_; }
 
-  // Flushes the file. Sets length to the number of bytes written; leaves it alone after an error.
+  // Flushes the file. Stores the number of bytes written in `length`, which stays unchanged after an error.
   cgiParseResultType finish(std::int32_t& length) {
     if (output_.file != nullptr && std::fflush(output_.file) != 0) result_ = cgiParseIO;
     if (result_ == cgiParseSuccess) length = static_cast<std::int32_t>(length_);
@@ -63,9 +75,11 @@ class body_writer {
   cgiParseResultType result_ = cgiParseSuccess;
 };
 
+// What one step of a search came to: the boundary is taken off the stream, the search continues, or the body
+// has ended.
 enum class search_step { found, go_on, ended };
 
-// Takes the bytes that the pattern begins with off the stream, as far as both agree. Returns how many.
+// Takes the bytes that equal the start of the pattern off the stream. Returns how many.
 std::size_t take_matching(cgiBodyStream& stream, std::string_view pattern) {
   std::size_t matched = 0;
   while (matched < pattern.size()) {
@@ -81,10 +95,7 @@ std::size_t take_matching(cgiBodyStream& stream, std::string_view pattern) {
   return matched;
 }
 
-// Compares what comes next with the pattern. When they differ, one byte goes to the output and the others are
-// put back, the one that differed at the end. Bytes that are put back while older ones still wait come after these:
-// so a boundary that overlaps a near miss of itself may be missed. Clients send nothing in front of
-// the first boundary, where alone this can happen.
+// One step of the rule above.
 search_step match_here(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::size_t matched = take_matching(stream, pattern);
   if (matched == pattern.size()) return search_step::found;
@@ -100,15 +111,21 @@ search_step match_here(cgiBodyStream& stream, std::string_view pattern, body_wri
   return search_step::go_on;
 }
 
-// Passes the next bytes at hand on to the output.
+// Moves the next `count` bytes at hand to the output.
 void pass_on(cgiBodyStream& stream, std::size_t count, body_writer& output) {
   output.write(cgiBodyAtHand(stream).substr(0, count));
   cgiBodySkip(stream, count);
 }
 
-// The search for the first boundary while nothing is put back: passes on, in one go, what match_here would pass
-// on byte by byte. The run of equal bytes that the pattern begins with decides: a shorter run begins no boundary;
-// of a longer one only the end can, and only in front of the right byte.
+// The search for the first boundary while the ring is empty. It looks at the run of equal bytes that starts
+// the pattern, because only there the rule can begin a match. For "--B" that is "--":
+//
+//     -x       the run is shorter: no match begins in it
+//     ----x    only its last two bytes could begin a match, but the next byte is wrong
+//     ----B    a match may begin two bytes before the end of the run: match_here compares the rest
+//     ----|    the run ends with the bytes at hand: keep two and read more
+//
+// A pattern that is nothing but such a run (only_run) matches at the run's start.
 search_step search_first(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::string_view bytes = cgiBodyAtHand(stream);
   if (bytes.empty()) return search_step::ended;
@@ -127,7 +144,7 @@ search_step search_first(cgiBodyStream& stream, std::string_view pattern, body_w
   return !run_may_go_on || cgiBodyReadMore(stream) ? search_step::go_on : search_step::ended;
 }
 
-// The search for a later boundary while nothing is put back.
+// The search for a later boundary while the ring is empty.
 search_step search_next(cgiBodyStream& stream, std::string_view pattern, body_writer& output) {
   const std::string_view bytes = cgiBodyAtHand(stream);
   if (bytes.empty()) return search_step::ended;
@@ -137,11 +154,12 @@ search_step search_next(cgiBodyStream& stream, std::string_view pattern, body_wr
     cgiBodySkip(stream, pattern.size());
     return search_step::found;
   }
-  // A boundary may have begun in the last bytes.
+  // The last bytes may be the start of a boundary: keep one less than its length.
   if (bytes.size() >= pattern.size()) pass_on(stream, bytes.size() - pattern.size() + 1, output);
   return cgiBodyReadMore(stream) ? search_step::go_on : search_step::ended;
 }
 
+// Searches until the boundary is found, the body ends or the output fails.
 cgiParseResultType find_boundary(cgiBodyStream& stream, cgiBoundary which, body_writer& output) {
   static fixed_text<longest_pattern_size> text;
   text.print("\r\n--%s", cgiMultipartBoundary);
@@ -159,7 +177,7 @@ cgiParseResultType find_boundary(cgiBodyStream& stream, cgiBoundary which, body_
   return step == search_step::found ? cgiParseSuccess : cgiParseIO;
 }
 
-// The two bytes after a boundary: a line end, or the start of the closing mark, which is left to the end test.
+// Takes the two bytes after a boundary: the line end, or "--", which is put back for the caller's end test.
 cgiParseResultType take_boundary_end(cgiBodyStream& stream) {
   std::array<char, 2> bytes;
   if (cgiBodyRead(stream, bytes) < bytes.size()) return cgiParseIO;

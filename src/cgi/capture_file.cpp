@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t chunk_size = 1024;
 
-// The writers and readers of single fields return false when a field could not be written or read whole.
+// The functions for single fields return false when the field could not be written or read completely.
 
 bool write_bytes(std::FILE* capture, const void* bytes, std::size_t count) {
   return std::fwrite(bytes, 1, count, capture) == count;
@@ -34,6 +34,7 @@ bool write_text(std::FILE* capture, std::string_view text) {
          write_bytes(capture, text.data(), text.size());
 }
 
+// Writes the 1 and the content of an upload, or the 0 of a field without content.
 bool write_content(std::FILE* capture, const char* path) {
   const unique_file content = *path != '\0' ? open_for_reading(path) : nullptr;
   if (!write_number(capture, content ? 1 : 0)) return false;
@@ -62,7 +63,7 @@ bool write_request(std::FILE* capture) {
   return true;
 }
 
-// A number that is cut leaves the old one.
+// Leaves `number` unchanged when the file ends inside it.
 bool read_number(std::FILE* capture, std::int32_t& number) {
   std::int32_t whole = 0;
   if (std::fread(&whole, sizeof whole, 1, capture) != 1) return false;
@@ -70,7 +71,8 @@ bool read_number(std::FILE* capture, std::int32_t& number) {
   return true;
 }
 
-// Reads a text into an array that is empty. Also false without memory.
+// Reads a string into an empty array. Byte by byte, so that a length that the file only claims allocates
+// nothing.
 bool read_bytes(std::FILE* capture, growing_array<char>& text) {
   std::int32_t length = 0;
   if (!read_number(capture, length) || length < 0) return false;
@@ -85,7 +87,7 @@ std::string_view view_of(const growing_array<char>& text) {
   return {text.items().data(), text.items().size()};
 }
 
-// Null when the text is not there whole, and without memory.
+// Reads a string as a text of our own. Null when the file ends inside it, and without memory.
 cgiText read_text(std::FILE* capture) {
   growing_array<char> text;
   return read_bytes(capture, text) ? cgiCopyText(view_of(text)) : nullptr;
@@ -100,7 +102,8 @@ bool read_variables(std::FILE* capture) {
   return read_number(capture, cgiContentLength);
 }
 
-// Moves the content of an upload into its temporary file. A full disk must not pass for a whole file.
+// Copies the content of an upload from the capture into its temporary file. A write that fails, fclose
+// included, is an error: a full disk must not leave a file that looks complete.
 bool read_content(std::FILE* capture, std::int32_t length, const temp_file& temporary) {
   if (temporary.path().empty() || length < 0) return false;
   unique_file content = open_for_update(temporary.path().c_str());
@@ -115,7 +118,7 @@ bool read_content(std::FILE* capture, std::int32_t length, const temp_file& temp
   return std::fclose(content.release()) == 0;
 }
 
-// The texts of an entry, as they are read.
+// The texts of the entry that is being read.
 struct entry_texts {
   growing_array<char> name;
   growing_array<char> value;
@@ -136,7 +139,7 @@ cgiEnvironmentResultType append_entry(const entry_texts& texts, std::string_view
   return made ? cgiEnvironmentSuccess : cgiEnvironmentMemory;
 }
 
-// Reads what follows an entry's name.
+// Reads the part of an entry that follows its name, and appends the entry to the list.
 cgiEnvironmentResultType read_entry(std::FILE* capture, entry_texts& texts) {
   std::int32_t length = 0;
   std::int32_t has_content = 0;
@@ -152,7 +155,7 @@ cgiEnvironmentResultType read_entry(std::FILE* capture, entry_texts& texts) {
   return result;
 }
 
-// The list has no end mark: it ends where the name of another entry cannot be read, for whatever reason.
+// The list has no end mark. It ends where the name of another entry cannot be read, for whatever reason.
 cgiEnvironmentResultType read_entries(std::FILE* capture) {
   for (;;) {
     entry_texts texts;
@@ -167,7 +170,7 @@ cgiEnvironmentResultType read_entries(std::FILE* capture) {
 cgiEnvironmentResultType cgiWriteEnvironment(const char* path) {
   unique_file capture = open_for_writing(path, write_mode::replace);
   if (!capture) return cgiEnvironmentIO;
-  set_blocking(fileno(capture.get()));  // a slow reader of a pipe gets the whole request
+  set_blocking(fileno(capture.get()));  // so that a slow reader of a pipe gets everything
   const bool written = write_request(capture.get());
   if (std::fclose(capture.release()) == 0 && written) return cgiEnvironmentSuccess;
   delete_regular_file(path);

@@ -1,4 +1,4 @@
-// The request layer in one include: all that a CGI program of its own needs. docs/cgi.md tells it in words.
+// The whole request layer in one include, for a CGI program of its own. docs/cgi.md describes it.
 
 #pragma once
 

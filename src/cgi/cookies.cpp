@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::size_t number_text_size = 256;
 
-// The value of the first pair of that name. White space at the very start of the cookie text and around "="
-// counts as part of the pair: it is skipped after a ";" only.
+// The value of the first pair of that name. White space at the start of the cookie text and around "=" is
+// part of the name or value; only white space after a ";" is skipped.
 std::optional<std::string_view> find_cookie(std::string_view name) {
   std::string_view text = cgiCookie;
   while (!text.empty()) {
@@ -30,13 +30,16 @@ std::optional<std::string_view> find_cookie(std::string_view name) {
   return std::nullopt;
 }
 
-// Returns false when there is no memory for the copy.
+// Stores a copy of a name in the slot and moves on to the next one; an empty name is left out. Returns false
+// without memory.
 bool append_name(char**& slot, std::string_view name) {
   if (name.empty()) return true;
   *slot = cgiCopyText(name).release();
   return *slot++ != nullptr;
 }
 
+// Copies every name. A pair ends at the first ";" after its "=", so one without "=" runs on into the next
+// pair: "a; b=1" has the one name "a; b". Returns false without memory.
 bool copy_names(std::string_view text, char** slot) {
   while (!text.empty()) {
     text = skip_space(text);
@@ -68,7 +71,7 @@ cgiFormResultType cgiCookieInteger(const char* name, int* result, int defaultVal
 
 cgiFormResultType cgiCookies(char*** result) {
   const std::string_view text = cgiCookie;
-  // A slot for each "=", one for a last name without any, and the null end.
+  // A slot for each "=", one for a last name without "=", and one for the null pointer at the end.
   const auto slots = static_cast<std::size_t>(std::ranges::count(text, '=')) + 2;
   *result = new (std::nothrow) char* [slots] {};
   if (*result == nullptr) return cgiFormMemory;

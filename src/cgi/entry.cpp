@@ -25,13 +25,19 @@ constexpr trace_log request_log{"/tmp/dbgCGI.log", command_size};
 constexpr std::size_t content_type_size = 1024;
 constexpr int undecodable_request = -1;
 
+// The value of an environment variable, empty when it is not set.
 const char* variable(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
 }
 
-// Cuts the content type at its first ";" and finds the boundary. Each ";" up to the boundary's own parameter
-// ends the text before it; quotes around the boundary stay, and so does a ";" right after it.
+// Splits CONTENT_TYPE in place into the type and the boundary:
+//
+//     multipart/form-data; charset=x; boundary=AbC; q
+//     └ cgiContentType   \0         \0         └ cgiMultipartBoundary, "AbC;", up to the next white space
+//
+// Quotes around the boundary and a ";" directly after it stay part of it. When the body's boundaries lack
+// them, the request has no fields.
 void capture_content_type() {
   static constinit fixed_text<content_type_size> buffer;
   constexpr std::string_view boundary_name = "boundary=";
@@ -57,8 +63,8 @@ void capture_environment() {
   cgiContentLength = leading_number(variable("CONTENT_LENGTH"));
 }
 
-// The announced length is only a promise: a length for which there is no memory, and a body that ends before
-// it, are failures.
+// CONTENT_LENGTH is only a claim. A length for which there is no memory and a body that is shorter are
+// failures.
 cgiParseResultType decode_urlencoded_body() {
   if (cgiContentLength == 0) return cgiParseSuccess;
   if (cgiContentLength < 0) return cgiParseMemory;
@@ -93,9 +99,9 @@ int refuse_form_data() {
   return undecodable_request;
 }
 
-// Looks for the request's command in every field whose name contains "CMD", up to the first one that is not a
-// firmware update, and notes whether the link is to be restarted at the end. The dispatcher is stricter: it
-// takes the field that is named exactly so, with letter case.
+// Decides whether the link is restarted at the end of the request: yes, unless every field whose name
+// contains "CMD" requests a firmware update, or there is no such field. Logs these fields, up to the first
+// that decides. The dispatcher is stricter: it takes the field named exactly "CMD".
 void scan_commands() {
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
     if (std::strstr(entry->name(), "CMD") == nullptr) continue;
@@ -126,7 +132,7 @@ int cgiServeRequest(const cgiHooks& hooks) {
   capture_environment();
   if (decode_form_data() != cgiParseSuccess) return refuse_form_data();
   trace_request();
-  // Readers of this log know the four characters after the blank as they stand.
+  // The log's readers know the text "_%p_" literally: no pointer is printed.
   request_log.line("\tAbout to Call cgiMain() _%%p_");
   static_cast<void>(hooks.main());
   cgiFreeResources();

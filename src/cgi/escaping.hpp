@@ -1,5 +1,5 @@
-// Escaping writers: print text to cgiOut so that it can stand in an HTML page. Every byte that is not named
-// here is written as it is, bytes of 128 and above and zero bytes within a counted text included.
+// Escaping writers: print text to cgiOut as a part of an HTML page. They write every byte that is not named
+// here unchanged, also bytes of 128 and above, and zero bytes of a counted text.
 
 #pragma once
 
@@ -7,12 +7,11 @@
 
 #include "cgi/form_entry.hpp"
 
-// Page text: "<", "&" and ">" become "&lt;", "&amp;" and "&gt;". The double quote stays.
-// All four writers return cgiFormSuccess, or cgiFormIO when a byte could not be written: what was written
-// before it stays written, the rest is not.
+// Text between tags: "<", "&" and ">" become "&lt;", "&amp;" and "&gt;". The double quote is not escaped. All
+// four functions return cgiFormSuccess, or cgiFormIO when a byte could not be written; they stop there.
 cgiFormResultType cgiHtmlEscapeData(const char* data, std::size_t length);
 cgiFormResultType cgiHtmlEscape(const char* text);
 
-// The inside of a double-quoted attribute value: the double quote becomes "&#34;", all else stays.
+// The value of a double-quoted attribute: the double quote becomes "&#34;", nothing else is escaped.
 cgiFormResultType cgiValueEscapeData(const char* data, std::size_t length);
 cgiFormResultType cgiValueEscape(const char* text);

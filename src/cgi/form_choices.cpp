@@ -5,7 +5,7 @@
 
 namespace {
 
-// The index of the choice that the field holds; count when it holds none.
+// The index of the choice that equals the field's value, or `count` when none does.
 int find_choice(const cgiFormEntry& entry, const char* const* choices, int count) {
   int index = 0;
   while (index < count && std::strcmp(choices[index], entry.value()) != 0) ++index;

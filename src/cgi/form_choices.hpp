@@ -1,12 +1,12 @@
-// Form choices: compare form fields with a list of choices, byte for byte. A choice is known by its index in
-// the list; of equal choices the first counts.
+// Form choices: compare the values of form fields with a list of choices, byte for byte. The result is an
+// index into that list; of equal choices the first counts.
 
 #pragma once
 
 #include "cgi/form_entry.hpp"
 
-// Stores the index of the choice that the first field of that name holds.
-// Returns cgiFormSuccess, or with the default cgiFormNoSuchChoice, cgiFormNotFound.
+// Stores the index of the choice that equals the value of the first field of that name. Returns
+// cgiFormSuccess. Stores the default and returns cgiFormNoSuchChoice or cgiFormNotFound.
 cgiFormResultType cgiFormSelectSingle(const char* name, const char* const* choices, int count, int* result,
                                       int defaultValue);
 
@@ -14,8 +14,9 @@ cgiFormResultType cgiFormSelectSingle(const char* name, const char* const* choic
 cgiFormResultType cgiFormRadio(const char* name, const char* const* choices, int count, int* result,
                                int defaultValue);
 
-// Sets the flag of every choice that some field of that name holds to 1, the others to 0, and counts the
-// fields that hold none in `invalid`. Returns cgiFormSuccess, or cgiFormNotFound when no field held a choice.
+// Sets the flag of every choice that equals the value of a field of that name to 1 and all others to 0.
+// Stores in `invalid` how many fields equal no choice. `flags` has `count` items. Returns cgiFormSuccess, or
+// cgiFormNotFound when no field equals a choice.
 cgiFormResultType cgiFormSelectMultiple(const char* name, const char* const* choices, int count, int* flags,
                                         int* invalid);
 
@@ -23,5 +24,5 @@ cgiFormResultType cgiFormSelectMultiple(const char* name, const char* const* cho
 cgiFormResultType cgiFormCheckboxMultiple(const char* name, const char* const* choices, int count, int* flags,
                                           int* invalid);
 
-// Returns cgiFormSuccess when there is a field of that name, whatever it holds, else cgiFormNotFound.
+// Returns cgiFormSuccess when there is a field of that name, whatever its value, else cgiFormNotFound.
 [[nodiscard]] cgiFormResultType cgiFormCheckboxSingle(const char* name);

@@ -12,9 +12,10 @@
 
 namespace {
 
+// The tail of the list, which makes appending take constant time.
 constinit cgiFormEntry* last_entry = nullptr;
 
-// The shared search: the entry it goes on with, and the name sought.
+// The shared search: the entry it continues with, and the name.
 constinit const cgiFormEntry* search_position = nullptr;
 constinit const char* search_name = "";
 
@@ -34,6 +35,7 @@ bool cgiNewEntry::begin(const cgiEntryTexts& texts, std::size_t expected_length)
                               texts.tfileName.size() + expected_length;
   std::uint32_t name_place = sizeof(cgiFormEntry);
   block_.shrink(0);
+  // One allocation for all: the fixed part, the texts with their five terminators, and the value expected.
   return block_.reserve(sizeof(cgiFormEntry) + lengths + ends) &&
          block_.extend(sizeof(cgiFormEntry)).size() == sizeof(cgiFormEntry) &&
          add_text(texts.name, name_place) && add_text(texts.fileName, record_.file_name_place) &&

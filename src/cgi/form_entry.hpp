@@ -1,9 +1,13 @@
 // Form entries: every field of a request, however it arrived, is one cgiFormEntry in one list.
-//   order   as the fields stand in the input; names need not be unique, lookups take the first match
+//   order   that of the input; several fields may have the same name, and lookups find the first
 //   owner   the list owns its entries, an entry owns its texts and its temporary file
-//   memory  an entry is one block: the record, followed by its texts. Very many tiny fields take some 24 times
-//           the size of the request
-//   life    filled by exactly one decoder, or from a capture file; released once by cgiFreeResources
+//   life    filled by exactly one decoder or from a capture file, released once by cgiFreeResources
+//   memory  one block an entry, the record and its five texts, each terminated:
+//
+//             | cgiFormEntry | name\0 | fileName\0 | contentType\0 | tfileName\0 | value\0 |
+//
+// One block, because a request may consist of very many tiny fields: they take about 24 times the size of the
+// request.
 
 #pragma once
 
@@ -14,26 +18,29 @@
 
 #include "base/growing_array.hpp"
 
-// A zero-terminated text of our own; null when there was no memory for it.
+// A zero-terminated text that we allocated. Null when there was no memory for it.
 using cgiText = std::unique_ptr<char[]>;
 
+// One decoded field.
 struct cgiFormEntry {
-  // Decoded. Each text is zero-terminated and lives as long as its entry.
+  // The decoded name, empty when a multipart part has none. All five texts are zero-terminated and live as
+  // long as the entry.
   [[nodiscard]] const char* name() const { return text_at(sizeof(cgiFormEntry)); }
-  // Decoded; empty for an uploaded file.
+  // The decoded value, empty for an uploaded file.
   [[nodiscard]] const char* value() const { return text_at(value_place); }
-  // The client's name of an uploaded file, else empty.
+  // The name that the client gave an uploaded file, else empty.
   [[nodiscard]] const char* fileName() const { return text_at(file_name_place); }
-  // Of a multipart part, else empty.
+  // The content type of a multipart part, else empty.
   [[nodiscard]] const char* contentType() const { return text_at(content_type_place); }
-  // Path of the temporary file of an upload, else empty.
+  // The path of the temporary file of an upload, else empty.
   [[nodiscard]] const char* tfileName() const { return text_at(temporary_name_place); }
 
   cgiFormEntry* next;  // null in the last entry
-  // url-encoded: the length of the value up to its first zero byte; multipart: the number of body bytes
+  // The length of the value in bytes. url-encoded: up to its first zero byte; multipart: all bytes of the
+  // body, for an upload the size of its file.
   std::int32_t valueLength;
 
-  // Where the other texts begin in the entry's block, in bytes; the name follows the record.
+  // The offsets of the other texts in the entry's block, in bytes. The name follows the record.
   std::uint32_t file_name_place;
   std::uint32_t content_type_place;
   std::uint32_t temporary_name_place;
@@ -45,14 +52,14 @@ struct cgiFormEntry {
   }
 };
 
-// What a body decoder returns.
+// The results of a body decoder.
 enum cgiParseResultType {
   cgiParseSuccess,  // 0: all fields are in the list
   cgiParseMemory,   // 1: there was no memory for a field
   cgiParseIO,       // 2: the input ended early or is malformed
 };
 
-// What the readers of form fields and cookies return.
+// The results of the functions that read form fields, uploads and cookies, and of those that escape text.
 enum cgiFormResultType {
   cgiFormSuccess,        // 0: done
   cgiFormTruncated,      // 1: the text was cut to fit the caller's buffer
@@ -70,10 +77,10 @@ enum cgiFormResultType {
   cgiFormEOF,            // 13: no more data in the upload
 };
 
-// A copy of the text, zero-terminated; null when there is no memory.
+// A zero-terminated copy of the text. Null without memory.
 [[nodiscard]] cgiText cgiCopyText(std::string_view text);
 
-// All texts of an entry but its value.
+// All texts of an entry except its value.
 struct cgiEntryTexts {
   std::string_view name;
   std::string_view fileName = {};
@@ -81,25 +88,25 @@ struct cgiEntryTexts {
   std::string_view tfileName = {};
 };
 
-// An entry in the making. Its value grows at the end of the entry's own block, so a large one is never copied.
+// Builds an entry. The value grows at the end of the entry's own block, so a large one is never copied.
 class cgiNewEntry {
  public:
-  // Begins an entry of these texts and an empty value, which is expected to become that long. False when there is no
-  // memory.
+  // Starts an entry with these texts and an empty value. `expected_length` is the length that the value will
+  // probably have; memory for it is reserved. Returns false without memory.
   [[nodiscard]] bool begin(const cgiEntryTexts& texts, std::size_t expected_length);
 
-  // Takes the bytes of the value at its end.
+  // The block: append the bytes of the value to it.
   [[nodiscard]] growing_array<char>& block() { return block_; }
 
-  // The value so far.
+  // The value so far, not terminated yet.
   [[nodiscard]] std::string_view value() const;
 
-  // Ends the value and appends the entry to the list, in constant time. Returns cgiParseSuccess, or cgiParseMemory
-  // with the list as it was.
+  // Terminates the value and appends the entry to the list, in constant time. Returns cgiParseSuccess, or
+  // cgiParseMemory; the list is then unchanged.
   [[nodiscard]] cgiParseResultType append_to_list(std::int32_t valueLength);
 
  private:
-  // Both false when the block has outgrown a place's numbers; add_text also without memory.
+  // Both return false when an offset no longer fits 32 bits. add_text also without memory.
   bool place_next_text(std::uint32_t& place);
   bool add_text(std::string_view text, std::uint32_t& place);
 
@@ -107,18 +114,18 @@ class cgiNewEntry {
   cgiFormEntry record_{};
 };
 
-// The first entry, or the next one after the last found, whose name equals the given one byte for byte; null
-// when there is none. Both keep their place in one shared search position: it stands after the entry found,
-// or at the end of the list. The name must outlive the search.
+// Finds the first entry with this name, compared byte for byte, or the next one after the entry found last.
+// Null when there is none. Both use one process-wide search position, so two searches cannot be interleaved.
+// The name must stay valid during the search.
 [[nodiscard]] const cgiFormEntry* cgiFindFirstEntry(const char* name);
 [[nodiscard]] const cgiFormEntry* cgiFindNextEntry();
 
-// Releases the whole list and deletes the temporary files it names. With cgiRestored the captured variables
-// become empty too.
+// Releases the whole list and deletes its temporary files. When cgiRestored is 1 it also makes the captured
+// variables empty.
 void cgiFreeResources();
 
-// Deletes the temporary files of the list, and the one that is still arriving. Async-signal-safe.
+// Deletes the temporary files of the list and the one that is being received. Async-signal-safe.
 void cgiDeleteTemporaryFiles();
 
-// 1 when both texts are equal without regard to the case of ASCII letters, else 0.
+// Returns 1 when both texts are equal without regard to the case of ASCII letters, else 0.
 [[nodiscard]] int cgiStrEqNc(const char* left, const char* right);

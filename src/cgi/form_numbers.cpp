@@ -11,7 +11,7 @@ constexpr std::string_view space_before_numbers = " \n\r\t";
 constexpr std::string_view integer_starts = "0123456789-+";
 constexpr std::string_view double_starts = "0123456789-+.";
 
-// Finds the field's value and tells whether it begins like a number.
+// Finds the field's value, and checks whether it starts like a number.
 cgiFormResultType find_number(const char* name, std::string_view starts, const char*& value) {
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
   if (entry == nullptr) return cgiFormNotFound;
@@ -24,6 +24,7 @@ cgiFormResultType find_number(const char* name, std::string_view starts, const c
 }
 
 template <typename Number>
+// Clamps the number that was read. A default is left alone.
 cgiFormResultType clamp_found(cgiFormResultType found, Number* result, Number min, Number max) {
   if (found != cgiFormSuccess) return found;
   const Number read = *result;

@@ -8,15 +8,18 @@ namespace {
 
 constexpr std::size_t longest_parameter_name = 1023;
 
+// Copies the text into the buffer, cut and terminated.
 void copy_cut(std::string_view text, std::span<char> buffer) {
   bounded_text{buffer}.add(text);
 }
 
+// Takes the line feed after a carriage return, if there is one.
 void skip_line_feed(cgiBodyStream& stream) {
   char byte = '\0';
   if (cgiBodyReadByte(stream, byte) && byte != '\n') cgiBodyPutBack(stream, {&byte, 1});
 }
 
+// Takes white space off the stream, line ends included.
 void skip_space_of(cgiBodyStream& stream) {
   char byte = '\0';
   while (cgiBodyReadByte(stream, byte)) {
@@ -26,8 +29,10 @@ void skip_space_of(cgiBodyStream& stream) {
   }
 }
 
-// Takes the next text of a header value, quoted or not, off its front; what is left begins with a ";" or is
-// empty.
+// Takes a text, quoted or not, off the front of the header value and skips to the next ";". What is left
+// starts with that ";" or is empty.
+//
+//     "a;b" x; name=...    text a;b    left  ; name=...
 std::string_view take_header_text(std::string_view& rest) {
   const bool quoted = rest.starts_with('"');
   if (quoted) rest.remove_prefix(1);
@@ -37,6 +42,7 @@ std::string_view take_header_text(std::string_view& rest) {
   return text;
 }
 
+// Takes the letters and digits in front of the "=".
 std::string_view take_parameter_name(std::string_view& rest) {
   const auto* end = std::ranges::find_if_not(rest, is_letter_or_digit);
   const std::string_view name = rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
@@ -63,7 +69,7 @@ cgiParseResultType cgiReadHeaderLine(cgiBodyStream& stream, std::span<char> name
       in_value = true;
       skip_space_of(stream);
     } else if (!is_space(byte)) {
-      // A line that begins with a ":" has no value: every ":" of it belongs to the name.
+      // A line that starts with ":" has no value. All its ":" belong to the name.
       colon_seen = colon_seen || byte == ':';
       to_name.add(byte);
     }

@@ -1,4 +1,4 @@
-// Header lines: the lines in front of a part of a multipart body, and the parameters in their values.
+// Header lines: the lines in front of each part of a multipart body, and the parameters in their values.
 
 #pragma once
 
@@ -8,22 +8,29 @@
 #include "cgi/body_stream.hpp"
 #include "cgi/form_entry.hpp"
 
-// Reads one header line into two zero-terminated texts: the name without its white space, and the value after
-// the first ":" and the white space that follows it, be it line ends. A line that begins with a ":" is all
-// name. What a buffer cannot hold is dropped.
-// Returns cgiParseSuccess when both are there, else cgiParseIO, as at the empty line that ends the headers.
+// Reads one header line into two zero-terminated texts: the name without any white space in it, and the value
+// after the first ":" and the white space after that. What does not fit a buffer is dropped. Two quirks: this
+// white space may be line ends, so an empty value takes the next line as its value; and a line that starts
+// with ":" has no value.
+//
+//     Content-Type: text/plain     "Content-Type"   "text/plain"
+//     X-Empty:
+//     Content-Type: text/plain     "X-Empty"        "Content-Type: text/plain"
+//
+// Returns cgiParseSuccess when both texts have a byte, else cgiParseIO: so at the empty line after the
+// headers.
 [[nodiscard]] cgiParseResultType cgiReadHeaderLine(cgiBodyStream& stream, std::span<char> name,
                                                    std::span<char> value);
 
-// One parameter of a header value: its name, in any letter case, and the buffer for what it is set to.
+// A parameter to look for in a header value: its name, in any letter case, and the buffer for its value.
 struct cgiHeaderParameter {
   std::string_view name;
   std::span<char> value;
 };
 
-// Splits a header value such as `form-data; name="file"` into its main value and the values of the parameters
-// asked for, zero-terminated and cut to their buffers; a parameter that is not there leaves an empty text, and a
-// buffer of no bytes is left alone. Quotes around a text are taken off, and protect a ";" inside; white space
-// in front of a ";" stays. There are no escape characters.
+// Splits a header value such as `form-data; name="file"` into its main value and the values of the given
+// parameters, each zero-terminated and cut to its buffer. The value of a missing parameter is empty. A buffer
+// of 0 bytes is not written. Quotes around a text are removed, and a ";" inside them does not end it. White
+// space in front of a ";" stays. There are no escape characters.
 void cgiSplitHeaderValue(std::string_view header, std::span<char> main,
                          std::span<const cgiHeaderParameter> parameters);

@@ -21,7 +21,7 @@ constexpr std::size_t part_text_size = 1024;
 constexpr std::size_t first_value_size = 31;
 constexpr std::int32_t firmware_command_length = 15;  // of UPDATE_FIRMWARE
 
-// The end test in front of each part: the body is at its end, or says so.
+// The test before each part: true when the body has ended or "--" closes it.
 bool body_ends(cgiBodyStream& stream) {
   std::array<char, 2> bytes;
   if (cgiBodyRead(stream, bytes) < bytes.size()) return true;
@@ -31,7 +31,7 @@ bool body_ends(cgiBodyStream& stream) {
   return false;
 }
 
-// What the headers of one part say.
+// What the headers of one part contain.
 struct part_headers {
   fixed_text<part_text_size> disposition;
   fixed_text<part_text_size> name;
@@ -46,6 +46,7 @@ cgiEntryTexts texts_of(const part_headers& part, std::string_view temporary_name
           .tfileName = temporary_name};
 }
 
+// Reads the headers up to the empty line after them. Headers other than these two are ignored.
 void read_headers(cgiBodyStream& stream, part_headers& part) {
   fixed_text<part_text_size> name;
   fixed_text<part_text_size> value;
@@ -60,9 +61,9 @@ void read_headers(cgiBodyStream& stream, part_headers& part) {
   }
 }
 
-// Reads the body of a field. When it has the length of the command for a firmware update, the services that an
-// update needs out of the way are stopped while the image is still arriving; the content is not looked at, so
-// any field or file of that length does it.
+// Reads the body of a part. When it is as long as the command UPDATE_FIRMWARE, stops the services that an
+// update needs out of the way, while the image is still arriving. Quirk: only the length is compared, so any
+// field or file of 15 bytes does it too.
 cgiParseResultType read_body(cgiBodyStream& stream, const cgiBodyOutput& output, std::int32_t& length) {
   const cgiParseResultType result = cgiReadToBoundary(stream, cgiBoundary::next, output, length);
   if (length == firmware_command_length) {
@@ -82,7 +83,7 @@ cgiParseResultType read_plain_field(cgiBodyStream& stream, const part_headers& p
 cgiParseResultType read_into(temp_file& temporary, cgiBodyStream& stream, const part_headers& part) {
   cgiNewEntry entry;
   if (!entry.begin(texts_of(part, temporary.path().view()), 0)) return cgiParseMemory;
-  // One that cannot be opened again stays empty, and the content goes to memory as that of a plain field.
+  // When the file cannot be opened again it stays empty, and the content goes to memory like a plain field's.
   unique_file content = open_for_update(temporary.path().c_str());
   std::int32_t length = 0;
   cgiParseResultType result = read_body(stream, {.file = content.get(), .memory = &entry.block()}, length);
@@ -95,12 +96,14 @@ cgiParseResultType read_into(temp_file& temporary, cgiBodyStream& stream, const 
 cgiParseResultType read_upload(cgiBodyStream& stream, const part_headers& part) {
   temp_file temporary{cgiTemporaryFiles};
   if (temporary.path().empty()) return cgiParseIO;
+  // The file is not in the list yet: our abort handler must find it to delete it.
   cgiArrivingFile = temporary.path().c_str();
   const cgiParseResultType result = read_into(temporary, stream, part);
   cgiArrivingFile = nullptr;
   return result;
 }
 
+// Reads one part: a plain field, or an upload when it has a file name. Skips a part that is not form-data.
 cgiParseResultType read_part(cgiBodyStream& stream) {
   part_headers part;
   read_headers(stream, part);
@@ -114,7 +117,7 @@ cgiParseResultType read_part(cgiBodyStream& stream) {
 }  // namespace
 
 cgiParseResultType cgiParsePostMultipartInput() {
-  // Too large for the stack of a server that limits it.
+  // On the heap: some servers limit the stack.
   const std::unique_ptr<cgiBodyStream> stream{new (std::nothrow) cgiBodyStream{}};
   if (!stream) return cgiParseMemory;
   std::int32_t length = 0;

@@ -1,5 +1,5 @@
-// The request state: what one request brought with it. Filled once by cgiServeRequest and read by all; one
-// process serves one request, so nothing is ever reset. Only loading a capture file replaces it.
+// The request state: what one request consists of. cgiServeRequest fills it once and everybody reads it. A
+// process serves one request, so nothing is reset; only loading a capture file replaces it.
 
 #pragma once
 
@@ -9,8 +9,8 @@
 
 struct cgiFormEntry;
 
-// The captured CGI variables. Each points at the environment's own text, or at an empty text when the web
-// server did not set it; none is ever a null pointer. Those of a loaded capture are ours.
+// The captured CGI variables. Each points to the environment's own text, or to an empty text when the web
+// server did not set it, and is never null. A loaded capture makes them point to texts that we own.
 extern const char* cgiServerSoftware;
 extern const char* cgiServerName;
 extern const char* cgiGatewayInterface;
@@ -31,33 +31,35 @@ extern const char* cgiUserAgent;
 extern const char* cgiReferrer;
 extern const char* cgiCookie;
 
-// The content type up to its first ";", and the boundary of a multipart body, empty without one. Both lie in
-// one buffer of 1024 bytes: of a longer CONTENT_TYPE only the first 1023 characters are looked at. A loaded
-// capture has a content type, but leaves the boundary as it was.
+// The content type up to its first ";", and the boundary of a multipart body, empty when there is none. Both
+// are in one buffer of 1024 bytes, so only the first 1023 characters of CONTENT_TYPE count. A loaded capture
+// sets the content type and leaves the boundary unchanged.
 extern const char* cgiContentType;
 extern const char* cgiMultipartBoundary;
 
-// CONTENT_LENGTH as a number, 0 when it is none; for a GET request the length of the query string.
+// CONTENT_LENGTH as a number, 0 when it is not a number. For a GET request, the length of the query string.
 extern std::int32_t cgiContentLength;
 
-// The request body and the answer: standard input and standard output, before any hook runs.
+// The streams of the request body and the answer: stdin and stdout, set before any hook runs.
 extern std::FILE* cgiIn;
 extern std::FILE* cgiOut;
 
-// The pattern of the paths of temporary files: the system replaces the six X at its end. Set by cgiServeRequest.
+// The pattern for the paths of temporary files: mkstemp replaces the six X at its end. Set by
+// cgiServeRequest.
 inline constexpr const char* cgiUsualTemporaryFiles = "/dev/shm/cgi-uploadXXXXXX";
 extern const char* cgiTemporaryFiles;
 
-// The path of the temporary file into which an upload arrives at the moment, null without one.
+// The path of the temporary file of the upload that is being received. Null when there is none.
 extern const char* cgiArrivingFile;
 
-// The head of the form entry list; null while it is empty. Written by the decoders and cgiFreeResources.
+// The head of the form entry list, null while it is empty. Written by the decoders, by loading a capture and
+// by cgiFreeResources.
 extern cgiFormEntry* cgiFormEntryFirst;
 
-// 1 when the texts of the captured variables are ours, which cgiFreeResources then releases, else 0; 0 at
-// start. Set by cgiReadEnvironment, cleared by cgiFreeResources.
+// 1 when the variables point to texts that we own, which cgiFreeResources then releases, else 0. 0 at start.
+// Set by cgiReadEnvironment, cleared by cgiFreeResources.
 extern int cgiRestored;
 
-// 1 when the link is to be restarted at the end of the request, else 0; 0 at start. Set by the scan for CMD
+// 1 when the link must be restarted at the end of the request, else 0. 0 at start. Set by the scan for CMD
 // fields, read by cgiOnClose.
 extern int cgiReconnectOnClose;

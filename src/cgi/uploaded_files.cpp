@@ -11,7 +11,7 @@
 
 namespace {
 
-// Copies one text of the first field of that name; `missing` is the result when it is empty.
+// Copies one text of the first field of that name. `missing` is the result when that text is empty.
 cgiFormResultType copy_text(const char* name, const char* (cgiFormEntry::*text)() const,
                             cgiFormResultType missing, char* result, int max) {
   const cgiFormEntry* entry = cgiFindFirstEntry(name);
@@ -23,7 +23,7 @@ cgiFormResultType copy_text(const char* name, const char* (cgiFormEntry::*text)(
   return whole ? cgiFormSuccess : cgiFormTruncated;
 }
 
-// Finds the first field of that name. Returns cgiFormSuccess when it is an upload, else why there is none.
+// Finds the first field of that name. Returns cgiFormSuccess when it is an upload, else the reason why not.
 cgiFormResultType find_upload(const char* name, const cgiFormEntry*& entry) {
   entry = cgiFindFirstEntry(name);
   if (entry == nullptr) return cgiFormNotFound;

@@ -20,8 +20,8 @@ int hex_value(char byte) {
   return cgiHexValue[static_cast<unsigned char>(byte)];
 }
 
-// Appends the decoded text; false without memory. A byte that is no hexadecimal digit counts as 0 inside an
-// escape, and an escape cut short by the end writes nothing.
+// Appends the decoded text. Returns false without memory. Two quirks: in an escape, a byte that is no
+// hexadecimal digit counts as 0 (%4G is "@"), and an escape that the end of the text cuts short is dropped.
 bool unescape(std::string_view encoded, growing_array<char>& text) {
   const std::size_t start = text.size();
   const std::span<char> room = text.extend(encoded.size());
@@ -40,7 +40,7 @@ bool unescape(std::string_view encoded, growing_array<char>& text) {
   return true;
 }
 
-// Cuts the text before the first of the given bytes off `input`, and returns it. The byte stays in `input`.
+// Takes the text before the first of the given bytes off `input` and returns it. That byte stays in `input`.
 std::string_view take_until(std::string_view& input, std::string_view ends) {
   const std::string_view taken = input.substr(0, input.find_first_of(ends));
   input.remove_prefix(taken.size());
@@ -65,6 +65,7 @@ cgiParseResultType cgiParseFormInput(std::string_view input) {
         !unescape(encoded_value, entry.block())) {
       return cgiParseMemory;
     }
+    // A decoded %00 ends the value for everyone who reads it as a text.
     const std::size_t length = text_before_zero(entry.value()).size();
     const cgiParseResultType result = entry.append_to_list(static_cast<std::int32_t>(length));
     if (result != cgiParseSuccess) return result;

@@ -1,4 +1,4 @@
-// The url-encoded decoder: query strings and bodies of the form name=value&name=value.
+// Decodes url-encoded query strings and bodies: name=value&name=value.
 
 #pragma once
 
@@ -7,10 +7,10 @@
 
 #include "cgi/form_entry.hpp"
 
-// The value of every byte as a hexadecimal digit; 0 for a byte that is none.
+// The value of each byte as a hexadecimal digit, 0 for a byte that is not one.
 extern const std::array<int, 256> cgiHexValue;
 
-// Decodes the bytes and appends one entry a field. An empty name ends decoding with success: what follows it
-// is ignored, the fields before it stay. Returns cgiParseSuccess, or cgiParseMemory with the fields decoded
-// so far in the list.
+// Decodes the bytes and appends an entry for each field. An empty name ends decoding with success: the rest
+// of the input is ignored. Returns cgiParseSuccess, or cgiParseMemory; the fields decoded before that are in
+// the list.
 [[nodiscard]] cgiParseResultType cgiParseFormInput(std::string_view input);

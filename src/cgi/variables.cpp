@@ -4,6 +4,7 @@
 
 namespace {
 
+// The texts of a loaded capture. Null for a variable that points to the environment.
 constinit std::array<cgiText, cgiVariables.size()> restored_texts;
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Captured variables by their names: the texts that the web server gives a request, in the order in which
-// they are captured and stand in a capture file. CONTENT_LENGTH is none of them: it is kept as a number.
+// The captured variables by name: the texts that the web server passes for a request, in the order in which
+// they are captured and saved in a capture file. CONTENT_LENGTH is not among them: it is kept as a number.
 
 #pragma once
 
@@ -10,10 +10,11 @@
 #include "cgi/state.hpp"
 
 struct cgiVariable {
-  const char* name;    // in the environment
-  const char** value;  // of the request
+  const char* name;    // its name in the environment
+  const char** value;  // the request state's variable
 };
 
+// The 20 variables. The capture file depends on their order.
 inline constexpr auto cgiVariables = std::to_array<cgiVariable>({
     {"SERVER_SOFTWARE", &cgiServerSoftware},
     {"SERVER_NAME", &cgiServerName},
@@ -37,8 +38,8 @@ inline constexpr auto cgiVariables = std::to_array<cgiVariable>({
     {"HTTP_COOKIE", &cgiCookie},
 });
 
-// Gives the variable with that index in the table a text that the request state owns from now on.
+// Points the variable at that index of the table to a text that the request state owns from now on.
 void cgiRestoreVariable(std::size_t index, cgiText text);
 
-// Makes every variable empty and releases the texts that the request state owns.
+// Makes all variables empty and releases the texts that the request state owns.
 void cgiReleaseVariables();

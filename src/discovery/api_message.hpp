@@ -1,7 +1,7 @@
-// Device API messages: the texts that units exchange on port 8000, one UDP datagram each.
-//   request   CMD=START&UNIT.ID=<target>{&<key>=<value>}&CMD=END, target ALL, NONE or one unit's serial
-//   reply     <key>=<value> pairs separated by "&", in no particular order, in one or more datagrams
-//   escaping  there is none: a value cannot hold "&", nor "=" where a reader would split it
+// Device API messages: the texts that units exchange over UDP port 8000, one datagram each.
+//   request   CMD=START&UNIT.ID=<target>{&<key>=<value>}&CMD=END; the target is ALL, NONE or a unit's serial
+//   reply     <key>=<value> pairs separated by "&", in any order, in one or more datagrams
+//   escaping  none: a value cannot contain "&"
 
 #pragma once
 
@@ -10,18 +10,20 @@
 
 #include "base/fixed_text.hpp"
 
-// The queries that discovery sends. One addressed to no unit always goes ahead of one to all of them.
+// The queries of discovery. query_none, addressed to no unit, is always sent before one of the others.
 inline constexpr std::string_view query_none = "CMD=START&UNIT.ID=NONE&QUERY.STATUS=TRUE&CMD=END";
 inline constexpr std::string_view query_status = "CMD=START&UNIT.ID=ALL&QUERY.STATUS=TRUE&CMD=END";
 inline constexpr std::string_view query_all = "CMD=START&UNIT.ID=ALL&QUERY.ALL=TRUE&CMD=END";
 
-// Builds a request of at most 2047 bytes.
+// Builds a request of at most 2047 bytes. A text is taken up to its first zero byte.
 class api_request {
  public:
+  // Starts a request to a target: ALL, NONE or a serial.
   explicit api_request(std::string_view target);
+  // Appends a setting.
   void add(std::string_view key, std::string_view value);
 
-  // Closes the request. Returns true when it is whole; one that did not fit must not be sent.
+  // Ends the request. Returns false when it did not fit: it is then incomplete and must not be sent.
   [[nodiscard]] bool finish();
 
   [[nodiscard]] std::string_view text() const { return text_.view(); }
@@ -34,31 +36,33 @@ class api_request {
   bool whole_ = true;
 };
 
-// One pair of a reply; the key is at most 63 bytes, the value at most 62 and otherwise given empty.
+// One pair of a reply. The key has at most 63 bytes. A value over 62 bytes is replaced by an empty one.
 struct reply_pair {
   std::string_view key;
   std::string_view value;
 };
 
+// What take_reply_pair found.
 enum class reply_segment {
-  none,     // no "&" or no "=" is left: what follows is not read
+  none,     // no "&" or no "=" is left: the rest is not read
   skipped,  // a segment without a usable key
   pair,
 };
 
-// Takes the next segment, up to and including its "&", off the reply text and splits it at its first "=". When no
-// segment is left the text stays as it is.
-// The "=" is searched beyond the "&" too, so a segment without one can yield a key that holds an "&"; such a
-// key is no known one, and the reader drops it.
+// Takes the next segment, up to and including its "&", off the reply text and splits it at its first "=".
+// When there is none left the text stays unchanged. Quirk: the "=" is also searched after the "&", so a
+// segment without "=" gives a key that contains "&". No column has such a key, so the pair is dropped.
+//
+//     A=1&B&C=2&     pairs: key A, value 1    key B&C, no value    key C, value 2
 [[nodiscard]] reply_segment take_reply_pair(std::string_view& text, reply_pair& pair);
 
-// Looks up a value by the name of its key: the first occurrence of the name anywhere in the text, not bound
-// to the start of a pair; the one character after it is skipped, whatever it is, and the value runs to the
-// next "&" or to the end. Returns false, with the value as it was, when the name does not occur.
+// Finds a value by the name of its key: the first occurrence of the name anywhere in the text, also inside
+// another key or a value. The byte after the name is skipped, whatever it is, and the value extends to the
+// next "&" or the end. Returns false, with `value` unchanged, when the name does not occur.
 [[nodiscard]] bool find_reply_value(std::string_view text, std::string_view key, std::string_view& value);
 
-// The same into a buffer; a longer value is cut. Returns the length copied, or 0 when the name does not
-// occur.
+// The same, but copies the value into a buffer and cuts it. Returns the length copied, 0 when the name does
+// not occur.
 template <std::size_t N>
 std::size_t get_reply_value(std::string_view text, std::string_view key, fixed_text<N>& value) {
   std::string_view found;
@@ -67,5 +71,5 @@ std::size_t get_reply_value(std::string_view text, std::string_view key, fixed_t
   return value.view().size();
 }
 
-// True when the reply acknowledges a request: it holds one of the two success markers anywhere.
+// True when the reply acknowledges a request: it contains API=SUCCESS or API.STATUS=SUCCESS anywhere.
 [[nodiscard]] bool is_success_reply(std::string_view text);

@@ -6,7 +6,8 @@
 
 namespace {
 
-// The keys of a unit differ in their first or in their last letters: IP.ADDRESS, IP.NETMASK, DHCP.ADDRESS.
+// Hashes the first and the last four bytes and the length: keys such as IP.ADDRESS, IP.NETMASK and
+// DHCP.ADDRESS differ in one of these. The top 8 bits of the product are the place.
 std::uint32_t hash_of(std::string_view key) {
   std::uint32_t start = 0;
   std::uint32_t end = 0;
@@ -23,6 +24,7 @@ std::uint32_t hash_of(std::string_view key) {
 
 int column_list::add(std::string_view key, std::uint16_t classes) {
   if (key.empty() || key.size() >= key_size || size_ == most_columns) return none;
+  // A key that is there already keeps its place for the first column that has it.
   std::uint8_t& found = found_[place_of(key)];
   if (found == 0) found = static_cast<std::uint8_t>(size_ + 1);
   entry& added = element(columns_, size_);
@@ -41,7 +43,7 @@ int column_list::find(std::string_view key) const {
   return found_[place_of(key)] - 1;
 }
 
-// The place where the key is found, or the empty one where it would go.
+// The place of the key or, when it is not in the list, the free place for it: linear probing.
 std::size_t column_list::place_of(std::string_view wanted) const {
   std::size_t place = hash_of(wanted);
   while (found_[place] != 0 && key(found_[place] - 1) != wanted) place = (place + 1) % places;

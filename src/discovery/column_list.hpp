@@ -1,7 +1,7 @@
-// Column list: the keys of one CSV header line, each with its classes. Built once, then only read.
-//   limits   128 columns, 63 characters a key
-//   order    as the keys were added; several columns may have the same key, and a search finds the first
-// Keys are found by a hash of their ends: a unit answers with some hundred pairs, and each is looked up here.
+// Column list: the keys of one CSV header line with their classes. Built once, then only read.
+//   limits   128 columns, 63 bytes a key
+//   order    that in which the keys were added; keys may repeat, and a search finds the first
+// Keys are found by hash: a unit answers with about a hundred pairs, and each is looked up here.
 
 #pragma once
 
@@ -13,7 +13,7 @@
 #include "base/element.hpp"
 #include "base/fixed_text.hpp"
 
-// The bytes of a key and of a value of the unit's formats, with their terminator.
+// The buffer size of keys and values in the unit's formats, with their terminating zero byte.
 inline constexpr std::size_t key_size = 64;
 
 class column_list {
@@ -21,15 +21,16 @@ class column_list {
   static constexpr int most_columns = 128;
   static constexpr int none = -1;
 
-  // Adds a column. Returns its number, or none when the key is empty or too long, or no column is left.
+  // Adds a column. Returns its number, or none when the key is empty or too long or the list is full.
   int add(std::string_view key, std::uint16_t classes);
 
+  // Removes all columns.
   void clear();
 
-  // The first column with exactly this key; none when there is none.
+  // The first column with exactly this key, or none.
   [[nodiscard]] int find(std::string_view key) const;
 
-  // The first column from `first` on that has this key in any letter case; none when there is none.
+  // The first column at or after `first` with this key in any letter case, or none.
   [[nodiscard]] int find_no_case(std::string_view key, int first = 0) const;
 
   [[nodiscard]] int size() const { return size_; }
@@ -46,7 +47,7 @@ class column_list {
     std::uint16_t classes = 0;
   };
 
-  // At most half full, so that a search ends after a step or two.
+  // The size of the hash table. At most half full, so that a search ends after a step or two.
   static constexpr std::size_t places = 256;
   static_assert(most_columns <= places / 2);
 
@@ -54,5 +55,5 @@ class column_list {
 
   std::array<entry, most_columns> columns_{};
   int size_ = 0;
-  std::array<std::uint8_t, places> found_{};  // 0, or one more than the column that a search finds there
+  std::array<std::uint8_t, places> found_{};  // column number + 1; 0 for a free place
 };

@@ -15,8 +15,9 @@
 
 namespace {
 
-// Readers of these files know them made by these lists, not by the model tables: the encoder list does not name
-// the wall-plate models T-PL, T-PL-K and T-PL-RF, so their lines are missing though the summary counts them.
+// The readers of these files expect what these two lists select, not what the model tables would. The encoder
+// list lacks the wall-plate models T-PL, T-PL-K and T-PL-RF: the summary counts such units, but their lines
+// are missing here.
 constexpr const char* select_encoders =
     "grep -e \"TX610\" -e \"TX620\" -e \"TX630\" -e \"KestT\" -e \"KestT-PL\" -e \"KestT-PL-K\" "
     "-e \"KestT-PL-RF\" -e \"KestT-2\" -e \"QV8T\" /tmp/discover.csv > /tmp/encoders.csv";
@@ -26,13 +27,13 @@ constexpr const char* select_decoders =
 
 constexpr trace_log summary_file{unit::discover_info, short_command_size};
 
-// One line of the CSV. Its longest one has a comma, two quotes and the longest value in every column.
+// One line of the CSV. The buffer has room for a comma, two quotes and the longest value in every column.
 class csv_line {
  public:
   csv_line(const column_list& columns, const record_table& records, int row) {
     for (int column = 0; column < columns.size(); ++column) {
-      // A key that a unit reports decides for itself: an excluded one has no field. A key that it does not report
-      // leaves an empty field, excluded or not.
+      // An excluded key that the unit reported has no field at all; one that it did not report has an empty
+      // field. The comma depends on the column number, so the line starts with one when column 0 is left out.
       const bool excluded = (columns.classes(column) & KEY_CLASS_EXCLUDED) != 0;
       if (excluded && records.holds(row, column)) continue;
       if (column > 0) add(",");
@@ -98,7 +99,7 @@ int wctf(const char* path) {
 void append_csv_lines(const char* path, const column_list& columns, const record_table& records) {
   direct_file csv{path, write_mode::append};
   for (int row = 0; csv && row < records.rows(); ++row) {
-    // A line that is cut would set a cut value if it was imported again.
+    // A line that is cut off would set a wrong value when the CSV is imported again.
     if (!csv.write_whole(csv_line{columns, records, row}.view())) return;
   }
 }

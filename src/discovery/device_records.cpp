@@ -14,6 +14,7 @@
 
 namespace {
 
+// Which key fills which text of a vdt record.
 struct vdt_column {
   std::string_view key;
   fixed_text<64> vdt_record::*text;
@@ -25,8 +26,8 @@ constexpr auto vdt_columns = std::to_array<vdt_column>({
     {"UNIT.ID", &vdt_record::unit_id},
 });
 
-// Stores a pair in the row. Returns its column, or none when it has none. Without memory the table is released: a value
-// that is missing must not pass for one that the unit does not have.
+// Stores a pair in the row. Returns its column, or none when no column has the key. Without memory it
+// releases the table: a missing value would look like one that the unit does not have.
 int store_pair(const column_list& columns, record_table& records, int row, const reply_pair& pair) {
   const int column = columns.find(pair.key);
   if (column == column_list::none || row >= records.rows()) return column_list::none;
@@ -35,6 +36,7 @@ int store_pair(const column_list& columns, record_table& records, int row, const
   return column_list::none;
 }
 
+// Raises encoder_count or decoder_count when the pair is a UNIT.MODEL with a known model.
 void count_model(const reply_pair& pair) {
   if (!equal_no_case(pair.key, "UNIT.MODEL")) return;
   if (is_decoder_model(pair.value)) {
@@ -44,7 +46,7 @@ void count_model(const reply_pair& pair) {
   }
 }
 
-// Stores the pairs that are whole and takes them off the text.
+// Stores the complete pairs and takes them off the text.
 void read_pairs(std::string_view& text, const column_list& columns, record_table& records, int row) {
   for (;;) {
     reply_pair pair;
@@ -126,11 +128,14 @@ void arriving_answers::add(int unit, std::string_view piece) {
   std::string_view text{joined.data(), known.rest_length + added.size()};
   read_pairs(text, columns_, records_, unit);
 
+  // `known.length` counts up to node_text_size, after which every piece is cut to nothing. A zero byte has
+  // the same effect.
   const bool ended = added.size() < piece.size();
   known.length = static_cast<std::uint16_t>(ended ? node_text_size : known.length + added.size());
   keep_rest(known, known.length < node_text_size ? text : std::string_view{});
 }
 
+// Replaces the unit's unparsed text.
 void arriving_answers::keep_rest(answer& known, std::string_view text) {
   std::free(known.rest);
   known.rest = text.empty() ? nullptr : static_cast<char*>(std::malloc(text.size()));

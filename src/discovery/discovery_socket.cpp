@@ -21,11 +21,11 @@ constexpr trace_log ttl_log{"/tmp/MCt.log", short_command_size};
 constexpr int default_ttl = 64;
 constexpr int longest_ttl = 255;
 
-// Room for 2,047 units that answer at once with two datagrams each; the system charges a datagram's whole
-// block of 2,304 bytes.
+// Room for 2,047 units that answer at once with two datagrams each. The kernel charges 2,304 bytes of buffer
+// for a datagram of 700 to 1,500 bytes.
 constexpr int receive_buffer_size = most_units * 2 * 2304;
 
-// The number that a qelparam command prints; 0, which is no valid setting, when it prints none.
+// The number that a qelparam command prints. 0, which is no valid setting, when it prints none.
 int read_setting(const char* command) {
   fixed_text<32> line;
   if (shell_first_line(command, line) != first_line::read) return 0;
@@ -70,6 +70,7 @@ int send_discovery_query() {
 }
 
 int suq(in_addr_t address) {
+  // datagram_address takes the dotted form; the recorded address is already a number.
   sockaddr_in unit_address = datagram_address("0.0.0.0", unit::api_port);
   unit_address.sin_addr.s_addr = address;
   const int sent = send_datagram(discovery_socket, query_all, unit_address);

@@ -1,5 +1,6 @@
-// The discovery folder's process-wide state: what one request has one of. The code that thinks takes lists and tables
-// as parameters; the procedures with given names (ckht, kvp_parse_reply, wctf and the others) hand it these.
+// The process-wide state of discovery: what exists once in a request. The working code takes column lists and
+// record tables as parameters; the procedures with given names (ckht, kvp_parse_reply, wctf and so on) pass
+// it these.
 
 #pragma once
 
@@ -13,31 +14,33 @@
 #include "discovery/column_list.hpp"
 #include "discovery/record_table.hpp"
 
-// The UDP socket of discovery, listing and update; -1 when closed, which it is at start.
-// Written by open_discovery_socket and close_discovery_socket.
+// The UDP socket of discovery, listing and update. -1 when closed, as at start. Written by
+// open_discovery_socket and close_discovery_socket.
 extern int discovery_socket;
 
-// The discovery mode, 1 one-pass or 2 two-pass; 1 at start. Written by send_discovery_query.
+// The discovery mode: 1 one-pass, 2 two-pass. 1 at start. Written by send_discovery_query.
 extern int mcd_mode;
 
-// The number of units found, listed or imported last; 0 at start. Written by compilation, collection, listing
-// and import, and shown in the summary of a discovery.
+// The number of units found, listed or imported last, 0 at start. Written by compilation, collection, listing
+// and import; shown in the summary of a discovery.
 extern std::int32_t device_count;
 
-// How many of the units found are encoders and decoders; 0 at start. Raised while answers are read.
+// How many of the units found are encoders and decoders, 0 at start. Raised while answers are parsed, never
+// reset: a request runs one discovery.
 extern std::int32_t encoder_count;
 extern std::int32_t decoder_count;
 
-// The most units of one site: so many answers, senders or listed units are taken, and further ones are dropped.
+// The largest site: up to this many answers, senders or listed units are taken, and further ones are dropped.
 inline constexpr int most_units = 2047;
 
-// The senders of the first pass, in network byte order; cleared and filled by hsdr.
+// The senders recorded by the first pass, in network byte order. Cleared and filled by hsdr.
 extern std::array<in_addr_t, most_units> node_addresses;
 
-// The columns of the discovery CSV, from the unit's keys file, and those of an imported CSV. Empty at start. Built by
-// ckht and by the import, key by key through akkh; while a list is built, the position that akkh fills next is its size.
+// The columns of the discovery CSV, from the unit's keys file, and those of an imported CSV. Empty at start.
+// ckht and the import rebuild them, akkh appends the keys one by one.
 extern column_list key_header_table;
 extern column_list import_header_table;
+// The number of columns in each.
 inline int key_header_count() {
   return key_header_table.size();
 }
@@ -45,13 +48,13 @@ inline int import_header_count() {
   return import_header_table.size();
 }
 
-// The device records (kvp: keys, values, pairs): what each unit reports under the columns of key_header_table, or what
-// the imported CSV sets under those of import_header_table. Absent outside a compilation or import, and without memory.
-// Written by kvp_alloc, kvp_free, the one-pass collection, the reading of answers, kvp_sort, load_import_csv and, as to
-// flags, the checks before a mass update.
+// The device records (kvp: key value pairs). In a discovery: what each unit reports, under key_header_table.
+// In an import: what the CSV sets, under import_header_table. Absent outside of these, and when memory ran
+// out. Written by kvp_alloc, kvp_free, the one-pass collection, the parsing of answers, kvp_sort and
+// load_import_csv; the checks before a mass update set its flags.
 extern record_table kvp_table;
 
-// The record that kvp_set_value and kvp_parse_reply fill, and after an import the number of records. 0 at start.
+// The record that kvp_set_value and kvp_parse_reply fill; after an import the number of records. 0 at start.
 extern int current_record;
 
 // One discovered unit in the valid device table.
@@ -59,11 +62,12 @@ struct vdt_record {
   fixed_text<64> serial;
   fixed_text<64> address;
   fixed_text<64> unit_id;
-  std::uint32_t flags = 0;  // marks of the checks before a mass update, see massupdate/checks.hpp
+  std::uint32_t flags = 0;  // set by the checks before a mass update (massupdate/checks.hpp)
 };
 
-// The valid device table: who was found by a discovery. It exists within a compilation only, so a mass update, which
-// comes after one, never meets it: its checks find no table and say so in the site log. Written by vdt_alloc, vdt_fill,
-// vdt_free and, as to flags, the checks.
+// The valid device table: the units that a discovery found. It is absent outside of a compilation. A mass
+// update runs after one, so its checks always find it absent and write that to the site log. Written by
+// vdt_alloc, vdt_fill and vdt_free; the checks set its flags. vdt_count is its number of records and keeps
+// its value after the release.
 extern zeroed_pointer<vdt_record> vdt;
 extern int vdt_count;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t longest_key = 63;
 
+// The keys of each class. A class is a table, not a field of each key, because several classes share keys.
 constexpr auto excluded_keys = std::to_array<std::string_view>({
     "QUERY.ALL",
     "QUERY.STATUS",

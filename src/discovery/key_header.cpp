@@ -13,12 +13,14 @@
 namespace {
 
 constexpr std::size_t line_size = 256;
+// The classes that a column records: all but KEY_CLASS_SECOND_GEN.
 constexpr std::uint16_t header_classes =
     KEY_CLASS_ENCODER | KEY_CLASS_DECODER | KEY_CLASS_STATUS | KEY_CLASS_EXCLUDED | KEY_CLASS_EXTENDED;
 
-// All keys with a comma or the line end after each.
+// The header line: all keys, with a comma or the line end after each.
 using header_line = fixed_text<column_list::most_columns * key_size + 2>;
 
+// classify_key for a text that must not be changed.
 std::uint16_t classify(std::string_view key, std::uint16_t classes) {
   fixed_text<key_size> copy;
   return copy.assign_if_fits(key) ? classify_key(copy.buffer().data(), classes) : std::uint16_t{0};
@@ -28,10 +30,11 @@ column_list& table_of(int mode) {
   return mode == discovery_mode ? key_header_table : import_header_table;
 }
 
-// Reads the next line of a keys file that names a column: none that is excluded, empty or too long. A line over 255
-// characters comes in pieces. Returns false at the end of the file.
+// Reads the next line of the keys file that names a column: not excluded, not empty, not too long. A line
+// over 255 bytes is read in pieces. Returns false at EOF.
 bool read_key(std::FILE* keys, fixed_text<line_size>& line) {
   while (read_line(keys, line.buffer()) > 0) {
+    // Classified with its carriage return, if it has one: see the quirk in the header.
     const bool excluded = classify_key(line.buffer().data(), KEY_CLASS_EXCLUDED) != 0;
     line.assign_cut(text_before_line_end(line.view()));
     if (!excluded && !line.empty() && line.view().size() < key_size) return true;

@@ -1,10 +1,10 @@
-// The logs of discovery that more than one file writes.
+// The discovery logs that more than one file writes.
 
 #pragma once
 
 #include "base/trace.hpp"
 
-// How the two-pass mode goes on, pass by pass and unit by unit.
+// The progress of the two-pass mode, pass by pass and unit by unit.
 inline constexpr trace_log pass_log{"/tmp/MCb.log", short_command_size};
 
 // The mode of the last discovery.

@@ -13,6 +13,7 @@ constexpr auto searched_keys = std::to_array<std::string_view>({
     "IP.STATIC_ADDRESS=",
     "DHCP.ADDRESS=",
 });
+// All three end like this, so one search finds the candidates.
 constexpr std::string_view common_end = "ADDRESS=";
 constexpr std::size_t read_block_size = 4096;
 
@@ -29,6 +30,7 @@ node_search::node_search() {
   }
 }
 
+// Reads one left file. Without memory it is not found.
 void node_search::take_left_file(const char* name) {
   file_path path;
   path.print("%s/%s", node_folder, name);
@@ -44,6 +46,7 @@ void node_search::take_left_file(const char* name) {
   }
 }
 
+// The path of a file of either kind.
 node_search::file_path node_search::path_of(const node_file& file) const {
   if (file.left_name != none) return left_names_[file.left_name];
   file_path path;
@@ -51,7 +54,7 @@ node_search::file_path node_search::path_of(const node_file& file) const {
   return path;
 }
 
-// The position in files_ of a file of that number that an earlier run left; none when it left none.
+// The index in files_ of a left file of that number, or none.
 std::uint32_t node_search::find_left(int number) const {
   const fixed_text<32> path = node_path(number);
   for (std::uint32_t position = 0; position < files_.size(); ++position) {
@@ -71,7 +74,7 @@ void node_search::add(int number, std::string_view text) {
   if (file < files_.size()) add_text(file, text);
 }
 
-// Returns the position of /tmp/node_<number> in files_, or none when there is no memory for it.
+// The index in files_ of /tmp/node_<number>, added when it is new. None without memory.
 std::uint32_t node_search::file_of(int number) {
   const auto wanted = static_cast<std::size_t>(number);
   if (wanted < numbered_.size()) return numbered_[wanted];
@@ -82,11 +85,17 @@ std::uint32_t node_search::file_of(int number) {
     position = static_cast<std::uint32_t>(files_.size());
     if (!files_.append(file)) position = none;
   }
-  // Without memory for one number the later ones cannot be told apart either: none of them is found.
+  // numbered_ is indexed by number, so after a gap for lack of memory no later number can be added.
   const bool in_turn = wanted == numbered_.size();
   return in_turn && numbered_.append(position) ? position : none;
 }
 
+// Searches new text together with the end of the text before it, so that a key or an address that two
+// datagrams share is found too:
+//
+//     file     ... UNIT.ID=a&IP.ADDR|ESS=10.77.1.5&UNIT.MODEL=...
+//                  └ tail, 33 bytes  └ text
+//     joined       └────────────────────────────────────────── searched
 void node_search::add_text(std::uint32_t number, std::string_view text) {
   node_file& file = files_[number];
   std::array<char, sizeof(file.tail) + read_block_size> joined;
@@ -105,8 +114,8 @@ void node_search::add_text(std::uint32_t number, std::string_view text) {
   all.copy(file.tail.data(), file.tail_size, all.size() - file.tail_size);
 }
 
-// Adds the keys of a text whose first `known` bytes were looked through before; what they hold whole is there
-// already.
+// Adds a window for each key in the text, whose first `known` bytes were searched before: a window that lies
+// completely within them is there already.
 void node_search::add_places(std::uint32_t number, std::string_view text, std::size_t known) {
   const node_file& file = files_[number];
   const std::uint64_t text_start = file.size - known;
@@ -124,8 +133,8 @@ void node_search::add_places(std::uint32_t number, std::string_view text, std::s
   }
 }
 
-// Adds a place, unless no address can match there, as each begins with a digit, or an earlier line of the file
-// answers for the same value.
+// Adds a window. Leaves out one that does not start with a digit, as no address can match it, and one that
+// the file has already, as the earlier line is the one found.
 void node_search::add_place(std::uint32_t number, const window& text, std::uint64_t line_start) {
   const char first = std::bit_cast<std::array<char, sizeof(window)>>(text)[0];
   node_file& file = files_[number];
@@ -143,6 +152,7 @@ void node_search::add_place(std::uint32_t number, const window& text, std::uint6
   ++file.place_count;
 }
 
+// Compares the address with every window, and keeps the match that comes first in the output of grep.
 search_line node_search::find(std::string_view address) const {
   std::array<unsigned char, sizeof(window)> compared{};
   for (std::size_t i = 0; i < address.size() && i < longest_address; ++i) {
@@ -161,6 +171,7 @@ search_line node_search::find(std::string_view address) const {
   return first != none ? line_at(places_[first]) : search_line{};
 }
 
+// The first 15 bytes of the line as a window.
 node_search::window node_search::window_of(std::string_view text) {
   std::array<char, sizeof(window)> bytes{};
   text = text.substr(0, longest_address);
@@ -169,6 +180,7 @@ node_search::window node_search::window_of(std::string_view text) {
   return std::bit_cast<window>(bytes);
 }
 
+// The order of the output: by path, then by line.
 bool node_search::comes_before(std::size_t left, std::size_t right) const {
   const place& first = places_[left];
   const place& second = places_[right];
@@ -176,6 +188,7 @@ bool node_search::comes_before(std::size_t left, std::size_t right) const {
   return path_of(files_[first.file]).view() < path_of(files_[second.file]).view();
 }
 
+// Builds the output line: the file name when there are several files, then the line itself.
 search_line node_search::line_at(const place& found) const {
   const node_file& node = files_[found.file];
   fixed_text<search_line::capacity + 1> read;

@@ -1,19 +1,24 @@
-// Node search: finds the node file that already contains a known sender's answer.
+// Node search: finds the node file that contains a known sender's answer. Its result is the first line that
+// this command would print, without starting a process for each datagram:
 //
-// It answers as this command line's first output line would, without starting a process for every datagram:
 //   grep -e "IP\.ADDRESS=A" -e "IP\.STATIC_ADDRESS=A" -e "DHCP\.ADDRESS=A" /tmp/node_*
-// Its quirks belong to the answer: files in the byte order of their names, files of earlier, interrupted runs
-// among them; the dots of the address match any byte of a line; an address is found in front of further
-// digits too (10.0.0.1 in 10.0.0.12); the line follows its file's name and a colon, but not when only
-// one node file exists.
 //
-// It keeps the places after one of the keys, each with the 15 bytes that follow, as two numbers. The address becomes two
-// numbers and a mask without its dots, so that a comparison takes a few instructions:
+// The one-pass mode sorts datagrams by this line, and logs it, so grep's quirks are part of the result:
+//   order    files in byte order of their names (node_10 before node_2), those of interrupted runs included
+//   dots     a dot of the address matches any byte
+//   length   10.0.0.1 is also found in 10.0.0.12
+//   name     the line follows its file's name and a colon; both are missing when only one node file exists
 //
-//     place     UNIT.ID=a&IP.ADDRESS=|10.77.11.5&UNIT.|MODEL=…        15 bytes
-//     address                        |10 77 1        |                10.77.1 matches 10.77.11.5
+// The text after a key is kept as a window: its first 15 bytes as two 64-bit numbers. An address becomes two
+// numbers and a mask that is zero at its dots, so one comparison takes a few instructions:
 //
-// Several places may match, and a dot matches anything, so no hash finds the first one: all are compared.
+//     file      UNIT.ID=a&IP.ADDRESS=10.77.11.5&UNIT.MODEL=...
+//     window                         10.77.11.5&UNIT
+//     address                        10.77.1
+//     mask                           FF FF 00 FF FF 00 FF 00 ...      equal under the mask: 10.77.1 matches
+//
+// Several windows may match and a dot matches anything, so a hash cannot find the first: every window is
+// compared.
 
 #pragma once
 
@@ -25,53 +30,56 @@
 #include "base/fixed_text.hpp"
 #include "base/growing_array.hpp"
 
-// The line as a reader with a buffer of 128 bytes gets it, line end included where it fits.
+// A line of the command's output as read into a buffer of 128 bytes, with its line feed where that fits.
 using search_line = fixed_text<128>;
 
 class node_search {
  public:
-  // Takes in the node files that exist.
+  // Reads the node files that exist, left by an interrupted run.
   node_search();
 
-  // Takes in what has just been appended to /tmp/node_<number>; numbers are given out one by one from 0. Text
-  // for which there is no memory is not found.
+  // Records text that was just appended to /tmp/node_<number>. A new number must be the next one, from 0.
+  // Without memory the text is not found later.
   void add(int number, std::string_view text);
 
-  // The first line that has the dotted address after one of the three keys; empty when none does.
+  // The first line with the dotted address after one of the three keys. Empty when there is none.
   [[nodiscard]] search_line find(std::string_view address) const;
 
-  // Whether a file of that number was left by an earlier run.
+  // True when an interrupted run left a file of that number.
   [[nodiscard]] bool was_left(int number) const;
 
  private:
   static constexpr std::uint32_t none = UINT32_MAX;
-  // A flood must not make the search slow: of one file, this many different values of a key are known.
+  // The number of different windows kept for each file, so that a flood cannot make the search slow.
   static constexpr std::uint32_t most_places_of_a_file = 256;
   static constexpr std::size_t longest_address = 15;
   static constexpr std::size_t longest_key = 18;
 
-  using file_path = fixed_text<272>;  // the folder and a name of at most 255 bytes
+  using file_path = fixed_text<272>;  // the folder and a name of up to 255 bytes
 
   struct node_file {
+    // What is known about one node file.
     std::uint64_t size = 0;
-    std::uint64_t line_start = 0;  // where the last line begins
-    // What a search prints of the first line, so that it need not be read again.
+    std::uint64_t line_start = 0;  // offset of the last line
+    // The start of the file, as far as a search prints it. Most files are one line, so they are not read
+    // again.
     std::array<char, search_line::capacity> head{};
-    // The end of the text: a key or an address that begins here may go on with the next text.
+    // The end of the file: a key or an address that starts in it may continue in the next text.
     std::array<char, longest_key + longest_address> tail{};
     std::uint8_t head_size = 0;
     std::uint8_t tail_size = 0;
-    std::int32_t number = 0;          // of a file that this run writes; -1 for another one
-    std::uint32_t left_name = none;   // its place in left_names_, for a file of an earlier run
-    std::uint32_t last_place = none;  // where its chain in places_ begins
+    std::int32_t number = 0;          // of the file; -1 for a left file
+    std::uint32_t left_name = none;   // of a left file: its index in left_names_
+    std::uint32_t last_place = none;  // the head of its chain in places_
     std::uint32_t place_count = 0;
   };
-  // The bytes after a key, up to the end of its line, filled up with zero bytes, which match no digit.
+  // The bytes after a key, up to the end of the line, padded with zero bytes, which match no digit.
   using window = std::array<std::uint64_t, 2>;
+  // Where a window was found.
   struct place {
     std::uint64_t line_start;
     std::uint32_t file;
-    std::uint32_t next;  // the next place of the same file, or none
+    std::uint32_t next;  // the next place in the file's chain, or none
   };
 
   static window window_of(std::string_view text);
@@ -85,9 +93,15 @@ class node_search {
   void add_place(std::uint32_t file, const window& text, std::uint64_t line_start);
   void add_places(std::uint32_t file, std::string_view text, std::size_t known);
 
+  // Left files come first in files_, then those that this run writes. A number finds its file through
+  // numbered_:
+  //
+  //     files_       node_0 (left)   node_7 (left)   node_1   node_2
+  //     numbered_    0 -> 0    1 -> 2    2 -> 3
+  //
   growing_array<node_file> files_;
   growing_array<file_path> left_names_;
-  growing_array<std::uint32_t> numbered_;  // the place in files_ of each file that this run has written
+  growing_array<std::uint32_t> numbered_;  // by number: index in files_ of a file that this run wrote
   growing_array<window> windows_;
-  growing_array<place> places_;  // one for each window
+  growing_array<place> places_;  // one for each window, at the same index
 };

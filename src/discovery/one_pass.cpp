@@ -23,7 +23,14 @@ constexpr std::size_t datagram_size = 2048;
 
 constexpr trace_log exit_log{"/tmp/MCa.log", short_command_size};
 
-// The answers so far. A sender's number is that of the node file which its first datagram began.
+// The answers so far. One number is a sender's slot everywhere:
+//
+//     senders      0  10.77.0.5       1  10.77.0.9      in the order of their first datagrams
+//     node files   /tmp/node_0        /tmp/node_1       started by that datagram
+//     records      row 0              row 1             of kvp_table, through `answers`
+//
+// Only a sender's first datagram is sure to reach its own slot. Later ones go where the search finds the
+// address.
 struct collection {
   sender_budget senders;
   node_search search;
@@ -31,14 +38,15 @@ struct collection {
   open_trace_log log{"/tmp/mcD.log", command_size};
 };
 
+// The address in dotted form.
 fixed_text<INET_ADDRSTRLEN> dotted(in_addr address) {
   fixed_text<INET_ADDRSTRLEN> text;
   inet_ntop(AF_INET, &address, text.buffer().data(), INET_ADDRSTRLEN);
   return text;
 }
 
-// The number of the node file that has the sender's answer; -1 when there is none, and its datagram is
-// dropped.
+// The number of the node file that contains the sender's answer, or -1 when there is none and its datagram
+// must be dropped. The lines name the branches taken; they and their order are what the log's readers know.
 int find_node(collection& run, std::string_view sender) {
   run.log.line("DEBUG MC B");
   const search_line found = run.search.find(sender);
@@ -51,8 +59,9 @@ int find_node(collection& run, std::string_view sender) {
     return -1;
   }
   run.log.line("DEBUG MC D");
-  // The line of a lone node file has no file name in front: the number is then read from the answer itself,
-  // and no digit reads as 0, which is that file.
+  // The line of a lone node file has no file name in front. Then the first "_" is one of the answer itself.
+  // Without a digit after it the number reads as 0, which is that file; a digit there may send the datagram
+  // to no file.
   const int number = leading_digits(found.view().substr(underscore + 1));
   if (number >= run.senders.size()) {
     run.log.line("DEBUG MC Zc");
@@ -63,12 +72,13 @@ int find_node(collection& run, std::string_view sender) {
   return number;
 }
 
-// Appends the text to a node file. Returns what has reached it, or false in `opened`.
+// What became of a text for a node file: whether the file opened, and the part of the text that is in it.
 struct stored_text {
   bool opened;
   std::string_view text;
 };
 
+// Appends the text to a node file and to the search.
 stored_text store_text(collection& run, int number, std::string_view text) {
   const int written = append_to_node_file(number, text);
   if (written < 0) return {false, {}};
@@ -77,7 +87,8 @@ stored_text store_text(collection& run, int number, std::string_view text) {
   return {true, text};
 }
 
-// Begins a node file. When it cannot be opened the sender stays unknown, and the next new one takes the number.
+// Starts a node file. When it cannot be opened the sender stays unknown, and the next new sender gets its
+// number.
 void store_new_sender(collection& run, in_addr_t sender, std::string_view text) {
   const int number = run.senders.size();
   const bool left = run.search.was_left(number);
@@ -85,10 +96,11 @@ void store_new_sender(collection& run, in_addr_t sender, std::string_view text) 
   if (!stored.opened || !run.senders.take(sender)) return;
   run.answers.add_unit();
   node_text whole;
-  // The text of a file that an earlier, interrupted run left comes first.
+  // An interrupted run may have left a file of this number; its text is in front of the new datagram.
   run.answers.add(number, left ? read_node_file(number, whole) : stored.text);
 }
 
+// Takes one datagram, or drops it beyond the limits on senders and on datagrams of one sender.
 void store_datagram(collection& run, in_addr sender, std::string_view text) {
   const bool known = run.senders.find(sender.s_addr) != sender_budget::none;
   if (known ? !run.senders.take(sender.s_addr) : run.senders.size() == most_units) return;
@@ -107,8 +119,8 @@ void log_exit(const collection_time& time, int silences) {
   exit_log.replace("hsdr() Exiting start:%d now:%d loops:%d", time.start(), time.now(), silences);
 }
 
-// Collects until more than five receives in all have failed and the window is over. An empty datagram or an error ends
-// it at once, without a line in the log. Returns the last receive's result.
+// Collects until more than five receives in all have failed and the window is over. An empty datagram or an
+// error before that ends it without a line in the log. Returns the result of the last receive.
 int collect_answers(collection& run) {
   shell_run("rm /tmp/mcD.log > /dev/null");
   const collection_time time;

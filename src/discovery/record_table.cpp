@@ -24,7 +24,7 @@ bool record_table::append_row() {
 }
 
 bool record_table::set(int row, int column, std::string_view value) {
-  // The text begins with a byte of no value, so that every held cell has a place.
+  // Offset 0 means "not set", so the text starts with a byte that belongs to no value.
   if (text_.size() == 0 && !text_.append('\0')) return false;
   const std::size_t copied = value.size() > longest_value ? 0 : value.size();
   const std::span<char> copy = extend_text(copied);
@@ -34,6 +34,7 @@ bool record_table::set(int row, int column, std::string_view value) {
   return true;
 }
 
+// The cells of a row, null for an empty row after sorting.
 const record_table::cell* record_table::row_cells(int row) const {
   const int stored = order_.size() == 0 ? row : element(order_, row);
   return stored < 0 ? nullptr : cells_.items().data() + std::ptrdiff_t{stored} * columns_;
@@ -69,6 +70,11 @@ std::string_view record_table::text() const {
                            : std::string_view{text_.items().data() + 1, text_.size() - 1};
 }
 
+// Sorts row numbers instead of moving cells: order_[position] is the row to read there.
+//
+//     rows      0 "b"   1 "a"   2 "b"   3 ""
+//     sorted    3  1  0  2                        by value, then row, so the first of equal ones is in front
+//     order_    3  1  0 -1                        row 2 repeats "b": an empty row at the end
 void record_table::sort_by_first_column() {
   if (columns_ == 0) return;
   growing_array<int> order;

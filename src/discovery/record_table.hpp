@@ -1,16 +1,18 @@
-// Record table: the values of many units, a row for each, a cell for each column of a column list.
+// Record table: the values of many units. It has a row for each unit and a cell for each column of a column
+// list.
 //
-//     text    . 1 0 . 7 7 . 1 . 5 S 1 2 T X 6 1 0 …       all values, one after the other
-//     cells   (1,9) (10,3) (13,5)                         row 0: where each value begins, and its length
-//             (0,0) (18,4) (18,0)                         row 1: nothing, a value, a held cell without a value
+//     text    . 1 0 . 7 7 . 1 . 5 S 1 2 T X 6 1 0 ...     all values, one after the other
+//     cells   (1,9) (10,3) (13,5)                         row 0: offset and length of each value
+//             (0,0) (18,4) (1,0)                          row 1: not set, a value, set without a value
 //
-// A cell takes 4 bytes and a value its own length, so a table takes what its values take.
+// A cell takes 4 bytes and a value its own length, so a table takes what its values take, not columns times
+// 64.
 //   values   at most 63 bytes
-//   text     at most 64 MiB; a value that replaces another one leaves the old one's bytes unused
-//   held     a cell that was set, also to an empty value: the unit or the file named its key
-//   flags    16 bits a row, for the readers of the table; 0 at first
-// A table exists from start to release. Lack of memory is a result of append_row, set and extend_text; a caller whose
-// table is no longer whole releases it.
+//   text     at most 64 MiB; a value that replaces another leaves the old one's bytes unused
+//   held     a cell that was set, even to an empty value: the unit or the file named its key
+//   flags    16 bits a row for the users of the table, 0 at first
+// A table exists from start to release. append_row, set and extend_text report lack of memory; the caller
+// then releases the table, because it is incomplete.
 
 #pragma once
 
@@ -26,27 +28,29 @@ class record_table {
  public:
   constexpr record_table() = default;
 
-  // Begins an empty table of that many columns.
+  // Starts an empty table with that many columns.
   void start(int columns);
 
-  // Changes the number of columns of a table without rows.
+  // Changes the number of columns. Only while the table has no rows.
   void set_columns(int columns) { columns_ = columns; }
 
-  // Gives its memory back: the table is absent.
+  // Frees the memory. The table is then absent.
   void release();
 
+  // True from start to release.
   [[nodiscard]] explicit operator bool() const { return exists_; }
 
-  // Adds a row of which no cell is held. Returns false when there is no memory.
+  // Adds a row in which no cell is set. Returns false without memory.
   [[nodiscard]] bool append_row();
 
   [[nodiscard]] int rows() const { return count_of(flags_); }
 
-  // Sets a cell. An empty value, or one that is too long, leaves the cell's value as it was; the cell is held all the
-  // same. The value is copied; it lies outside the table. Returns false when there is no memory.
+  // Sets a cell to a copy of the value. An empty value and one over 63 bytes leave the old value in place;
+  // the cell counts as set all the same. The value must not be a part of the table's own text. Returns false
+  // without memory.
   [[nodiscard]] bool set(int row, int column, std::string_view value);
 
-  // The same for a value that is a part of the table's text: it is not copied, so this takes no memory.
+  // The same for a value inside the table's own text. Copies nothing, so it needs no memory.
   void set_part(int row, int column, std::string_view part) {
     cell& changed = element(cells_, row * columns_ + column);
     if (part.empty() || part.size() > longest_value) {
@@ -57,28 +61,32 @@ class record_table {
     changed.length = static_cast<std::uint32_t>(part.size()) & longest_value;
   }
 
-  // The value; empty when the cell has none. It is good until text is added.
+  // The value of a cell, empty when it has none. Valid until text is added.
   [[nodiscard]] std::string_view value(int row, int column) const;
+  // True when the cell was set.
   [[nodiscard]] bool holds(int row, int column) const;
 
+  // The flags of a row, and how to set more of them.
   [[nodiscard]] std::uint16_t flags(int row) const { return element(flags_, row); }
   void add_flags(int row, unsigned flags);
 
-  // Adds that many bytes to the text, for a caller who fills them and sets cells to parts of them. Empty when there is
-  // no memory. shrink_text gives back what was not needed, from the end of the text.
+  // Appends that many bytes to the text. The caller fills them and sets cells to parts of them. Empty without
+  // memory or beyond 64 MiB. shrink_text takes unused bytes off the end again.
   [[nodiscard]] std::span<char> extend_text(std::size_t size);
   void shrink_text(std::size_t unused);
 
-  // The text added so far, of which cells may be set to parts.
+  // The text added so far. set_part takes parts of it.
   [[nodiscard]] std::string_view text() const;
 
-  // Orders the rows by the first column, as unsigned bytes, an empty value first. Of rows with the same value the
-  // first one stays; as many rows without any cell end the table. Without memory the rows stay as they are.
+  // Orders the rows by the first column, compared as unsigned bytes, empty values first. Of rows with equal
+  // values only the first stays; an empty row at the end replaces each of the others. Without memory the
+  // order stays. Afterwards the table is only read. Flags do not move with their rows: tables that are sorted
+  // have none.
   void sort_by_first_column();
 
  private:
   struct cell {
-    std::uint32_t place : 26;  // 0 for a cell that is not held
+    std::uint32_t place : 26;  // offset in text_; 0 for a cell that is not set
     std::uint32_t length : 6;
   };
   static constexpr std::uint32_t longest_value = 63;
@@ -91,5 +99,5 @@ class record_table {
   growing_array<cell> cells_;
   growing_array<char> text_;
   growing_array<std::uint16_t> flags_;
-  growing_array<int> order_;  // the row at each position once they are sorted, -1 for an empty one
+  growing_array<int> order_;  // see sort_by_first_column; empty before
 };

@@ -19,14 +19,14 @@ constexpr std::size_t reply_size = 1500;
 using reply_buffer = std::array<char, reply_size + 1>;
 
 void log_exit(const collection_time& time, int silences, int count) {
-  // The log's counter begins at 1.
+  // The counter in the log starts at 1: its readers know it that way.
   pass_log.line("hsdr() Exiting start:%d now:%d loops:%d", time.start(), time.now(), silences + 1);
   pass_log.line("hsdr() %d nodes", count);
 }
 
 }  // namespace
 
-// Ends after five silences in a row once the window is over.
+// A datagram resets the count of silences, so only five in a row end the pass.
 int hsdr() {
   node_addresses.fill(0);
   shell_run("rm /tmp/MCb.log > /dev/null 2>&1");
@@ -50,7 +50,7 @@ int hsdr() {
   return count;
 }
 
-// Ends at the first silence after data, or after five silences.
+// The count of silences is never reset: a single one ends the round once there is data.
 int collect_node_reply(int number) {
   direct_file file{node_path(number).c_str(), write_mode::replace};
   sender_budget senders;
@@ -65,7 +65,8 @@ int collect_node_reply(int number) {
       quiet_since = steady_time();
       continue;
     }
-    // A flood is dropped and does not break a silence.
+    // Datagrams beyond the budget must not extend the round: after 100 ms of nothing else they count as a
+    // silence.
     if (got.is_datagram() && steady_time() < quiet_since + receive_timeout) continue;
     if (++silences >= five_silences || total > 0) return static_cast<int>(total);
     pause_for(pause_after_silence);

@@ -37,7 +37,8 @@ bool sender_budget::take(in_addr_t sender) {
   return true;
 }
 
-// The place where the sender is found, or the empty one where it would go.
+// The place of the sender or, when it is unknown, the free place for it: linear probing from the top 12 bits
+// of a multiplicative hash.
 std::size_t sender_budget::place_of(in_addr_t sender) const {
   std::size_t place = (sender * 0x9E3779B1U) >> 20;
   while (found_[place] != 0 && element(senders_, found_[place] - 1) != sender) place = (place + 1) % places;

@@ -12,8 +12,8 @@
 
 namespace {
 
-// The web page knows a refusal by this page's meta element. The comma after the type and the bare line feeds of the
-// header belong to the page as it is known.
+// The web page recognises a refusal by this page's meta element. It relies on the exact bytes: the comma
+// after the type and the bare line feeds of the header stay.
 constexpr const char* cgiErrorPageFormat =
     "Content-type: text/html,\n\n"
     "<HTML><HEAD><meta name=\"ERROR_RORRE\" content=\"none\"></HEAD>"
@@ -24,9 +24,11 @@ constexpr const char* busy_message =
     "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
 constexpr const char* updating_message = "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
 
+// What the process list says: no other request, some other request, or nothing because pidof did not start.
 enum class other_requests { none, some, unknown };
 
-// Asks for the ids of all handler processes. A list without this process is wrong, so it counts as "some".
+// Looks for other handler processes. pidof prints this process too, so one id means none but us. An empty
+// list is wrong and counts as "some", which refuses; without a working pidof the request is admitted.
 other_requests find_other_requests() {
   fixed_text<32> processes;
   switch (shell_first_line("pidof handler.cgi", processes)) {
@@ -40,11 +42,13 @@ other_requests find_other_requests() {
   return processes.view().find(' ') != std::string_view::npos ? other_requests::some : other_requests::none;
 }
 
+// True while the update script runs.
 bool firmware_update_runs() {
   fixed_text<32> processes;
   return shell_first_line("pidof update_fw.sh", processes) == first_line::read;
 }
 
+// Prints the error page and exits. cgiOnClose does not run: a refused request has not stopped the link.
 [[noreturn]] void refuse(const char* message) {
   std::printf(cgiErrorPageFormat, message);
   std::exit(EXIT_SUCCESS);
@@ -56,7 +60,8 @@ void cgiOnCalled() {
   const other_requests others = find_other_requests();
   if (others == other_requests::some) refuse(busy_message);
   if (firmware_update_runs()) refuse(updating_message);
-  // No other request runs, so these uploads belong to killed requests. They would fill the unit's RAM.
+  // No other request runs, so files with our pattern are left over from killed ones. They fill the unit's
+  // RAM.
   if (others == other_requests::none) delete_temporary_files(unit::upload_files);
   shell_run(unit::stop_link);
 }

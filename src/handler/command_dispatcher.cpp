@@ -33,7 +33,7 @@ namespace {
 constexpr std::size_t line_size = 256;
 using line_buffer = std::array<char, line_size>;
 
-// Stages the upload. A failure is answered by the command's own line, and the command ends.
+// Stages the upload. Returns false after a failure, which it answers with the command's own line.
 bool upload_is_staged(const char* failure_line) {
   if (stage_uploaded_file() == 0) return true;
   std::fputs(failure_line, cgiOut);
@@ -57,13 +57,14 @@ void take_csv() {
   if (upload_is_staged("<p>Failed to import csv file (JS)</p>\n")) import_csv_upload();
 }
 
+// Queries all units and lists those that answer. Mode 1 lists encoders, 2 decoders.
 void list_answering_devices(int mode) {
   const discovery_session session;
   if (session && send_discovery_query() != 0) list_devices(mode);
 }
 
 void discover_encoders() {
-  // Gives the page's image folder its link to the splash image; it stays once it is there.
+  // Links the splash image into the page's image folder. A link that exists stays.
   shell_run(" cd /www/images; ln -s /share/default.jpg > /dev/null 2>&1");
   list_answering_devices(1);
 }
@@ -72,7 +73,7 @@ void discover_decoders() {
   list_answering_devices(2);
 }
 
-// Asks every unit that answers in the first pass for all it has, one after the other, and compiles the
+// The two-pass discovery: finds out which units answer, queries them one after the other and compiles the
 // answers.
 void discover_two_pass() {
   const int count = hsdr();
@@ -85,6 +86,8 @@ void discover_two_pass() {
   cr(count);
 }
 
+// Writes the CSV header, discovers the site in the mode that send_discovery_query read, and copies the CSV to
+// the web server's folder. The socket is closed before the copy.
 void discover_devices_api() {
   ckht(discovery_mode, unit::discover_csv);
   {
@@ -101,7 +104,7 @@ void discover_devices_api() {
   shell_run("cp /tmp/discover.csv /www/site.csv");
 }
 
-// Writes the file into the body, unchanged, or the line that stands for a missing one.
+// Copies the file into the answer's body unchanged, or writes the line for a missing file.
 void write_file(const char* path, const char* missing_line) {
   const unique_file file = open_for_reading(path);
   if (!file) {
@@ -111,7 +114,7 @@ void write_file(const char* path, const char* missing_line) {
   copy_stream(file.get(), cgiOut);
 }
 
-// The first line of the summary ends in tildes; they are cut, unless a line end follows them.
+// Cuts the tildes off the end of the summary's line. They stay when a line end follows them.
 std::string_view without_tildes(std::string_view line) {
   return line.substr(0, line.find_last_not_of('~') + 1);
 }
@@ -134,7 +137,8 @@ void get_csv_import() {
   write_file(unit::import_csv, "No Import CSV File Present\n");
 }
 
-// Discovers the site, whatever the discovery mode, then reads the imported CSV under the keys of the unit.
+// Discovers the site in one pass, whatever the mode setting, and then reads the imported CSV under the unit's
+// keys. Flag 1 also sends it to the units. The second ckht gives the same columns; only its file differs.
 template <int Flag>
 void perform_import() {
   ckht(discovery_mode, unit::discover_csv);
@@ -150,10 +154,12 @@ void check_import_csv_status() {
   std::fputs(file_exists(unit::import_csv) ? "true" : "false", cgiOut);
 }
 
+// The lines of node_list without "<" and ">", their first two words.
 void discover_devices() {
   shell_run("node_list | grep -v '<' | grep -v '>' | awk -F ' ' '{print $1, $2}' > /tmp/nodes.txt");
 }
 
+// Keeps lines that start like an address, and the heading that starts with "IP".
 bool names_a_node(std::string_view line) {
   return (line[0] >= '1' && line[0] <= '9') || line.starts_with("IP");
 }
@@ -166,7 +172,7 @@ void get_nodes() {
   }
   std::fputs("Device Listing:\n", cgiOut);
   line_buffer line;
-  // A longer line comes in pieces, each of which is judged as a line.
+  // A line over 255 bytes is read in pieces, and each piece is tested as a line.
   while (const std::size_t length = read_line(file.get(), line)) {
     if (names_a_node({line.data(), length})) std::fwrite(line.data(), 1, length, cgiOut);
   }
@@ -177,7 +183,7 @@ struct command {
   void (*perform)();
 };
 
-// In the order in which they are compared.
+// Every command. A name must be equal in full, with letter case.
 constexpr auto commands = std::to_array<command>({
     {"UPDATE_FIRMWARE", take_firmware},
     {"UPDATE_EDID", take_edid<0>},
@@ -209,6 +215,7 @@ void perform(std::string_view name) {
 
 }  // namespace
 
+// The page shows at most 254 bytes of the command's name, and they are what is compared.
 int cgiMain() {
   fixed_text<255> name;
   cgiFormString("CMD", name.buffer().data(), static_cast<int>(name.buffer().size()));

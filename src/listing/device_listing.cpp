@@ -20,14 +20,15 @@ namespace {
 constexpr int encoder_mode = 1;
 constexpr std::size_t datagram_size = 1500;
 
-// What one of this unit's own settings holds, without a line end; empty when the tool prints nothing.
-// Returns false when no shell could be started.
+// Reads one of this unit's own settings, without its line end. Empty when the tool prints nothing. Returns
+// false when the tool could not be started.
 bool read_own_setting(const char* command, fixed_text<64>& value) {
   const first_line result = shell_first_line(command, value);
   value.assign_cut(without_line_end(value.view()));
   return result != first_line::not_started;
 }
 
+// Writes the line of this unit. It is left out when the tool cannot be started.
 void list_myself() {
   fixed_text<64> stream_host;
   fixed_text<64> stream_address;
@@ -36,8 +37,8 @@ void list_myself() {
   std::fprintf(cgiOut, "%s,%s,%s\n", "MYSELF", stream_host.c_str(), stream_address.c_str());
 }
 
-// Writes the answer's line when its unit is of the wanted kind. Returns whether it did. A site has no more
-// units than are listed: further answers are a flood.
+// Writes a unit's line when it is of the wanted kind. Returns whether it did. Once most_units are listed
+// further answers are a flood and are dropped.
 bool list_answer(bool encoders, std::string_view answer) {
   if (device_count >= most_units) return false;
   fixed_text<32> model;
@@ -73,7 +74,8 @@ int list_devices(int mode) {
       if (list_answer(encoders, answer.data())) ++device_count;
       continue;
     }
-    // An empty datagram or an error ends the list; so does one silence once a unit is listed, else five in all.
+    // An empty datagram or an error ends the list. So does one time-out once a unit is listed, else the
+    // fifth.
     if (!got.timed_out() || ++silences >= five_silences || device_count > 0) break;
     pause_for(pause_after_silence);
   }

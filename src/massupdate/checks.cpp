@@ -24,9 +24,11 @@
 
 namespace {
 
+// Bits of vdt_record::flags.
 constexpr std::uint32_t claimed = 0x01;
 constexpr std::uint32_t same_serial = 0x40;
 
+// One kind of identity: its key, and its mark and text in a vdt record.
 struct identity {
   std::string_view key;
   std::uint32_t mark;  // of a vdt record
@@ -39,7 +41,8 @@ constexpr auto identities = std::to_array<identity>({
     {"UNIT.SERIAL", same_serial, &vdt_record::serial},
 });
 
-// Texts seen so far, each with the record that had it first: a hash table of open addressing, at most half full.
+// A hash table of the texts seen so far, each with the first record that has it. Open addressing, at most
+// half full.
 class seen_texts {
  public:
   explicit seen_texts(int records)
@@ -48,7 +51,8 @@ class seen_texts {
 
   [[nodiscard]] explicit operator bool() const { return entries_ != nullptr; }
 
-  // Returns the first record with an equal text: this one when the text is new. The text must outlive the table.
+  // Returns the first record with an equal text, which is this one when the text is new. The text must stay
+  // valid as long as the table.
   int first_with(std::string_view text, int record) {
     const std::uint32_t hash = hash_of(text);
     std::uint32_t place = hash & mask_;
@@ -56,7 +60,7 @@ class seen_texts {
       const entry& seen = entries_[place];
       if (seen.hash == hash && equal_no_case({seen.text, seen.length}, text)) return seen.record;
     }
-    // An empty text may have no address of its own.
+    // A null pointer marks a free place, so an empty text without an address needs one.
     entries_[place] = {text.empty() ? "" : text.data(), hash, record,
                        static_cast<std::uint16_t>(text.size())};
     return record;
@@ -70,6 +74,7 @@ class seen_texts {
     std::uint16_t length;
   };
 
+  // FNV-1a over the lower-case letters. The shift mixes the upper half into the bits that the mask keeps.
   static std::uint32_t hash_of(std::string_view text) {
     std::uint32_t hash = 0x811c9dc5;
     for (const char character : text) {
@@ -82,8 +87,8 @@ class seen_texts {
   zeroed_pointer<entry> entries_;
 };
 
-// The two tables under a check. `text` gives what a record has for an identity, and false when it has nothing; `mark`
-// notes that another record has the same.
+// The two tables that are checked, with one interface: `text` returns what a record has for an identity, or
+// false when it has nothing; `mark` notes that another record has the same.
 class unit_identities {
  public:
   static constexpr const char* name = "vdt";
@@ -121,7 +126,7 @@ class record_identities {
   std::array<int, identities.size()> first_;  // the first column with the key of each identity
 };
 
-// A record that shares an identity, and the first one that shares it: from that one's turn on the record is marked.
+// A record that shares an identity, and the turn i in which the pair loop marks it.
 struct twin {
   int record;
   int marked_in_turn;
@@ -129,8 +134,13 @@ struct twin {
 
 constexpr int no_turn = INT_MAX;
 
-// Marks the records that share the identity and notes the turn in which each gets its mark.
-// Returns false without memory.
+// Marks the records that share this identity and records the turn of each mark. In the pair loop a record is
+// marked in the turn of the first other record that equals it:
+//
+//     equal records    2   5   9
+//     marked in turn   5   2   2
+//
+// A record keeps its earliest turn over all identities. Returns false without memory.
 template <typename Table>
 bool mark_equals(const Table& table, const identity& which, std::span<int> turns) {
   seen_texts seen{count_of(turns)};
@@ -148,7 +158,8 @@ bool mark_equals(const Table& table, const identity& which, std::span<int> turns
   return true;
 }
 
-// Finds the marked records, ordered by the turn in which they get their mark. Returns false without memory.
+// Finds the marked records, ordered by the turn in which they are marked, then by number. Returns false
+// without memory.
 template <typename Table>
 bool find_twins(const Table& table, growing_array<twin>& twins) {
   growing_array<int> marked_in_turn;
@@ -169,7 +180,7 @@ bool find_twins(const Table& table, growing_array<twin>& twins) {
   return true;
 }
 
-// The lines of one turn: they differ in their last number.
+// The log lines of one turn. They differ in their last number only, so the rest is formatted once.
 class pair_line {
  public:
   pair_line(const char* table, int turn) {
@@ -190,12 +201,15 @@ class pair_line {
   char* number_;
 };
 
-// Logs every pair (turn, record) whose record is marked by then, in the order of the turns and of the records. The twins
-// come ordered by turn: those marked so far stay ordered by record, and each turn's new ones are merged in.
+// Logs every pair (turn, record) whose record is marked by that turn, in the order of the turns and of the
+// records. The twins are sorted by turn. Those marked so far are kept sorted by record in front of the
+// others, and each turn merges its new ones in:
 //
 //     twins by turn    (5,0) (9,0) (2,3) (7,3)        record, turn
-//     in turn 0 to 2   5 9                            the marked ones, by record
-//     from turn 3 on   2 5 7 9
+//     turns 0 to 2     5 9   | 2 7                    marked, by record | not yet
+//     turns 3 and up   2 5 7 9 |
+//
+// So each turn only runs over the lines that it logs.
 void log_pairs(const char* table, int records, std::span<twin> twins) {
   if (twins.empty()) return;
   trace_block log{unit::site_log};
@@ -212,7 +226,7 @@ void log_pairs(const char* table, int records, std::span<twin> twins) {
   }
 }
 
-// Returns false when there was no memory for it.
+// Runs a check on a table. Returns false without memory.
 template <typename Table>
 bool check_duplicates(const Table& table) {
   growing_array<twin> twins;

@@ -37,7 +37,7 @@ struct rename_row {
   std::string_view sent_as;
 };
 
-// Settings that a unit takes under another key than the one that it reports them under.
+// Settings that a unit reports under one key and takes under another. Their classes do not matter.
 constexpr auto rename_table = std::to_array<rename_row>({
     {"IP.STATIC_ADDRESS", "IP.ADDRESS"},
     {"IP.STATIC_NETMASK", "IP.NETMASK"},
@@ -49,20 +49,21 @@ constexpr auto rename_table = std::to_array<rename_row>({
 static_assert(std::ranges::all_of(rename_table,
                                   [](const rename_row& row) { return row.sent_as.size() < 64; }));
 
-// What a send or a receive on the discovery socket came to.
+// The result of a send or a receive on the discovery socket.
 struct exchange_step {
   int result = 0;
-  int error = 0;  // errno; 0 when nothing failed
+  int error = 0;  // errno, 0 without a failure
   [[nodiscard]] bool failed() const { return result <= 0; }
 };
 
+// A reply, its sender and its text, which is always terminated.
 struct unit_reply {
   exchange_step step;
   sockaddr_in sender{};
   std::array<char, datagram_size + 1> text{};
 };
 
-// Receives the next reply, whoever sends it. Returns false when none came in time, and for an empty one.
+// Receives the next reply, whoever sends it. Returns false after a time-out, an error or an empty datagram.
 bool receive_reply(unit_reply& reply) {
   const arrival got = await_datagram(reply.text);
   reply.step = {got.length, got.error};
@@ -95,13 +96,14 @@ struct record_unit {
   fixed_text<64> address;
   fixed_text<64> serial;
   fixed_text<64> id;
-  std::uint32_t number = 0;  // the address, its first octet in the highest byte; 0 when it cannot be read
+  std::uint32_t number = 0;  // the address in host byte order; 0 for an unreadable one
 };
 
 std::uint32_t address_number(const fixed_text<64>& address) {
   return ntohl(datagram_address(address.c_str(), 0).sin_addr.s_addr);
 }
 
+// Reads the record's own identity. Id and number come from the valid device table when that has the unit.
 record_unit find_unit(int row) {
   record_unit unit;
   get_row_value(row, "UNIT.MODEL", unit.model);
@@ -125,8 +127,8 @@ void log_unit(const record_unit& unit) {
                 unit.number, unit.serial.c_str());
 }
 
-// Whether the unit's model takes the setting. The second generation is asked for KEY_CLASS_EXTENDED too, not for
-// KEY_CLASS_SECOND_GEN.
+// True when the unit's model takes a setting of these classes. Quirk: a second-generation unit takes what is
+// KEY_CLASS_EXTENDED; KEY_CLASS_SECOND_GEN plays no part.
 bool model_takes(unsigned record_flags, unsigned class_set) {
   const bool extended = (class_set & KEY_CLASS_EXTENDED) != 0;
   if (extended) return (record_flags & (wallplate_record | second_gen_record)) != 0;
@@ -134,7 +136,7 @@ bool model_takes(unsigned record_flags, unsigned class_set) {
          ((record_flags & encoder_record) != 0 && (class_set & KEY_CLASS_DECODER) == 0);
 }
 
-// The key under which the message carries the setting; empty when the unit's model does not take it.
+// The key under which the message sends the setting. Empty when the unit's model does not take it.
 std::string_view sent_key(std::string_view key, unsigned classes, unsigned record_flags) {
   const auto renamed = std::ranges::find_if(
       rename_table, [key](const rename_row& row) { return equal_no_case(key, row.record_key); });
@@ -142,8 +144,8 @@ std::string_view sent_key(std::string_view key, unsigned classes, unsigned recor
   return model_takes(record_flags, classes) ? key : std::string_view{};
 }
 
-// Adds the record's settings, in the order of its columns. Returns how many of its values are settings, whether the
-// unit's model takes them or not. The number of the unit's own keys bounds the columns.
+// Adds the record's settings in the order of its columns. Returns how many values are settings, also counting
+// those that the model does not take. Quirk: only as many columns count as the unit has keys itself.
 int add_settings(api_request& request, const column_list& columns, const record_table& records, int row) {
   const int bound = std::min(key_header_count(), columns.size());
   int settings = 0;
@@ -163,7 +165,7 @@ void log_request(const api_request& request) {
   site_request_log.line("%.*s {%d}", length, request.text().data(), length);
 }
 
-// Sends the request and takes the unit through the rest. Returns as handle_device_update_reply.
+// Sends the request and waits for the replies. Returns as handle_device_update_reply does.
 int exchange(const api_request& request) {
   log_request(request);
   const discovery_session session;
@@ -171,7 +173,7 @@ int exchange(const api_request& request) {
   return handle_device_update_reply();
 }
 
-// A cut message would set a wrong value.
+// A message that is cut off would set a wrong value, so it is not sent.
 int refuse_long_request() {
   site_log.line("    Message is longer than 2047 characters, not sent ");
   return 0;

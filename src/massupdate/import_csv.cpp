@@ -22,9 +22,9 @@ namespace {
 
 constexpr std::size_t read_block_size = 65536;
 
-// Where the cells of a CSV column go.
+// Where the cells of a CSV column go. The header line decides that once for all rows.
 struct csv_column {
-  int column = column_list::none;  // of the table; none when the key was refused
+  int column = column_list::none;  // column of the table; none for a refused key
   bool is_model = false;
 };
 using csv_columns = std::array<csv_column, column_list::most_columns>;
@@ -33,7 +33,7 @@ bool holds_zero_byte(std::string_view text) {
   return text.find('\0') != std::string_view::npos;
 }
 
-// Takes the next line off the text, its line feed included; the last one may lack it.
+// Takes the next line, with its line feed, off the text. The last one may lack it.
 std::string_view take_line(std::string_view& text) {
   const std::string_view line = text.substr(0, text.find('\n') + 1);
   const std::string_view taken = line.empty() ? text : line;
@@ -41,13 +41,13 @@ std::string_view take_line(std::string_view& text) {
   return taken;
 }
 
-// Of two columns with the same key the first takes the cells of both.
+// Adds a header cell's key. Of two columns with the same key the first takes the cells of both.
 csv_column add_key(std::string_view key) {
   if (holds_zero_byte(key) || akkh(import_mode, key) < 0) return {};
   return {import_header_table.find(key), equal_no_case(key, "UNIT.MODEL")};
 }
 
-// Header fields are taken as they are, quotes and blanks included.
+// Reads the header line. Cells are taken literally, with their quotes and blanks.
 csv_columns read_header(std::string_view line) {
   import_header_table.clear();
   csv_columns columns;
@@ -63,8 +63,12 @@ csv_columns read_header(std::string_view line) {
   return columns;
 }
 
-// Takes a cell that begins with a quote, and the comma after it, off the line, whose first comma is given. Returns the
-// cell's value, empty when it stores nothing.
+// Takes a cell that starts with a quote, and the comma after it, off the line. `comma` is the line's first
+// comma. Returns the value, empty when the cell stores nothing:
+//
+//     "a,b",...   a,b       the closing quote is after the first comma and in front of another
+//     "ab",...    nothing   quotes without a comma in them
+//     "a,b"x,...  nothing   the cell is "a: it ends at the first comma
 std::string_view take_quoted_cell(std::string_view& line, std::size_t comma) {
   const std::size_t closing = line.find('"', 1);
   const bool quoted =
@@ -74,7 +78,7 @@ std::string_view take_quoted_cell(std::string_view& line, std::size_t comma) {
   return value;
 }
 
-// The same for any cell.
+// The same for a cell of either kind.
 std::string_view take_cell(std::string_view& line, std::size_t comma) {
   if (line.front() == '"') return take_quoted_cell(line, comma);
   const std::string_view value{line.data(), comma};
@@ -82,6 +86,7 @@ std::string_view take_cell(std::string_view& line, std::size_t comma) {
   return value;
 }
 
+// The flags of a record with this model.
 unsigned model_flags(std::string_view model) {
   unsigned flags = 0;
   if (is_decoder_model(model)) flags |= decoder_record;
@@ -93,12 +98,13 @@ unsigned model_flags(std::string_view model) {
   return flags;
 }
 
-// Stores a cell, unless it is too long: a unit is never sent a cut value.
+// Stores a cell. Drops one over 63 bytes: a unit must never be sent a cut value.
 void store_value(record_table& records, int row, const csv_column& place, std::string_view value) {
   if (place.column == column_list::none || value.size() >= key_size) return;
   records.set_part(row, place.column, value);
 }
 
+// Reads the cells of a line. The one after the last comma is stored literally, also when it is empty.
 void read_record(std::string_view line, const csv_columns& columns, record_table& records, int row) {
   for (const csv_column& place : columns) {
     const std::size_t comma = line.find(',');
@@ -113,7 +119,8 @@ void read_record(std::string_view line, const csv_columns& columns, record_table
   }
 }
 
-// Reads the whole file into the table's text. Returns false when it cannot be read to its end or there is no memory.
+// Reads the whole file into the table's text, where the cells then point to. Returns false after a read error
+// and without memory.
 bool read_text(std::FILE* file, record_table& records) {
   for (;;) {
     const std::span<char> block = records.extend_text(read_block_size);
@@ -124,20 +131,21 @@ bool read_text(std::FILE* file, record_table& records) {
   }
 }
 
-// Reads the lines after the header into rows. Returns false without memory for a row.
+// Reads the lines after the header, one row each. Returns false without memory.
 bool read_rows(std::string_view text, const csv_columns& columns, record_table& records) {
   const bool zero_bytes = holds_zero_byte(text);
   while (!text.empty()) {
     const std::string_view line = take_line(text);
     if (!records.append_row()) return false;
-    // What is in front of a zero byte would pass for a whole serial or address.
+    // The text in front of a zero byte would pass for a complete serial or address.
     if (zero_bytes && holds_zero_byte(line)) continue;
     read_record(line, columns, records, records.rows() - 1);
   }
   return true;
 }
 
-// Reads the file into the table. Returns false, with the table released, when that is not possible.
+// Reads the file into the table. Returns false, with the table released, after a read error and without
+// memory.
 bool read_records(std::FILE* file, record_table& records) {
   records.start(0);
   bool whole = read_text(file, records);
@@ -151,7 +159,7 @@ bool read_records(std::FILE* file, record_table& records) {
   return whole;
 }
 
-// The lines after the first.
+// The number of lines after the first.
 int count_data_lines(std::FILE* file) {
   std::rewind(file);
   constexpr std::size_t most_lines = std::numeric_limits<std::int32_t>::max();

@@ -14,20 +14,21 @@
 
 namespace {
 
-// This unit's serial, without a line end. When no shell can be started it stays as it was.
+// Reads this unit's serial, without a line end. Leaves `serial` unchanged when the tool cannot be started.
 void read_own_serial(fixed_text<64>& serial) {
   fixed_text<64> line;
   if (shell_first_line("astparam g UNIT.SERIAL", line) == first_line::not_started) return;
   serial.assign_cut(text_before_line_end(line.view()));
 }
 
+// True when the record has this unit's serial.
 bool is_this_unit(int row, const fixed_text<64>& own_serial) {
   const int column = find_cell(import_header_table, kvp_table, row, "UNIT.SERIAL");
   return column != column_list::none && equal_no_case(kvp_table.value(row, column), own_serial.view());
 }
 
 void update_record(int row, const fixed_text<64>& own_serial) {
-  // Ahead of the test for duplicate data: this unit's line comes even when its record is one.
+  // Before the test for duplicate data: this unit's line is written even when its record has some.
   if (is_this_unit(row, own_serial)) {
     std::fprintf(cgiOut, "Skipping Myself #%d \n", row);
     std::fflush(cgiOut);
@@ -62,7 +63,7 @@ int send_csv_to_devices() {
   }
   fixed_text<64> own_serial;
   for (int row = 0; row < kvp_table.rows(); ++row) {
-    read_own_serial(own_serial);  // the tool is asked anew for each record
+    read_own_serial(own_serial);  // the tool runs once for each record
     update_record(row, own_serial);
   }
   return 0;

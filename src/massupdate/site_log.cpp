@@ -11,6 +11,7 @@ namespace {
 constexpr std::size_t message_command_size = 1500;
 constexpr trace_log message_log{unit::site_log, message_command_size};
 
+// The longest message whose command still fits, with its two blanks.
 using message_text =
     fixed_text<message_command_size - std::string_view{"echo \"  \" >> /tmp/site.log"}.size()>;
 

@@ -11,8 +11,8 @@ void import_csv_upload() {
   const file_mark before = mark_of(unit::import_csv);
   const file_mark staged = mark_of("/dev/shm/source_file");
   if (shell_status("mv /dev/shm/source_file /tmp/import.csv") != 0) {
-    // A unit must not be sent a cut value: what a full disk has cut is deleted. A whole CSV stays, be it the new one or
-    // the one of before.
+    // Delete a truncated import: its last value may be incomplete, and a unit must never be sent half a
+    // value. A file of full length stays, whether it is the new one or, unchanged, the previous one.
     const file_mark after = mark_of(unit::import_csv);
     if (after != before && after.size < staged.size) delete_file(unit::import_csv);
     std::fputs("<p>Failed to import csv file (C)</p>\n", cgiOut);

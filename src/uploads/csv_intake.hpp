@@ -1,7 +1,7 @@
-// CSV intake: the staged upload becomes /tmp/import.csv, with lines that end in a carriage return and a line
-// feed. The content is not looked at before it is imported.
+// CSV intake: moves the staged upload to /tmp/import.csv and converts its line ends to CR LF. The content is
+// not checked before it is imported.
 
 #pragma once
 
-// Writes its line into the answer.
+// Installs the CSV and writes a line into the answer.
 void import_csv_upload();

@@ -27,12 +27,14 @@ int fail(const char* line) {
   return -1;
 }
 
+// The driver's format: 16 bytes a line, a comma after each.
 void print_lines(std::span<const unsigned char> block, std::FILE* text) {
   for (std::size_t i = 0; i < block.size(); ++i) {
     std::fprintf(text, "0x%02x,%s", block[i], i % bytes_a_line == bytes_a_line - 1 ? "\n" : "");
   }
 }
 
+// Writes the EDID to the driver and makes the unit use a custom one from now on.
 int install_active_edid() {
   std::fputs("<p>Updating edid</p>\n", cgiOut);
   if (write_edid_text(block_file) != 0) return fail("<p>Error: Failed to update EDID</p>\n");
@@ -43,13 +45,14 @@ int install_active_edid() {
   return 0;
 }
 
+// True when the file has exactly 256 bytes. Reads up to 512 to notice a longer one.
 bool holds_exactly_one_block() {
   const unique_file file = open_for_reading(block_file);
   std::array<char, 2 * edid_size> bytes;
   return file && std::fread(bytes.data(), 1, bytes.size(), file.get()) == edid_size;
 }
 
-// The service saves its configuration before the parameter changes, and is told to select the new EDID last.
+// The API service saves its configuration first and selects the new EDID last: the order of the two messages.
 int install_custom_edid(int number) {
   if (!holds_exactly_one_block()) return fail("<p>Error: Invalid EDID</p>\n");
   command_text command;
@@ -76,6 +79,7 @@ int write_edid_text(const char* path) {
   std::array<unsigned char, edid_size> block;
   const bool whole = std::fread(block.data(), 1, block.size(), file.get()) == block.size();
   if (whole) print_lines(block, text.get());
+  // fclose reports what a full disk did not take.
   return std::fclose(text.release()) == 0 && whole ? 0 : -1;
 }
 

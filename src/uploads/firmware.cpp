@@ -13,6 +13,7 @@ int update_firmware() {
     std::fprintf(cgiOut, "<p>Failed to update firmware ret: %d errno: %d</p>\n", status, errno);
     return shell_status("rm /dev/shm/fw.tar.gz");
   }
+  // Only units with a display have this program, which shows the text.
   if (file_exists("/usr/local/bin/GUI")) {
     shell_run("echo 'Updating Firmware, do not remove power!' > /var/info_local &");
   }

@@ -1,9 +1,10 @@
-// Firmware update: hands the staged upload to the unit's update script and starts it in the background.
-//   archive   /dev/shm/fw.tar.gz, which the script reads; the content is not looked at
-//   output    of the script in /dev/shm/uf and /dev/shm/uf_e; nobody here waits for it or reads them
-//   notice    on units with a display, in /var/info_local
+// Firmware update: moves the staged upload to where the unit's update script reads it and starts the script
+// in the background.
+//   archive   /dev/shm/fw.tar.gz; the content is not checked
+//   output    of the script in /dev/shm/uf and /dev/shm/uf_e; nobody here waits for it or reads these
+//   notice    in /var/info_local, on units with a display
 
 #pragma once
 
-// Writes its line into the answer. Returns the status of the last command it ran.
+// Starts the update and writes a line into the answer. Returns the status of the last command it ran.
 int update_firmware();

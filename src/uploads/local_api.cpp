@@ -22,7 +22,8 @@ using marker_text = fixed_text<256>;
 
 using receive_buffer = std::array<char, datagram_size + 1>;
 
-// Receives one datagram into the buffer and notes its text. Returns its length, 0 or less for a failure.
+// Receives one datagram into the buffer and appends its text, or a marker, to api_reply_text. Returns its
+// length, 0 for an empty datagram, or -1.
 int receive_reply(int socket, receive_buffer& buffer) {
   const int length = receive_datagram(socket, buffer);
   if (length > 0) {
@@ -35,6 +36,7 @@ int receive_reply(int socket, receive_buffer& buffer) {
   return length;
 }
 
+// Receives datagrams for as long as their text ends with "&". Returns 0, or -1 when one did not come.
 int collect_reply(int socket) {
   receive_buffer buffer;
   for (int datagrams = 0; datagrams < most_datagrams; ++datagrams) {
@@ -52,6 +54,7 @@ int send_local_api_command(std::string_view message) {
     return 0;
   }
   const unique_fd socket{open_datagram_socket()};
+  // A time-out that cannot be set is only noted. The message is sent all the same.
   if (const int result = set_receive_timeout(socket.get(), receive_timeout); result != 0) {
     marker_text marker;
     marker.print("&HANDLER=SETSOCKOPT_ERROR_%d_%d", result, errno);

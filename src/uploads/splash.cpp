@@ -11,6 +11,7 @@ void update_splash() {
     return;
   }
   std::fputs("<p>Updating splash</p>\n", cgiOut);
+  // The flash partition has no file system: it is a tar archive, which the whole folder is written to again.
   shell_run("tar -cvf /tmp/xoem.tar -C /xoem . > /dev/null 2>&1");
   shell_run("dd if=/tmp/xoem.tar of=/dev/mtdblkxoem bs=4K > /dev/null 2>&1");
   shell_run("cp /xoem/default.jpg /share/default.jpg > /dev/null 2>&1");

@@ -1,7 +1,7 @@
-// Splash image update: the staged upload becomes /xoem/default.jpg, whatever it holds. The folder /xoem is kept
-// as a tar archive on a flash partition, which is written anew from it.
+// Splash image update: the staged upload becomes /xoem/default.jpg, whatever its content. The folder /xoem is
+// kept as a tar archive in a flash partition, which is written again each time.
 
 #pragma once
 
-// Writes its line into the answer. A failure after the image is in place is not reported.
+// Installs the image and writes a line into the answer. Failures after the image was moved are not reported.
 void update_splash();

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* upload_field = "file";
 constexpr int chunk_size = 1023;
-// Of the streams on both sides: a call of the system for every chunk would cost as much as the copy.
+// The size of both streams' buffers: a system call for every chunk would cost as much as the copy itself.
 constexpr std::size_t stream_buffer_size = 65536;
 
 struct upload_closer {
@@ -25,7 +25,7 @@ struct upload_closer {
 };
 using unique_upload = std::unique_ptr<cgiFile, upload_closer>;
 
-// Keeps upload_log open for the length of one staging.
+// Keeps upload_log open while in scope.
 class log_session {
  public:
   log_session() : file_(open_for_writing("/www/upload_file.txt", write_mode::replace)) {
@@ -44,7 +44,7 @@ int fail(const char* line) {
   return -1;
 }
 
-// Logs the client's name and the size of the file. Returns false when there is no such field.
+// Logs the client's file name and the file's size. Returns false when there is no field "file".
 bool log_upload() {
   fixed_text<1024> file_name;
   int size = 0;
@@ -55,6 +55,8 @@ bool log_upload() {
   return true;
 }
 
+// Gives both streams large buffers. They are static to outlive the streams, and because some servers limit
+// the stack.
 void use_large_buffers(std::FILE* from, std::FILE* to) {
   static constinit std::array<char, stream_buffer_size> read_buffer{};
   static constinit std::array<char, stream_buffer_size> write_buffer{};
@@ -62,8 +64,8 @@ void use_large_buffers(std::FILE* from, std::FILE* to) {
   std::setvbuf(to, write_buffer.data(), _IOFBF, write_buffer.size());
 }
 
-// Copies the upload in chunks. A failure to read counts as its end. What the disk did not take, be it when the
-// file is closed, is a short write: a cut file must not pass for the upload.
+// Copies the upload in chunks. A read error counts as EOF. Bytes that the disk did not take, fclose included,
+// count as a short write: a cut file must not pass for the upload.
 int copy_upload(cgiFilePtr upload, unique_file staged) {
   use_large_buffers(upload->stream, staged.get());
   std::array<char, chunk_size + 1> chunk;

@@ -6,9 +6,9 @@
 
 #include "base/fixed_text.hpp"
 
-// The log of the staging that runs, /www/upload_file.txt; null outside it. Set by stage_uploaded_file.
+// The log of the current staging, /www/upload_file.txt. Null at other times. Set by stage_uploaded_file.
 extern std::FILE* upload_log;
 
-// What the unit's own API service replied in this request, one reply right behind the other, with markers of
-// failures; empty at start. Written by send_local_api_command only; what does not fit is cut.
+// The replies of the unit's own API service in this request, joined, with markers for failures. Empty at
+// start. Written by send_local_api_command; what does not fit is cut.
 extern fixed_text<4096> api_reply_text;

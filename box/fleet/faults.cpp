@@ -15,13 +15,14 @@ using text = std::string_view;
 
 constexpr unsigned hour_ms = 3'600'000;
 
-// Each list in the order of its enumeration.
+// The words of each enumeration, in its order.
 constexpr auto silent_words = std::to_array<text>({"none", "query", "set", "save", "reboot"});
 constexpr auto refuse_words = std::to_array<text>({"none", "query", "set", "save"});
 constexpr auto spelling_words = std::to_array<text>({"api", "status", "mixed"});
 constexpr auto hostile_words =
     std::to_array<text>({"none", "all", "shell", "length", "pairs", "joined", "bytes"});
 
+// The setters of the table. Each returns false for a value that does not fit.
 template <unsigned faults::*Member, unsigned Least, unsigned Most>
 bool number(faults& unit, text value) {
   return read_number(value, Least, Most, unit.*Member);

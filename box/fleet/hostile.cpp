@@ -9,6 +9,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
+// Pairs that stay unchanged.
 constexpr auto spared_keys =
     std::to_array<std::string_view>({"UNIT.MODEL=", "UNIT.SERIAL=", "IP.ADDRESS=", "API=", "API.STATUS="});
 constexpr auto shell_values = std::to_array<std::string_view>(
@@ -28,7 +29,7 @@ bool is_spared(std::string_view segment) {
   return std::ranges::any_of(spared_keys, [segment](auto key) { return segment.starts_with(key); });
 }
 
-// Returns `segment` with a value of the kind, or followed by an odd segment.
+// Returns the segment with a hostile value, or followed by an odd segment.
 std::string hostile_segment(std::string_view segment, hostility kind, std::size_t turn) {
   const std::string key{segment.substr(0, segment.find('=') + 1)};
   switch (kind) {
@@ -45,6 +46,7 @@ std::string hostile_segment(std::string_view segment, hostility kind, std::size_
   }
 }
 
+// The kind of one unit's texts: with `all`, each unit has the next one.
 hostility kind_of_unit(hostility kind, std::size_t index) {
   constexpr auto kinds = std::to_array(
       {hostility::shell, hostility::length, hostility::pairs, hostility::joined, hostility::bytes});

@@ -12,6 +12,7 @@ namespace fleet {
 
 namespace {
 
+// Writes the text and syncs it to the disk.
 bool write_whole(int file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = write(file, text.data(), text.size());
@@ -21,6 +22,7 @@ bool write_whole(int file, std::string_view text) {
   return fsync(file) == 0;
 }
 
+// Syncs a directory, which makes a rename in it durable.
 bool sync_path(const std::string& path) {
   const int directory = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   const bool synced = directory >= 0 && fsync(directory) == 0;
@@ -30,7 +32,7 @@ bool sync_path(const std::string& path) {
 
 }  // namespace
 
-// The new file is whole on the disk before it takes the old one's name, so a power cut leaves one or the other.
+// The new file is complete on the disk before it replaces the old one, so a power cut leaves either of them.
 bool write_kept(const std::string& path, const parameters& known) {
   const std::string fresh = path + ".new";
   const int file = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);

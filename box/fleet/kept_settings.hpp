@@ -1,4 +1,4 @@
-// What the unit itself saved, in a file that outlives a power cut: a units file of one row.
+// The settings that this unit saved, in a file that survives a power cut: a units file with one row.
 #pragma once
 
 #include <string>
@@ -7,7 +7,8 @@
 
 namespace fleet {
 
-// Returns false when the settings are not safely on the disk; the file then still has the older ones.
+// Writes the file. Returns false when the settings are not safely on the disk; the file then still has the
+// old ones.
 [[nodiscard]] bool write_kept(const std::string& path, const parameters& known);
 
 }  // namespace fleet

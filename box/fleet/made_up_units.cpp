@@ -20,7 +20,8 @@ constexpr auto encoder_models =
 constexpr auto decoder_models =
     std::to_array<std::string_view>({"RX610", "RX620", "RX630", "KestR", "KestR-2", "QV8R"});
 
-// What the kinds of units know, in the order in which they report it. A value in braces is each unit's own.
+// The parameters of each kind of unit in the order in which it reports them. A value in braces differs from
+// unit to unit.
 constexpr std::string_view identity =
     "UNIT.MODEL={model}&UNIT.ID={id}&UNIT.SERIAL={serial}&IP.ADDRESS={address}&UNIT.MAC_ADDRESS={mac}"
     "&UNIT.FIRMWARE={firmware}&UNIT.FIRMWARE_DATE=2023-10-17&IP.NETMASK=255.255.0.0&IP.GATEWAY=10.77.0.254"
@@ -44,18 +45,20 @@ constexpr std::string_view services =
     "&UNIT.MCD_TTL=64&UNIT.MCD_MODE=1&SERIAL.MODE=RS232&SERIAL.BAUD_RATE=9600&SERVICE.HTTP_ENABLED=TRUE"
     "&SERVICE.TELNET_ENABLED=FALSE&UNIT.PSE_STATUS=OK";
 
+// The number with leading zeros.
 std::string padded(unsigned number, std::size_t digits) {
   const std::string text = std::to_string(number);
   return std::string(digits - std::min(digits, text.size()), '0') + text;
 }
 
+// 10.77.0.1 for number 1, then 10.77.1.1 to 10.77.1.254, 10.77.2.1 and so on.
 std::uint32_t address_of(unsigned number) {
-  if (number < 2) return 0x0a4d0001;  // 10.77.0.1, the unit that the box is
+  if (number < 2) return 0x0a4d0001;  // 10.77.0.1, the unit that the box simulates
   const unsigned place = number - 2;
   return 0x0a4d0000U | (1 + place / 254) << 8U | (1 + place % 254);
 }
 
-// 239.77.x.y with the x.y of the encoder's address.
+// 239.77.x.y, where x.y is that of the encoder's address.
 std::string stream_of(unsigned number) {
   return address_text(0xef4d0000U | (address_of(number) & 0xffffU));
 }
@@ -71,7 +74,7 @@ std::string_view model_of(unsigned number) {
                          : decoder_models[turn % decoder_models.size()];
 }
 
-// 02:4B:00 and the six digits of the number.
+// 02:4B:00 and the number in six digits.
 std::string mac_of(unsigned number) {
   std::string text = "02:4B:00";
   const std::string digits = padded(number, 6);
@@ -79,7 +82,7 @@ std::string mac_of(unsigned number) {
   return text;
 }
 
-// Some names have blanks, every fifth of a kind a comma.
+// Some names contain blanks, and every fifth one a comma, which the CSV must quote.
 std::string name_of(unsigned number) {
   const bool comma = number % 5 == 0;
   const std::string digits = std::to_string(number);
@@ -87,6 +90,7 @@ std::string name_of(unsigned number) {
   return "Room " + digits + (comma ? ", left" : "");
 }
 
+// The value for a placeholder. A decoder's stream host is the encoder one number below it.
 std::string filled(std::string_view value, unsigned number) {
   if (value == "{model}") return std::string{model_of(number)};
   if (value == "{id}") return "UNIT-" + padded(number, 3);
@@ -101,6 +105,7 @@ std::string filled(std::string_view value, unsigned number) {
   return std::string{value};
 }
 
+// All pairs of a unit, with placeholders.
 std::string pairs_of(unsigned number) {
   const std::string_view model = model_of(number);
   const bool second_generation = model.ends_with("-2");

@@ -1,6 +1,6 @@
-// fleet: plays the units of an installation, in the box or on a booted machine. Prints "fleet: N units ready" once it
-// can answer and ends with status 0 on SIGTERM or SIGINT; status 1 when it cannot start, 2 for wrong options,
-// 3 when the unit itself restarts.
+// fleet: simulates the units of a site, in the box or on a booted machine. Prints "fleet: N units ready" once
+// it can answer. Exit status 0 on SIGTERM or SIGINT, 1 when it cannot start, 2 for wrong options, 3 when the
+// unit itself restarts.
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -40,7 +40,7 @@ bool read_file(const std::string& path, std::string& text) {
   return static_cast<bool>(file);
 }
 
-// This unit as it is made up, or as it saved itself. What cannot be read of a kept file is made up.
+// This unit as it is made up, or as it saved itself. A kept file that cannot be read is ignored.
 fleet::unit_description describe_self(const fleet::options& options) {
   fleet::unit_description self = fleet::make_up_unit(options.number, options.every_unit);
   std::string text, problem;
@@ -49,7 +49,8 @@ fleet::unit_description describe_self(const fleet::options& options) {
   return kept.empty() ? self : kept.front();
 }
 
-// Returns the index of this unit itself, which joins the others unless they have it. What it saved itself replaces theirs.
+// Returns the index of this unit in `units`, and adds it when no other unit has its address or serial. When
+// this unit keeps its settings, what it saved replaces the other description.
 std::size_t find_or_add_self(std::vector<fleet::unit>& units, const fleet::options& options) {
   const fleet::unit self{describe_self(options), units.size()};
   const auto is_self = [&self](const fleet::unit& unit) {
@@ -65,8 +66,7 @@ std::size_t find_or_add_self(std::vector<fleet::unit>& units, const fleet::optio
   return static_cast<std::size_t>(index);
 }
 
-// Adds the units of the file and the made-up ones. Returns what is wrong with the file, empty when nothing
-// is.
+// Adds the units of the file and the made-up ones. Returns what is wrong with the file, or an empty text.
 std::string add_units(const fleet::options& options, std::vector<fleet::unit>& units) {
   std::string problem;
   if (!options.units_file.empty()) {
@@ -82,6 +82,7 @@ std::string add_units(const fleet::options& options, std::vector<fleet::unit>& u
   return problem;
 }
 
+// Prints this unit's answer to a full query, one pair a line.
 void print_values(fleet::unit self) {
   const std::string_view query = "CMD=START&UNIT.ID=ALL&QUERY.ALL=TRUE&CMD=END";
   std::string text = self.act_on(fleet::read_request(query).value())->text;
@@ -89,6 +90,7 @@ void print_values(fleet::unit self) {
   std::puts(text.c_str());
 }
 
+// Writes the file that the stand-in for node_list prints.
 bool write_node_list(const std::string& path, const std::vector<fleet::unit>& units) {
   std::ofstream file{path};
   for (const fleet::unit& unit : units) {
@@ -115,7 +117,7 @@ int run(const fleet::options& options) {
   if (!options.log_file.empty()) {
     log.open(options.log_file);
     log.close();
-    log.open(options.log_file, std::ios::app);  // somebody may empty it on the way
+    log.open(options.log_file, std::ios::app);  // for appending: somebody may truncate it meanwhile
   }
   if (!log) return fail(1, "cannot write " + options.log_file);
   fleet::network wire;

@@ -49,6 +49,8 @@ bool asks_for(const request& asked, step wanted) {
 std::vector<std::string> split_answer(std::string_view text, std::size_t size) {
   std::vector<std::string> datagrams;
   while (text.size() > size) {
+    // The last "&" that fits, or else the first one after that. Without another "&" the rest is the last
+    // datagram.
     std::size_t cut = text.rfind('&', size - 1);
     if (cut == std::string_view::npos) cut = text.find('&', size);
     if (cut == std::string_view::npos || cut + 1 == text.size()) break;

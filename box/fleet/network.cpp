@@ -13,17 +13,19 @@ namespace {
 
 constexpr int wanted_buffer = 64 * 1024 * 1024;
 
+// Room for the one control message used, aligned for it.
 union control_buffer {
   cmsghdr alignment;
   char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
 };
 
-// As much buffer as the system grants: beyond its limit where we may, else up to it.
+// Asks for a large buffer: beyond the kernel's limit if we may, else up to it.
 void ask_for_buffer(int descriptor, int forced_option, int option) {
   if (setsockopt(descriptor, SOL_SOCKET, forced_option, &wanted_buffer, sizeof wanted_buffer) == 0) return;
   setsockopt(descriptor, SOL_SOCKET, option, &wanted_buffer, sizeof wanted_buffer);
 }
 
+// Joins the group on the interface, and asks for the destination address of each datagram.
 bool join_group(int descriptor, const char* interface) {
   const int on = 1;
   ip_mreqn group{};
@@ -33,6 +35,7 @@ bool join_group(int descriptor, const char* interface) {
          setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group) == 0;
 }
 
+// The header for recvmsg and sendmsg.
 msghdr message_of(sockaddr_in& peer, iovec& text, control_buffer& control) {
   msghdr message{};
   message.msg_name = &peer;
@@ -44,6 +47,7 @@ msghdr message_of(sockaddr_in& peer, iovec& text, control_buffer& control) {
   return message;
 }
 
+// The address that the datagram was sent to, from its control message.
 std::optional<std::uint32_t> destination(msghdr& message) {
   for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr; header = CMSG_NXTHDR(&message, header)) {
     if (header->cmsg_level != IPPROTO_IP || header->cmsg_type != IP_PKTINFO) continue;
@@ -54,6 +58,7 @@ std::optional<std::uint32_t> destination(msghdr& message) {
   return std::nullopt;
 }
 
+// Sets the source address of a datagram to send.
 void set_source(msghdr& message, std::uint32_t address) {
   in_pktinfo info{};
   info.ipi_spec_dst.s_addr = htonl(address);

@@ -1,6 +1,6 @@
-// The one socket of the whole fleet: UDP port 8000 of every address of the machine, in the group 226.0.0.19 on
-// one interface. It sees which address a request was sent to and chooses the address that an answer
-// comes from, so one process plays any number of units.
+// The one socket of the whole fleet: UDP port 8000 on every address of the machine, in the group 226.0.0.19
+// on one interface. It sees which address a request was sent to, and chooses the source address of an answer.
+// So one process can simulate any number of units.
 #pragma once
 
 #include <netinet/in.h>
@@ -17,13 +17,13 @@ inline constexpr std::uint32_t discovery_group = 0xe2000013;  // 226.0.0.19
 
 struct received_datagram {
   sockaddr_in from;
-  std::uint32_t to;  // address in the datagram's header, in host order
+  std::uint32_t to;  // destination address of the datagram, in host order
   std::string text;
 };
 
 struct datagram {
   sockaddr_in to;
-  std::uint32_t from;  // in host order; 0 lets the system choose
+  std::uint32_t from;  // source address in host order; 0 lets the kernel choose
   std::string text;
 };
 
@@ -34,11 +34,12 @@ class network {
   network& operator=(const network&) = delete;
   ~network();
 
-  // Joins the group on `interface`. Returns false when there is no such socket to be had; errno says why.
+  // Opens the socket and joins the group. Returns false with errno set when that is not possible.
   [[nodiscard]] bool open(const char* interface);
-  // Returns a waiting datagram, or nothing.
+  // Returns the next waiting datagram, or nothing. Does not block.
   [[nodiscard]] std::optional<received_datagram> receive();
-  // Returns false when the system refused it, as it does for a sender's address that is not the box's own.
+  // Sends a datagram. Returns false when the kernel refuses it, as for a source address that the box does not
+  // have.
   [[nodiscard]] bool send(const datagram& outgoing);
 
   [[nodiscard]] int descriptor() const { return descriptor_; }

@@ -13,6 +13,7 @@ namespace {
 
 using text = std::string_view;
 
+// An option of the whole fleet.
 struct option_row {
   text name, argument, help;
   bool (*set)(options& chosen, text value);
@@ -61,7 +62,7 @@ constexpr auto table = std::to_array<option_row>({
     {"help", "", "these lines", flag<&options::help>},
 });
 
-// The rows of both tables as one kind of row: `fault` is null for an option of the whole fleet.
+// A row of either table; one of the two pointers is set for a known option.
 struct known_option {
   text argument;
   const option_row* option;

@@ -1,4 +1,4 @@
-// What a unit knows about itself: keys with their values, in the order in which it reports them.
+// A unit's parameters: keys and values in the order in which it reports them.
 #pragma once
 
 #include <cstdint>
@@ -12,22 +12,22 @@ namespace fleet {
 
 struct parameter {
   std::string key;
-  std::string value;  // an empty one is not reported
+  std::string value;  // an empty value is not reported
 };
 
 using parameters = std::vector<parameter>;
 
-// A unit as it leaves the units file or is made up.
+// A unit as the units file or its number describes it.
 struct unit_description {
   parameters known;
   faults behaviour;
-  std::uint32_t lives_at = 0;  // where it really is, when not at its IP.ADDRESS; 0 no such lie
+  std::uint32_t lives_at = 0;  // its real address when IP.ADDRESS is wrong; 0 when it is right
 };
 
-// Returns the value of `key`, empty when there is none.
+// Returns the value of the key, empty when there is none.
 [[nodiscard]] std::string_view value_of(const parameters& known, std::string_view key);
 
-// Replaces the value of `key`, or adds the key at the end.
+// Replaces the value of the key, or appends the key.
 void set_value(parameters& known, std::string_view key, std::string_view value);
 
 }  // namespace fleet

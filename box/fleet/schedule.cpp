@@ -11,6 +11,12 @@ constexpr std::size_t most_waiting = 200'000;
 
 }  // namespace
 
+// Sorts by wave and delays each wave to the end of the one before:
+//
+//     unit 1   first   second                   unit 1   first            second
+//     unit 2           first   second    ->     unit 2           first            second
+//
+// A due time is moved later only, never earlier.
 void interleave(std::vector<planned_send>& batch) {
   std::ranges::stable_sort(batch, {}, &planned_send::wave);
   moment wave_start{};

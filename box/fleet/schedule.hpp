@@ -1,4 +1,4 @@
-// What is still to be sent, by time; what is due at the same time leaves in the order in which it was added.
+// The datagrams still to be sent, ordered by time; those due at the same time are sent in the order of add.
 #pragma once
 
 #include <chrono>
@@ -12,27 +12,28 @@
 
 namespace fleet {
 
+// A datagram to send.
 struct planned_send {
   moment due;
   std::size_t unit;  // index of the sending unit
   datagram what;
-  std::size_t wave = 0;      // the how-manieth datagram of its unit's answer, from 0
-  bool ends_answer = false;  // the last datagram of one answer
-  unsigned repeats = 1;      // how often it is sent, `gap` apart
+  std::size_t wave = 0;      // number of the datagram within its unit's answer, from 0
+  bool ends_answer = false;  // this is the last datagram of an answer
+  unsigned repeats = 1;      // number of times it is sent, `gap` apart
   std::chrono::milliseconds gap{0};
 };
 
-// Reorders the answers of many units to one request so that no unit's second datagram is due before every
-// unit's first one, and so on.
+// Reorders the answers of many units to one request: no unit's second datagram is due before every unit's
+// first one, and so on.
 void interleave(std::vector<planned_send>& batch);
 
 class schedule {
  public:
-  // Drops `planned` when two hundred thousand are waiting: no storm of requests may use up the memory.
+  // Adds a datagram. Drops it when 200,000 are waiting, so that no flood of requests uses up the memory.
   void add(planned_send planned);
-  // Returns the next one that is due at `now`, or nothing.
+  // Takes the next datagram that is due at `now`, if there is one.
   [[nodiscard]] std::optional<planned_send> take(moment now);
-  // Returns when the next one is due, or nothing when none waits.
+  // Returns the time of the next datagram, or nothing when none is waiting.
   [[nodiscard]] std::optional<moment> next_due() const;
 
  private:

@@ -22,11 +22,11 @@ namespace {
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
-// Requests or answers handled in a row, so that a storm of the one does not hold up the other.
+// The number of requests or answers handled in a row: a flood of one kind must not delay the other.
 constexpr int most_in_a_row = 64;
 constexpr milliseconds longest_wait{200};
 
-// A number that looks random, the same one for the same three.
+// A pseudo-random number, always the same for the same three arguments.
 std::uint64_t scatter(std::uint64_t seed, std::uint64_t unit, std::uint64_t turn) {
   std::uint64_t number = seed * 0x9e3779b97f4a7c15U + unit * 0xd1342543de82ef95U + turn;
   number = (number ^ number >> 30U) * 0xbf58476d1ce4e5b9U;
@@ -59,7 +59,8 @@ run_end simulation::run(const volatile std::sig_atomic_t& stop) {
   return run_end::stopped;
 }
 
-// Waits for a request or the next answer, but never long: a signal may have come just before the wait.
+// Waits for a request or for the next answer's time. At most 200 ms, because a signal that comes just before
+// the wait does not interrupt it.
 bool simulation::wait() const {
   const moment now = std::chrono::steady_clock::now();
   const moment due = std::min(schedule_.next_due().value_or(moment::max()), now + longest_wait);
@@ -98,6 +99,7 @@ void simulation::handle(const received_datagram& received) {
   }
 }
 
+// Gives a request to every unit. Units that stay silent get no place in the pace.
 void simulation::handle_group(const received_datagram& received, const request& asked, moment now) {
   std::vector<planned_send> batch;
   std::size_t rank = 0;
@@ -110,7 +112,8 @@ void simulation::handle_group(const received_datagram& received, const request& 
   for (planned_send& planned : batch) schedule_.add(std::move(planned));
 }
 
-// Of several units at one address only the first hears: on a real network one of them wins the address.
+// Gives a request to the unit at its destination address. Of several units at one address only the first gets
+// it, as on a real network, where one of them wins the address.
 void simulation::handle_single(const received_datagram& received, const request& asked, moment now) {
   for (std::size_t index = 0; index < units_.size(); ++index) {
     const bool is_self = index == self_ && received.to == loopback_address;
@@ -151,6 +154,7 @@ std::vector<planned_send> simulation::plan(const received_datagram& received, co
     }
   }
   if (said->reboots) {
+    // The unit goes down after its last datagram, so that the acknowledgement still gets out.
     asked_unit.restart(planned.back().due);
     if (index == self_ && !options_.kept_file.empty()) restart_at_ = planned.back().due;
   }
@@ -166,6 +170,8 @@ bool simulation::keep(std::size_t index, const request& asked) const {
   return write_kept(options_.kept_file, units_[index].after_restart());
 }
 
+// When the unit's first datagram is sent: delay, jitter, and the pace by its rank. A burst has neither of the
+// last two.
 moment simulation::first_due(std::size_t index, answer_kind kind, std::size_t rank, moment now) const {
   const faults& behaviour = units_[index].behaviour();
   moment due = now + milliseconds{behaviour.delay_ms};
@@ -189,8 +195,8 @@ void simulation::put_on_wire(const datagram& outgoing) {
   log_ << log_line("> ", outgoing.from, outgoing.text) << std::flush;
 }
 
-// An empty datagram follows the chosen answer at once. A unit with a number of its own counts its own
-// answers.
+// Sends the empty datagram after the chosen answer. A unit with a value of its own counts its own answers,
+// otherwise those of the whole fleet are counted.
 void simulation::count_answer(const planned_send& planned) {
   const unsigned wanted = units_[planned.unit].behaviour().empty_at;
   const bool counts_alone = wanted != options_.every_unit.empty_at;

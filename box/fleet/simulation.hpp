@@ -1,5 +1,5 @@
-// The fleet at work: takes requests from the network to the units they mean and sends the answers when they
-// are due, with the faults that the units have.
+// The running fleet: passes requests from the network to the units that they address, and sends the answers
+// when they are due, with each unit's faults.
 #pragma once
 
 #include <csignal>
@@ -16,21 +16,22 @@
 
 namespace fleet {
 
+// Why a run ended: a signal, this unit's restart, or a failed poll.
 enum class run_end : std::uint8_t { stopped, restart, failed };
 
 class simulation {
  public:
-  // `self` is the index of this unit itself, which 127.0.0.1 means too. `log` takes a line for each request:
-  // the address it was sent to and its text; if so chosen also one for each datagram sent: ">", the address
-  // it comes from and its text. Options, network and log must outlive the simulation.
+  // `self` is the index of this unit itself, which also has the address 127.0.0.1. `log` gets a line for each
+  // request with its destination address and text and, when the options say so, one for each datagram sent
+  // with ">", its source address and text. Options, network and log must outlive the simulation.
   simulation(const options& chosen, std::vector<unit> units, std::optional<std::size_t> self, network& wire,
              std::ostream& log);
 
-  // Runs until a signal sets `stop`, or until this unit restarts when its settings are kept in a file.
+  // Runs until a signal sets `stop`, or until this unit restarts while its settings are kept in a file.
   [[nodiscard]] run_end run(const volatile std::sig_atomic_t& stop);
 
  private:
-  // What a unit has sent so far.
+  // How much a unit has sent so far.
   struct progress {
     unsigned answers = 0;
     std::uint64_t datagrams = 0;
@@ -43,12 +44,12 @@ class simulation {
   void handle(const received_datagram& received);
   void handle_group(const received_datagram& received, const request& asked, moment now);
   void handle_single(const received_datagram& received, const request& asked, moment now);
-  // Lets one unit act and plans its answer. `rank` is its place among the units that answer.
+  // Lets a unit act on the request and plans its answer. `rank` is its position among the units that answer.
   [[nodiscard]] std::vector<planned_send> plan(const received_datagram& received, const request& asked,
                                                std::size_t index, std::size_t rank, moment now);
   [[nodiscard]] moment first_due(std::size_t index, answer_kind kind, std::size_t rank, moment now) const;
 
-  // Saves what this unit keeps over a restart. Returns false when that failed.
+  // Saves the settings that this unit keeps over a restart. Returns false when that failed.
   [[nodiscard]] bool keep(std::size_t index, const request& asked) const;
 
   void send(planned_send planned);
@@ -59,12 +60,12 @@ class simulation {
   const options& options_;
   std::vector<unit> units_;
   std::vector<progress> progress_;  // parallel to units_
-  unsigned answers_ = 0;            // of the whole fleet
+  unsigned answers_ = 0;            // sent by the whole fleet
   std::optional<std::size_t> self_;
   network& wire_;
   std::ostream& log_;
   schedule schedule_;
-  std::optional<moment> restart_at_;  // of this unit, when its settings are kept in a file
+  std::optional<moment> restart_at_;  // when this unit goes down; only with a kept file
 };
 
 }  // namespace fleet

@@ -12,11 +12,12 @@ namespace fleet {
 
 namespace {
 
-// A request may not make a unit grow without end.
+// Limits on settings, so that requests cannot make a unit grow without end.
 constexpr std::size_t most_parameters = 256;
 constexpr std::size_t longest_key = 63;
 constexpr std::size_t longest_value = 1024;
 
+// Settings that a unit reports under another key than the one they are sent under.
 struct renamed_key {
   std::string_view sent_as, kept_as;
 };
@@ -31,11 +32,13 @@ constexpr auto renamed_keys = std::to_array<renamed_key>({
 });
 constexpr auto address_keys = std::span{renamed_keys}.first<4>();
 
-// No setting changes what a unit is or measures; its id has a key of its own for that.
+// Keys that no setting can change: they say what the unit is or measures. UNIT.ID is changed with
+// UNIT.SET_ID.
 constexpr auto fixed_keys = std::to_array<std::string_view>(
     {"UNIT.ID", "UNIT.SERIAL", "UNIT.MODEL", "UNIT.MAC_ADDRESS", "UNIT.FIRMWARE", "UNIT.FIRMWARE_DATE",
      "IP.DHCP_STATUS", "UNIT.GPIO_IN1", "UNIT.GPIO_IN2"});
 
+// The keys in the answer to QUERY.STATUS.
 constexpr auto status_keys =
     std::to_array<std::string_view>({"UNIT.MODEL", "UNIT.ID", "UNIT.SERIAL", "IP.ADDRESS", "UNIT.FIRMWARE",
                                      "UNIT.MAC_ADDRESS", "IP.DHCP_STATUS", "STREAM.HOST", "VW.NAME"});
@@ -105,8 +108,8 @@ void unit::set(const request_pair& setting) {
   set_value(running_, key, setting.value);
 }
 
-// An address that did not change since the last start stays alive as it is: a unit may live at another one
-// than its static address. One that cannot be read changes nothing.
+// An address that was not set since the last start stays as it is: a unit may live at another one than its
+// static address. An unreadable address changes nothing.
 parameters unit::after_restart() const {
   parameters next = saved_;
   for (const renamed_key& row : address_keys) {
@@ -148,7 +151,7 @@ std::string_view unit::stream_address() const {
 }
 
 std::string unit::all_text() const {
-  // It stands beside the setting it comes from.
+  // Reported directly after the setting that it is taken from.
   const bool adds_stream = value("STREAM.ADDRESS").empty();
   std::string text;
   for (const parameter& known : running_) {

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view fault_prefix = "SIM.";
 
-// Takes the rest of a quoted cell from `line`, whose opening quote is gone, up to and without its comma.
+// Takes the rest of a quoted cell off the line, after its opening quote and up to the comma.
 std::string take_quoted(std::string_view& line) {
   std::string cell;
   while (!line.empty()) {
@@ -44,7 +44,7 @@ csv_row read_row(std::string_view line) {
   return row;
 }
 
-// Appends one cell to a line that is empty before its first one.
+// Appends a quoted cell to the line.
 void append_cell(std::string& line, std::string_view text) {
   if (!line.empty()) line += ',';
   line += '"';
@@ -55,7 +55,7 @@ void append_cell(std::string& line, std::string_view text) {
   line += '"';
 }
 
-// "SIM.DELAY_MS" is the column of the fault "delay-ms".
+// The fault of a column: "delay-ms" for "SIM.DELAY_MS".
 std::string fault_name(std::string_view column) {
   std::string name{column.substr(fault_prefix.size())};
   for (char& letter : name) {
@@ -72,7 +72,7 @@ bool take_fault(unit_description& unit, std::string_view column, std::string_vie
   return unit.lives_at != 0;
 }
 
-// Returns the unit of one row; an unfit cell is named in `problem`.
+// Returns the unit of a row. Adds a cell that does not fit to `problem`.
 unit_description describe_unit(const csv_row& header, const csv_row& row, const faults& every_unit,
                                std::string& problem) {
   unit_description unit{{}, every_unit, 0};

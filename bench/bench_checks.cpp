@@ -1,5 +1,5 @@
-// checks: the duplicate check of 2,000 imported records, held against one in this process that knows where the
-// identities stand: it groups them by hash, too, and writes the same log lines in the same order in blocks.
+// checks: the duplicate check of 2,000 imported records. The floor, in this process, knows the columns of the
+// identities. It also groups them by hash, and writes the same log lines in the same order in blocks.
 //   bench_checks
 
 #include <fcntl.h>
@@ -33,7 +33,7 @@ constexpr int identities = 3;
 
 enum class site { ordinary, one_pair, all_twins };
 
-// 40 columns, the three identities first. Twins stand far apart and differ in the case of their letters.
+// Imports 40 columns, the three identities first. Twins are far apart and differ in letter case.
 void import_site(site kind) {
   std::ofstream keys{"/etc/keys.txt"};
   std::ofstream csv{"/tmp/import.csv"};
@@ -59,7 +59,7 @@ void import_site(site kind) {
   if (load_import_csv("/tmp/import.csv") != records) fail("cannot import the CSV");
 }
 
-// Writes lines into the site log in blocks of 64 KiB.
+// Writes lines to the site log in blocks of 64 KiB.
 class block_writer {
  public:
   void add(const char* text, std::size_t length) {
@@ -95,7 +95,7 @@ std::uint64_t folded_hash(std::string_view text) {
   return hash;
 }
 
-// Marks the records that share the identity in that column.
+// Marks the records that share the identity in that column, and keeps the first turn in which each is marked.
 void group(int column, std::vector<int>& first_turn) {
   constexpr std::size_t places = 4096;
   std::vector<seen_identity> seen(places, {0, -1});
@@ -116,6 +116,7 @@ void group(int column, std::vector<int>& first_turn) {
   }
 }
 
+// The floor: the three groupings, and then the pairs in the order of turns and records.
 void floor_check() {
   constexpr char begin[] = "     BEGIN duplicate_check_kvp(): \n";
   constexpr char end[] = "     END duplicate_check_kvp(): \n";
@@ -155,7 +156,7 @@ double time_of(void (*check)()) {
   return own_processor_us() - start;
 }
 
-// Everything that a check leaves: its log, and the marks of every record.
+// Everything that a check leaves: its log and every record's flags.
 std::string visible_result(site kind, void (*check)()) {
   import_site(kind);
   std::filesystem::remove(site_log);

@@ -1,5 +1,5 @@
-// discovery: 2,047 units that answer one query at once, each with two datagrams of 1,200 bytes and 128 keys,
-// all first datagrams ahead of the second ones.
+// discovery: 2,047 units answer one query at once, each with two datagrams of 1,200 bytes and 128 keys, all
+// first datagrams before the second ones.
 //   bench_discovery PROGRAM FLOOR   two files named handler.cgi: the guard looks for that name
 
 #include <sys/types.h>
@@ -22,7 +22,8 @@ constexpr int named_keys = 4;
 constexpr int rounds = 10;
 constexpr double most_kib = 8 * 1024;
 
-// The last value that is compiled: a node file counts up to its byte 2,048, well within the second datagram.
+// The number of the last field that is compiled whole. It is in the second datagram, of which only the bytes
+// up to the unit's 2,048th are compiled.
 constexpr int last_whole_key = 105;
 
 const measured_request discover{.environment = {"PATH=/bin:/usr/local/bin", "REQUEST_METHOD=GET",
@@ -33,7 +34,7 @@ std::string key_name(int key) {
   return key < named_keys ? names[key] : "TEST.K" + std::to_string(100 + key);
 }
 
-// All addresses are equally long: none begins with another one.
+// All addresses have the same length, so none is the beginning of another.
 std::string address_of(int unit) {
   constexpr int hosts = 150;
   return "10.77." + std::to_string(100 + unit / hosts) + "." + std::to_string(100 + unit % hosts);
@@ -61,14 +62,14 @@ void start_fleet() {
   if (std::system(start) != 0) fail("the fleet does not start");
 }
 
-// Where the field of that number begins, or npos.
+// The position of the field with that number, or npos.
 std::size_t find_field(const std::string& line, int number) {
   std::size_t comma = 0;
   for (; number > 0 && comma != std::string::npos; --number) comma = line.find(',', comma + 1);
   return comma == std::string::npos ? comma : comma + 1;
 }
 
-// The units of the last run whose line holds a value of the second datagram, too.
+// The number of units of the last run whose line also has a value from the second datagram.
 int complete_units() {
   std::ifstream csv{"/tmp/discover.csv"};
   int complete = 0;

@@ -1,5 +1,5 @@
-// import: reading 2,000 rows of 126 cells into records, held against one pass over the file in this process that keeps
-// the place and the length of each cell; and the peak memory of a request that does it.
+// import: reading 2,000 rows of 126 cells into records. The floor, in this process, is one pass over the file
+// that keeps the offset and length of each cell. Also the peak memory of a request that imports the file.
 //   bench_import PROGRAM   a file named handler.cgi
 
 #include <fcntl.h>
@@ -26,7 +26,7 @@ namespace {
 
 constexpr int rows = 2000;
 constexpr int columns = 126;
-constexpr std::size_t file_cells = std::size_t{rows + 1} * columns;  // the header line's included
+constexpr std::size_t file_cells = std::size_t{rows + 1} * columns;  // with the header line's
 constexpr int rounds = 60;
 constexpr const char* import_file = "/tmp/import.csv";
 
@@ -34,7 +34,7 @@ std::string cell_text(int row, int column) {
   return column == 0 ? "KU" + std::to_string(100000 + row) : "value " + std::to_string(row * column % 9999);
 }
 
-// Returns the size of the CSV.
+// Writes the keys file and the CSV. Returns the size of the CSV in bytes.
 double write_site() {
   std::ofstream keys{"/etc/keys.txt"};
   std::ofstream csv{import_file, std::ios::binary};
@@ -56,7 +56,7 @@ struct place {
   std::uint32_t length;
 };
 
-// The file and where its cells are. malloc, so that no page is touched but by what is kept.
+// The file and its cells. From malloc, so that only pages with content are touched.
 struct floor_import {
   char* text = nullptr;
   std::size_t size = 0;
@@ -93,7 +93,7 @@ floor_import read_floor() {
   return read;
 }
 
-// Every cell, in order, of what one of the two has read.
+// Compares every cell that the two have read.
 void expect_same_cells(const floor_import& floor) {
   if (floor.count != file_cells) fail("the floor does not find every cell");
   for (int number = 0; number < rows * columns; ++number) {

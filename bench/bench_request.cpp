@@ -25,7 +25,7 @@ void write_results() {
   for (std::size_t written = 0; written < csv_size; written += line.size()) csv << line;
 }
 
-// Everything that a run leaves for others to see.
+// Everything that a run leaves: answer, request log and tool calls.
 std::string visible_result(const std::string& program) {
   std::filesystem::remove("/var/log/tools.log");
   run_measured(program, get_csv);

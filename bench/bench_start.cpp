@@ -1,7 +1,6 @@
-// start: instructions until a refused request ends, and the stripped size of the program.
+// start: the instructions of a refused request, and the stripped size of the program.
 //   bench_start PROGRAM FLOOR ARM-PROGRAM
-// Under valgrind the process bears another name, so the list of handler processes does not hold it: a
-// refusal.
+// Under valgrind the process has another name. So pidof does not find it, and the guard refuses the request.
 
 #include <cstdlib>
 #include <filesystem>
@@ -11,7 +10,7 @@
 
 namespace {
 
-// Instructions of the process itself, without its children.
+// The instructions of the process without its children.
 double instructions_of(const std::string& program) {
   const std::string command = "REQUEST_METHOD=GET valgrind --tool=callgrind --callgrind-out-file=/dev/null " +
                               program + " 2> /tmp/callgrind.log > /tmp/bench.answer";

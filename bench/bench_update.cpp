@@ -1,6 +1,6 @@
-// update: the time that one unit of a mass update takes when it answers at once, held against a loop in this
-// process that knows the messages and does what has to be done for a unit and no more: start the two tools, open
-// the socket, send the message, and take the unit through three round trips. It writes the page, but no log.
+// update: the time that a mass update takes for a unit that answers at once. The floor, in this process,
+// knows the messages and does only what a unit needs: it starts the two tools, opens the socket, sends the
+// message and makes three round trips. It writes the page but no log.
 //   bench_update
 
 #include <arpa/inet.h>
@@ -73,7 +73,7 @@ void run_program() {
   if (read_import_csv("/tmp/import.csv", 1) != units) fail("cannot import the CSV");
 }
 
-// Starts the tool directly, with its first line in a pipe.
+// Starts the tool directly and reads its first line from a pipe.
 void start_tool(std::initializer_list<const char*> words) {
   std::vector<char*> arguments;
   for (const char* word : words) arguments.push_back(const_cast<char*>(word));
@@ -112,7 +112,7 @@ int open_socket() {
   return handle;
 }
 
-// Sends the text and waits for the reply, whose sender takes the place of the address.
+// Sends the text and waits for the reply. Its sender becomes the address.
 void round_trip(int handle, std::string_view text, sockaddr_in& address) {
   std::array<char, 1500> reply;
   auto* peer = reinterpret_cast<sockaddr*>(&address);
@@ -121,6 +121,7 @@ void round_trip(int handle, std::string_view text, sockaddr_in& address) {
   if (recvfrom(handle, reply.data(), reply.size(), 0, peer, &size) <= 0) fail("a unit does not answer");
 }
 
+// The floor: one unit after the other.
 void run_floor(const std::vector<bench_unit>& site) {
   for (std::size_t i = 0; i < site.size(); ++i) {
     start_tool({"astparam", "g", "UNIT.SERIAL"});
@@ -136,7 +137,7 @@ void run_floor(const std::vector<bench_unit>& site) {
   }
 }
 
-// Runs the update and returns the microseconds a unit.
+// Runs the update. Returns the microseconds for one unit.
 template <typename Update>
 double time_of(Update update) {
   cgiOut = std::fopen(page_file, "w");
@@ -147,7 +148,7 @@ double time_of(Update update) {
   return took.count() / units;
 }
 
-// What the page and the units see of one update.
+// What an update shows to the page and to the units.
 template <typename Update>
 std::string visible_result(Update update) {
   const std::size_t heard_before = content_of(heard_file).size();

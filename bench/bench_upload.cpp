@@ -1,9 +1,9 @@
-// upload: decoding of multipart bodies that hold one large file, the staging copy of such a file, and bodies
-// that were made to cost the decoder as much as they can.
+// upload: decoding multipart bodies with one large file, the staging copy of such a file, and bodies made to
+// cost the decoder as much as possible.
 //   bench_upload PROGRAM FLOOR   two files named handler.cgi: the guard looks for that name
 //
-// The requests carry no command, so the program ends right after decoding. The three commands and the answer
-// around it are the floor's as well; both are measured whole, children included.
+// The requests have no command, so the program ends directly after decoding. The floor starts the same three
+// tools and writes the same answer. Both are measured as a whole, with their children.
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -36,7 +36,7 @@ constexpr std::size_t large_file = std::size_t{256} << 20;
 constexpr std::size_t block_size = 65536;
 constexpr double peak_limit_kib = 2560;
 
-// Begins with dashes, as browsers make them, so that its own parts look like its beginning.
+// Starts with dashes, as browsers make them, so that parts of it look like its start.
 const std::string boundary = "---------------------------9051914041544843365972754266";
 const std::string delimiter = "--" + boundary;
 const std::string near_delimiter = delimiter.substr(0, delimiter.size() - 1);
@@ -46,7 +46,7 @@ const std::string closing = "\r\n" + delimiter + "--\r\n";
 const std::string one_field = disposition + "\r\n\r\nab\r\n";
 const std::string header_line = "X-Header: value\r\n";
 
-// One body: `head`, then `piece` over and over up to `size` bytes, then `tail`.
+// A body: `head`, then `piece` repeated up to `size` bytes, then `tail`.
 struct body {
   const char* name;
   std::string piece;
@@ -78,7 +78,8 @@ std::string text_lines(const char* line_end) {
   return text;
 }
 
-// Runs the work in a process of its own. This one stays small: its memory counts in the peak of what it starts.
+// Runs the work in a child, so that this process stays small: a program that it starts inherits its peak
+// memory.
 template <typename Work>
 void in_child(Work work) {
   std::fflush(stdout);
@@ -103,7 +104,7 @@ void write_body(const body& sent) {
   if (!file.flush()) fail("cannot write the body");
 }
 
-// Decodes the body in this process. A body in which no boundary is found would be decoded in no time.
+// Decodes the body in this process. Makes sure that it has fields: without a boundary there would be no work.
 void decode_body() {
   cgiMultipartBoundary = boundary.c_str();
   cgiContentLength = static_cast<std::int32_t>(std::filesystem::file_size(body_file));
@@ -120,7 +121,7 @@ measured_request upload_request(bool piped = false) {
           .piped = piped};
 }
 
-// Everything that a run leaves for others to see.
+// Everything that a run leaves: answer, request log and tool calls.
 std::string visible_result(const std::string& program) {
   std::filesystem::remove("/var/log/tools.log");
   const measured_request request = upload_request();
@@ -131,10 +132,10 @@ std::string visible_result(const std::string& program) {
 struct result {
   double program_us;
   double floor_us;
-  double peak_kib;  // of the program, or of a shell that it starts: these take up to 2,400
+  double peak_kib;  // of the program or of a tool that it starts, whichever is larger
 };
 
-// Sends the body to both in turns.
+// Sends the body to program and floor in turns.
 result measure(char** programs, const body& sent, int rounds) {
   in_child([&] {
     write_body(sent);
@@ -157,7 +158,8 @@ result measure(char** programs, const body& sent, int rounds) {
   return found;
 }
 
-// Prints a row for each body, and one for the highest peak among those that need no memory of their size.
+// Prints a row for each body, and one for the highest peak memory of those whose memory must not grow with
+// them.
 void print_decoding(char** programs, const char* title, const std::vector<body>& bodies, int rounds) {
   double peak_kib = 0;
   for (const body& sent : bodies) {
@@ -170,7 +172,7 @@ void print_decoding(char** programs, const char* title, const std::vector<body>&
   print_row(std::string{"upload: peak memory, "} + title + ", KiB (limit)", peak_kib, peak_limit_kib, 1);
 }
 
-// Compares the time a byte of much preamble with that of little, both without the request around it.
+// Compares the time per byte of a long preamble with that of a short one, without the request around it.
 void print_proportion(char** programs) {
   constexpr int rounds = 15;
   const double frame = measure(programs, preamble(0), rounds).program_us;
@@ -179,7 +181,7 @@ void print_proportion(char** programs) {
   print_row("upload: preamble, us a MB (of 50, of 5)", large / 50, small / 5, 1.5);
 }
 
-// Prints the peak of memory that a body takes which is kept in memory, against the size of the body.
+// Prints the peak memory for a body that is kept in memory, against the body's size.
 void print_memory(const char* program, const body& sent, const std::string& type) {
   in_child([&] { write_body(sent); });
   measured_request request = upload_request();
@@ -207,7 +209,7 @@ void copy_in_blocks(const char* from) {
   close(out);
 }
 
-// Decodes the body, then stages its file again and again. The tool that staging starts is left out.
+// Decodes the body and stages its file repeatedly. Without the time of the tool that staging starts.
 void print_staging(int rounds) {
   decode_body();
   std::vector<double> staging_time;

@@ -1,4 +1,4 @@
-/* What the floor programs share: tools started directly, and lines written to logs. */
+/* What the floor programs share: starting tools directly, and writing log lines. */
 
 #ifndef BENCH_FLOOR_H
 #define BENCH_FLOOR_H
@@ -11,14 +11,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/* A line that needs a shell. */
+/* Runs a command line that needs a shell. */
 static inline void run_in_shell(const char* command) {
   fflush(stdout);
   if (system(command) == -1) perror(command);
 }
 
-/* Starts a tool directly. Its standard output goes to that descriptor; with redirections, which are all to /dev/null,
- * nowhere. */
+/* Starts a tool directly, with the fd `output` as its stdout. Every redirection in the line is taken as one to
+ * /dev/null. Returns the child's pid. */
 static pid_t start_tool(const char* command, int output) {
   char text[256];
   char* words[16] = {0};
@@ -45,10 +45,12 @@ static pid_t start_tool(const char* command, int output) {
   return child;
 }
 
+/* Runs a tool and waits for it. */
 static inline void run(const char* command) {
   waitpid(start_tool(command, 1), NULL, 0);
 }
 
+/* Reads the first line of a tool's output. Returns 1, 0 when there is none, or -1 without a pipe. */
 static int first_line(const char* command, char* line, int size) {
   int ends[2];
   memset(line, 0, (size_t)size);
@@ -61,6 +63,7 @@ static int first_line(const char* command, char* line, int size) {
   return length > 0;
 }
 
+/* Writes a line to a log; flags are O_APPEND or O_TRUNC. */
 static void trace(const char* path, int flags, const char* text) {
   const int file = open(path, O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
   if (file < 0) return;

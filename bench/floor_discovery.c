@@ -1,7 +1,7 @@
-/* The floor of the discovery bench: the least work that leaves the same files, as long as no unit's address begins
- * with another's: a receiver with a large buffer, senders found by hash, texts kept in memory as they are appended to
- * their node files, one write for a log line, and a sorted compilation that reads no node file again. It starts the same
- * tools as the program. */
+/* The floor of the discovery bench: the least work that leaves the same files. It has a large receive buffer,
+ * finds senders by hash, keeps the texts in memory while it appends them to their node files, writes each log
+ * line with one call, and compiles in sorted order without reading a node file again. It starts the same tools
+ * as the program. Its result is right only when no unit's address is the beginning of another's. */
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -23,16 +23,17 @@ enum { most_units = 2047, most_keys = 128, text_size = 64, datagram_size = 2048 
 static char keys[most_keys][text_size];
 static int key_count;
 static in_addr_t senders[most_units];
-static unsigned short places[4096]; /* by hash of the sender: 0, or one more than its number */
+static unsigned short places[4096]; /* by hash: sender number + 1; 0 for a free place */
 static char texts[most_units][datagram_size + 1];
 static int lengths[most_units];
 static int units;
-static const char* (*values)[most_keys]; /* in the texts, ended by a zero byte */
+static const char* (*values)[most_keys]; /* pointers into the texts, which parse terminates */
 static int order[most_units];
 static int encoders;
 static int decoders;
 static int log_file = -1;
 
+/* Appends to the log. */
 static void note(const char* text, size_t length) {
   if (log_file < 0) log_file = open("/tmp/mcD.log", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   if (write(log_file, text, length) < 0) perror("mcD.log");
@@ -81,7 +82,7 @@ static void send_query(int handle) {
   trace("/tmp/MCm.log", O_APPEND, "Running Original Discover Mode...\n");
 }
 
-/* Writes the line to the log, formatted like printf. */
+/* Formats like printf and appends to the log. */
 __attribute__((format(printf, 1, 2))) static void note_line(const char* format, ...) {
   char line[512];
   va_list arguments;
@@ -91,6 +92,7 @@ __attribute__((format(printf, 1, 2))) static void note_line(const char* format, 
   note(line, (size_t)length);
 }
 
+/* Appends a datagram to its sender's node file, and writes the log lines of that. */
 static void store(in_addr_t sender, const char* text, int length) {
   char address[INET_ADDRSTRLEN];
   char path[32];
@@ -171,7 +173,7 @@ static void parse(int node) {
     if (value == NULL) continue;
     *value++ = '\0';
     if (strcmp(pair, "UNIT.MODEL") == 0) count_model(value);
-    /* Units answer in the order of the columns: the search begins where the last one ended. */
+    /* Units answer in the order of the columns, so the search starts where the last one ended. */
     for (int tried = 0; tried < key_count; ++tried, column = (column + 1) % key_count) {
       if (strcmp(keys[column], pair) != 0) continue;
       if (*value != '\0' && end - value < text_size - 1) values[node][column] = value;

@@ -1,6 +1,6 @@
-/* The floor of the request benches: serves CMD=GET_CSV_DISCOVER as a hand-written C program would. It starts
- * the same tools with the same command lines in the same order, writes the same trace lines and the same
- * answer, and knows nothing but this one request. */
+/* The floor of the request and start benches: serves CMD=GET_CSV_DISCOVER as a hand-written C program would. It
+ * runs the same tools with the same command lines in the same order, and writes the same log lines and answer.
+ * It knows only this one request. */
 
 #include <fcntl.h>
 #include <stdio.h>

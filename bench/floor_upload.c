@@ -1,6 +1,5 @@
-/* The floor of the upload bench: takes a request body as it comes into a file of the memory file system, in
- * blocks of 256 KiB, around it the same tools, trace lines and answer as the program's for a request without
- * a command. */
+/* The floor of the upload bench: copies the request body unchanged to a file in RAM, in blocks of 256 KiB. Runs
+ * the same tools and writes the same log lines and answer as the program for a request without a command. */
 
 #include <fcntl.h>
 #include <stdio.h>

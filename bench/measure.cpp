@@ -19,8 +19,8 @@ double microseconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
 }
 
-// Starts a process that writes the file into a pipe, as a web server hands over a body. Returns the end to read.
-// The process is init's: nobody waits for it, and its cost is not counted.
+// Starts a process that writes the file into a pipe, as a web server passes a body. Returns the read end. A
+// double fork makes the process a child of init, so nobody waits for it and its cost is not counted.
 int piped(const std::string& file) {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) fail("no pipe");
@@ -37,6 +37,7 @@ int piped(const std::string& file) {
   _exit(0);
 }
 
+// Turns this child into the program.
 [[noreturn]] void become(const std::string& program, const measured_request& request) {
   std::vector<char*> environment;
   for (const std::string& variable : request.environment) {
@@ -51,7 +52,7 @@ int piped(const std::string& file) {
   _exit(127);
 }
 
-// What the kernel counts of a process that has ended and is not reaped yet, without its children.
+// The run time that the kernel counted for a process without its children. The process must be a zombie.
 double time_without_children(pid_t process) {
   std::ifstream counted{"/proc/" + std::to_string(process) + "/schedstat"};
   double nanoseconds = 0;

@@ -1,4 +1,5 @@
-// Capture files: the input is one. What it loads to is saved and loaded once more, which must give the same.
+// Capture files: the input is a capture file. What it loads to is saved and loaded again, which must give the
+// same.
 
 #include "cgi/capture_file.hpp"
 
@@ -12,7 +13,7 @@ namespace {
 constexpr const char* input_file = "/tmp/input.cgic";
 constexpr const char* saved_file = "/tmp/saved.cgic";
 
-// Saves the request that is there and returns the file.
+// Saves the current request. Returns the file's content.
 std::string saved() {
   require(cgiWriteEnvironment(saved_file) == cgiEnvironmentSuccess, "a request can be saved");
   return read_file(saved_file);

@@ -1,4 +1,4 @@
-// Cookies: the input is what a client sends as its cookies.
+// Cookies: the input is the cookie text that a client sends.
 
 #include "cgi/cookies.hpp"
 

@@ -1,4 +1,5 @@
-// Import CSV: the input is one, read into device records, which are then checked for shared identities.
+// Import CSV: the input is a CSV. It is read into device records, which are then checked for shared
+// identities.
 
 #include "massupdate/import_csv.hpp"
 
@@ -14,8 +15,8 @@
 namespace {
 
 constexpr const char* csv_file = "/tmp/import.csv";
-constexpr int most_lines = 100;                    // more show nothing else, and every record is large
-constexpr const char* site_log = "/tmp/site.log";  // would grow with every input
+constexpr int most_lines = 100;                    // more find nothing new and are slow
+constexpr const char* site_log = "/tmp/site.log";  // emptied for each input, or it would grow
 
 void check_record(int row, std::string_view csv) {
   for (int column = 0; column < import_header_count(); ++column) {

@@ -1,4 +1,4 @@
-// Keys files: the input is one, read as the columns of both header tables.
+// Keys files: the input is a keys file. It is read as the columns of both header tables.
 
 #include <string>
 
@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* csv_file = "/tmp/keys.csv";
 
-// The header line that a table has.
+// The header line for a table.
 std::string header_line(const column_list& table) {
   std::string line;
   for (int column = 0; column < table.size(); ++column) {

@@ -1,5 +1,5 @@
-// Multipart bodies: the first line of the input is the boundary, the rest is the body. It is decoded as it
-// arrives in one piece, and again from small ones, which must give the same.
+// Multipart bodies: the first line of the input is the boundary, the rest is the body. It is decoded once in
+// one piece and once in small ones, which must give the same result.
 
 #include "cgi/multipart.hpp"
 
@@ -14,14 +14,14 @@
 
 namespace {
 
-// More than a boundary ever has: it comes out of a buffer of 1,024 bytes that holds the content type too.
+// Longer than any boundary: one comes from a buffer of 1,024 bytes that also contains the content type.
 constexpr std::size_t longest_boundary = 1000;
-// More than an input has, and no more than a read takes at once.
+// Longer than any input, and not longer than one read.
 constexpr std::size_t one_piece = 32'768;
-// So many pieces fit into a socket that nobody reads yet.
+// This many pieces fit into a socket that nobody reads.
 constexpr std::size_t most_pieces = 100;
 
-// Decodes the body as it arrives in pieces of that many bytes.
+// Decodes the body when it arrives in pieces of that many bytes: a packet socket delivers one packet a read.
 cgiParseResultType decode(std::string_view body, std::size_t piece) {
   cgiContentLength = static_cast<std::int32_t>(body.size());
   std::array<int, 2> ends{};

@@ -1,5 +1,5 @@
-// In the place of base/shell: a target starts no process. The few commands of a decoder or a compilation
-// would take all of its time.
+// Replaces base/shell: a target starts no process. The few commands of a decoder or a compilation would take
+// all of the time.
 
 #include <algorithm>
 

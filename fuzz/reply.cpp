@@ -1,4 +1,4 @@
-// Reply texts of the device API: the input is what units answer, their texts separated by zero bytes.
+// Device API replies: the input is the answers of several units, separated by zero bytes.
 
 #include <algorithm>
 #include <string>

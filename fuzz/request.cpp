@@ -13,7 +13,7 @@ namespace {
 
 constexpr int most_names = 16;
 
-// The text as the accessor copies it with that limit; a write beyond it is a finding.
+// Calls the accessor with a buffer of exactly `max` bytes, so that the sanitizer finds a write beyond it.
 std::string copy_of(text_reader read, const char* name, std::size_t max, cgiFormResultType& result) {
   std::vector<char> buffer(max);
   result = read(name, buffer.data(), static_cast<int>(max));
@@ -33,7 +33,7 @@ void check_numbers(const char* name) {
   cgiFormDoubleBounded(name, &real, -9, 9, 77);
 }
 
-// Returns the number of fields of that name.
+// Checks the values of a name. Returns the number of its fields.
 std::size_t check_values(const char* name) {
   int space = 0;
   require(cgiFormStringSpaceNeeded(name, &space) == cgiFormSuccess, "a name of the list is found");

@@ -1,4 +1,4 @@
-// The request of a target of the request layer: as a text that can be compared, and through its accessors.
+// The decoded request of a target: as a text to compare, and read through its accessors.
 
 #pragma once
 
@@ -6,15 +6,16 @@
 
 #include "cgi/form_entry.hpp"
 
-// Every field and the content of every upload. The request is then released, which must leave no temporary
-// file.
+// Returns every field and the content of every upload as a text, and releases the request. No temporary file
+// may be left then.
 [[nodiscard]] std::string take_request();
 
+// An accessor that copies a text.
 using text_reader = cgiFormResultType (*)(const char* name, char* result, int max);
 
-// Copies a text that is shorter than `enough` with that limit and with smaller ones: what is cut is the
-// beginning of the whole text, and the result says so.
+// Copies a text with the limit `enough`, which it fits, and with smaller ones: a cut copy must be the
+// beginning of the text, and the result must say so.
 void check_limits(text_reader read, const char* name, std::size_t enough);
 
-// Reads the fields through every accessor, with buffers of exactly the sizes told.
+// Reads the fields through every accessor, into buffers of exactly the size passed.
 void check_accessors();

@@ -1,4 +1,4 @@
-// Runs a target once on every file of a folder: what fuzzing found stays fixed.
+// Runs a target once on every file of a folder, so that a fault that fuzzing found stays fixed.
 
 #include <cstdio>
 #include <filesystem>

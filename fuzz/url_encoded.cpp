@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::string_view digits = "0123456789abcdef";
 
-// The fields of the request with every byte escaped.
+// The fields of the request, encoded again with every byte escaped.
 std::string encoded_again() {
   std::string encoded;
   const auto append = [&encoded](std::string_view text) {

@@ -1,12 +1,11 @@
-// Echo: a whole program of the request layer. It answers a request with a page that shows what arrived, and
-// keeps the request as /tmp/request.cgic, for cgi-replay.
+// Echo: a complete program that uses the request layer. It answers with a page that shows the request, and
+// saves the request as /tmp/request.cgic for cgi-replay.
 //
-//   fields    in the order in which they arrived: name and value; of an upload, file name, content type
-//             and size
+//   fields    in their order: name and value; for an upload its file name, content type and size
 //   cookies   their names
 //
-// Beside handler.cgi in the unit's web server it takes a request that makes trouble, to be run again
-// elsewhere.
+// Installed next to handler.cgi in the unit's web server, it captures a request that causes trouble, so that
+// it can be run again elsewhere.
 
 #include "cgi/cgi.hpp"
 
@@ -19,8 +18,8 @@ namespace {
 
 constexpr const char* kept_request = "/tmp/request.cgic";
 
-// Each row is a text in bold and one behind it, as text: what a client sends must not become part of the
-// page.
+// Writes a row: a label in bold and a text. Both are escaped, so that what a client sends cannot become part
+// of the page.
 void write_row(const char* label, const char* text) {
   std::fputs("<p><b>", cgiOut);
   cgiHtmlEscape(label);

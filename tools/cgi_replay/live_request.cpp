@@ -20,6 +20,7 @@ body_kind kind_of_body() {
   return equal_no_case(cgiContentType, "multipart/form-data") ? body_kind::multipart : body_kind::none;
 }
 
+// Escapes every byte but letters, digits and "-._".
 std::string url_encoded(std::string_view text) {
   constexpr std::string_view plain = "-._0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
   constexpr std::string_view digits = "0123456789ABCDEF";
@@ -39,7 +40,7 @@ std::string write_url_encoded(std::FILE* body) {
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
     const bool is_upload = entry->fileName()[0] != '\0' || entry->tfileName()[0] != '\0';
     if (is_upload) return "an upload in a url-encoded request";
-    // An empty name would end decoding; a zero byte ends the name.
+    // An empty name would end decoding. "%00" is decoded to an empty name that does not.
     const std::string name = entry->name()[0] != '\0' ? url_encoded(entry->name()) : "%00";
     std::fprintf(body, "%s=%s%s", name.c_str(), url_encoded(entry->value()).c_str(),
                  entry->next != nullptr ? "&" : "");
@@ -47,8 +48,8 @@ std::string write_url_encoded(std::FILE* body) {
   return {};
 }
 
-// The text as a part's header takes it, in quotes only where it must be: a header line has room for no more
-// than the line that it came from. Nothing when no quoting gives the text back.
+// The text for a part's header, quoted only where it must be: a header line has no room to spare for a text
+// that filled it before. Nothing when the text would not be decoded to itself.
 std::optional<std::string> header_text(std::string_view text) {
   if (text.find_first_of("\r\n") != std::string_view::npos) return std::nullopt;
   const bool quoted = text.starts_with('"') || text.find(';') != std::string_view::npos ||
@@ -58,15 +59,15 @@ std::optional<std::string> header_text(std::string_view text) {
   return "\"" + std::string{text} + "\"";
 }
 
-// Whether a header line has room for the value, which ends in the given text. A value that was cut when it
-// arrived has lost its closing quote, and the end of the line stands for it.
+// True when the value fits a header line; `last_text` is its end. A value that was cut when it arrived may
+// have lost its closing quote, and then it must lose it again.
 bool fits_line(std::string& value, std::string_view last_text) {
   constexpr std::size_t longest_value = 1023;
   if (value.size() == longest_value + 1 && last_text.starts_with('"')) value.pop_back();
   return value.size() <= longest_value;
 }
 
-// The headers of a field's part; nothing when it cannot have any.
+// The headers of a field's part. Nothing when no headers can be decoded to its texts.
 std::optional<std::string> part_headers(const cgiFormEntry& entry) {
   const auto name = header_text(entry.name());
   const auto file_name = header_text(entry.fileName());
@@ -82,6 +83,7 @@ std::optional<std::string> part_headers(const cgiFormEntry& entry) {
   return "Content-Disposition: " + disposition + "\r\n" + type_line + "\r\n";
 }
 
+// Writes a part. Returns the problem, or an empty text.
 std::string write_part(std::FILE* body, const cgiFormEntry& entry) {
   const bool named_file = entry.fileName()[0] != '\0';
   if (named_file != (entry.tfileName()[0] != '\0')) return "an upload without its content or its name";

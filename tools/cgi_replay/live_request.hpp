@@ -1,18 +1,17 @@
-// Live request: turns a loaded request back into what a web server hands to a CGI program, so that the
-// program meets it as it meets every request.
+// Live request: turns a loaded request back into what a web server passes to a CGI program.
 //   environment   the captured variables; CONTENT_TYPE with a new boundary, CONTENT_LENGTH of the new body
-//   body          of a POST request, url-encoded or multipart as its content type says, made from the form
-//                 entries; empty for every other request, whose fields are in the query string or nowhere
-// The new body is not the old one byte for byte, but it is decoded to the same entries.
+//   body          of a POST request: url-encoded or multipart, as its content type says, made from the form
+//                 entries; empty for every other request
+// The new body is not equal to the old one, but it is decoded to the same entries.
 
 #pragma once
 
 #include <cstdio>
 #include <string>
 
-// Writes the body of the request into an empty file. Returns an empty text, or why there is no such body; for a
-// request that arrived live there is one. Of a value with a zero byte it holds what stands before that.
+// Writes the body into an empty file. Returns an empty text, or the reason why the request cannot have a
+// body; one that arrived live always can. A value with a zero byte is written up to there.
 [[nodiscard]] std::string write_live_body(std::FILE* body, const std::string& boundary);
 
-// Makes the environment of this process that of the request.
+// Sets this process's environment to that of the request. `body` is the file with the new body.
 void set_live_environment(std::FILE* body, const std::string& boundary);

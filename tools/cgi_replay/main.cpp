@@ -1,12 +1,11 @@
-// cgi-replay: shows what a capture file holds, or runs a CGI program on the request in it.
+// cgi-replay: prints the request in a capture file, or runs a CGI program on it.
 //
 //   cgi-replay FILE                          prints the variables that are set and the form entries
-//   cgi-replay FILE PROGRAM [ARGUMENT...]    becomes PROGRAM, with the request as its environment and
-//                                            standard input
+//   cgi-replay FILE PROGRAM [ARGUMENT...]    becomes PROGRAM, with the request as its environment and stdin
 //
-// Ends with 1 when the file holds no request or none that can be sent again, with 2 when called wrongly, with
-// 127 when the program cannot be started, and else with 0 or as the program does. handler.cgi runs only on a
-// unit or in the box.
+// Exit status: 1 when the file contains no request or one that cannot be sent again, 2 for wrong arguments,
+// 127 when the program cannot be started, otherwise 0 or that of the program. handler.cgi may run on a unit
+// or in the box only.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -35,7 +34,8 @@ int fail(const std::string& message, int status = failed) {
   return status;
 }
 
-// The text on one line: a capture file comes from anywhere, and goes to a terminal.
+// The text on one line with everything unprintable escaped, as a capture file may come from anywhere and this
+// goes to a terminal.
 std::string shown(std::string_view text) {
   constexpr std::string_view digits = "0123456789abcdef";
   std::string line;
@@ -74,7 +74,7 @@ void print_request() {
   }
 }
 
-// A boundary that nobody can foresee, so that no content holds it.
+// A random boundary, which no content can contain on purpose.
 std::string new_boundary() {
   constexpr int words = 4;
   std::random_device random;
@@ -83,7 +83,7 @@ std::string new_boundary() {
   return boundary;
 }
 
-// Returns only when the program does not start.
+// Replaces this process with the program. Returns only when that fails.
 int run(char** program) {
   const std::string boundary = new_boundary();
   const unique_file body{std::tmpfile()};
@@ -96,7 +96,7 @@ int run(char** program) {
   cgiFreeResources();
   std::rewind(body.get());
   const int descriptor = fileno(body.get());
-  // The program gets the body as its standard input, and no other way.
+  // The program gets the body as its stdin only, not also as another fd.
   if (fcntl(descriptor, F_SETFD, FD_CLOEXEC) < 0 || dup2(descriptor, STDIN_FILENO) < 0) {
     return fail("the body cannot become the standard input");
   }

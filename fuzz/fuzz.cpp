@@ -10,8 +10,8 @@ std::string_view take_up_to(std::string_view& input, char end) {
   return taken;
 }
 
-void require(bool holds, const char* rule) {
-  if (holds) return;
+void require(bool kept, const char* rule) {
+  if (kept) return;
   std::fprintf(stderr, "broken rule: %s\n", rule);
   std::abort();
 }

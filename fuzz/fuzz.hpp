@@ -22,4 +22,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 [[nodiscard]] std::string_view take_up_to(std::string_view& input, char end);
 
 // Aborts with the rule's text when it is broken.
-void require(bool holds, const char* rule);
+void require(bool kept, const char* rule);

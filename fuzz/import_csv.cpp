@@ -20,7 +20,8 @@ constexpr const char* site_log = "/tmp/site.log";  // emptied for each input, or
 
 void check_record(int row, std::string_view csv) {
   for (int column = 0; column < import_header_count(); ++column) {
-    require(csv.find(kvp_table.value(row, column)) != std::string_view::npos, "a value stands in the file");
+    require(csv.find(kvp_table.value(row, column)) != std::string_view::npos,
+            "a value is a part of the file");
   }
 }
 
@@ -37,7 +38,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const int records = load_import_csv(csv_file);
   const bool open_end = !csv.empty() && !csv.ends_with('\n');
   require(records == std::max<long>(line_feeds + (open_end ? 1 : 0) - 1, 0),
-          "every line behind the first is a record");
+          "every line after the first is a record");
   require(!kvp_table || kvp_table.rows() == records, "a row for each record");
   for (int row = 0; row < kvp_table.rows(); ++row) check_record(row, csv);
   write_file(site_log, {});

@@ -30,7 +30,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   write_file(unit::keys_file, std::string{text_of(data, size)});
   const int count = ckht(discovery_mode, csv_file);
   require(key_header_count() == count, "columns are counted");
-  require(read_file(csv_file) == header_line(key_header_table), "line and table line up");
+  require(read_file(csv_file) == header_line(key_header_table), "the header line matches the table");
   for (int column = 0; column < count; ++column) {
     const std::string_view key = key_header_table.key(column);
     require(ckv(key) == 1, "an import may have every column");
@@ -38,6 +38,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     require(found >= 0 && found <= column && key_header_table.key(found) == key, "a key is found");
   }
   require(ckht(import_mode, csv_file) == count, "an import may have all columns");
-  require(read_file(csv_file) == header_line(import_header_table), "its line and table line up");
+  require(read_file(csv_file) == header_line(import_header_table),
+          "the import header line matches its table");
   return 0;
 }

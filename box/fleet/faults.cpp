@@ -74,7 +74,7 @@ constexpr auto table = std::to_array<fault_row>({
      choice<&faults::spelling, spelling_words>},
     {"answer-from", "ADDRESS", "acknowledge from this address", answer_from},
     {"acknowledge-with", "TEXTS",
-     "acknowledge with these datagrams as they stand, \"|\" between them; an empty one comes empty",
+     "acknowledge with these datagrams, \"|\" between them; an empty text is an empty datagram",
      acknowledge_with},
     {"hostile", "[=KIND]", "none|all|shell|length|pairs|joined|bytes (all): unsafe or malformed texts",
      hostile},

@@ -59,7 +59,7 @@ constexpr auto table = std::to_array<option_row>({
     {"burst", "", "all answers to one request in the same instant: no pace, no jitter",
      flag<&options::burst>},
     {"seed", "N", "of jitter and loss (1)", number<&options::seed, 4'000'000'000>},
-    {"help", "", "these lines", flag<&options::help>},
+    {"help", "", "this help", flag<&options::help>},
 });
 
 // A row of either table; one of the two pointers is set for a known option.

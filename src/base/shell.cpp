@@ -24,7 +24,7 @@ constexpr int not_started_status = 127 << 8;  // the wait status of "exit 127", 
 constexpr pid_t none = -1;
 
 // True when a PATH contains the folder.
-bool holds_folder(std::string_view path, std::string_view folder) {
+bool contains_folder(std::string_view path, std::string_view folder) {
   for (;;) {
     const std::size_t colon = path.find(':');
     if (path.substr(0, colon) == folder) return true;
@@ -44,7 +44,7 @@ void put_tools_into_path() {
     return;
   }
   char* longer_path = nullptr;
-  if (holds_folder(path, unit::tool_folder)) return;
+  if (contains_folder(path, unit::tool_folder)) return;
   if (asprintf(&longer_path, "%s:%s", path, unit::tool_folder) < 0) return;
   setenv("PATH", longer_path, 1);
   std::free(longer_path);

@@ -43,7 +43,7 @@ constexpr auto second_gen_models = std::to_array<std::string_view>({
     "KestR-2",
 });
 
-int stands_in(std::span<const std::string_view> models, std::string_view model) {
+int is_listed(std::span<const std::string_view> models, std::string_view model) {
   return std::ranges::any_of(models, [model](std::string_view row) { return equal_no_case(row, model); }) ? 1
                                                                                                           : 0;
 }
@@ -51,17 +51,17 @@ int stands_in(std::span<const std::string_view> models, std::string_view model) 
 }  // namespace
 
 int is_decoder_model(std::string_view model) {
-  return stands_in(decoder_models, model);
+  return is_listed(decoder_models, model);
 }
 
 int is_encoder_model(std::string_view model) {
-  return stands_in(encoder_models, model);
+  return is_listed(encoder_models, model);
 }
 
 int is_wallplate_model(std::string_view model) {
-  return stands_in(wallplate_models, model);
+  return is_listed(wallplate_models, model);
 }
 
 int is_second_gen_model(std::string_view model) {
-  return stands_in(second_gen_models, model);
+  return is_listed(second_gen_models, model);
 }

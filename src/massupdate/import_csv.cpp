@@ -29,7 +29,7 @@ struct csv_column {
 };
 using csv_columns = std::array<csv_column, column_list::most_columns>;
 
-bool holds_zero_byte(std::string_view text) {
+bool has_zero_byte(std::string_view text) {
   return text.find('\0') != std::string_view::npos;
 }
 
@@ -43,7 +43,7 @@ std::string_view take_line(std::string_view& text) {
 
 // Adds a header cell's key. Of two columns with the same key the first takes the cells of both.
 csv_column add_key(std::string_view key) {
-  if (holds_zero_byte(key) || akkh(import_mode, key) < 0) return {};
+  if (has_zero_byte(key) || akkh(import_mode, key) < 0) return {};
   return {import_header_table.find(key), equal_no_case(key, "UNIT.MODEL")};
 }
 
@@ -133,12 +133,12 @@ bool read_text(std::FILE* file, record_table& records) {
 
 // Reads the lines after the header, one row each. Returns false without memory.
 bool read_rows(std::string_view text, const csv_columns& columns, record_table& records) {
-  const bool zero_bytes = holds_zero_byte(text);
+  const bool zero_bytes = has_zero_byte(text);
   while (!text.empty()) {
     const std::string_view line = take_line(text);
     if (!records.append_row()) return false;
     // The text in front of a zero byte would pass for a complete serial or address.
-    if (zero_bytes && holds_zero_byte(line)) continue;
+    if (zero_bytes && has_zero_byte(line)) continue;
     read_record(line, columns, records, records.rows() - 1);
   }
   return true;

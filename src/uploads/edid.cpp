@@ -46,7 +46,7 @@ int install_active_edid() {
 }
 
 // True when the file has exactly 256 bytes. Reads up to 512 to notice a longer one.
-bool holds_exactly_one_block() {
+bool is_exactly_one_block() {
   const unique_file file = open_for_reading(block_file);
   std::array<char, 2 * edid_size> bytes;
   return file && std::fread(bytes.data(), 1, bytes.size(), file.get()) == edid_size;
@@ -54,7 +54,7 @@ bool holds_exactly_one_block() {
 
 // The API service saves its configuration first and selects the new EDID last: the order of the two messages.
 int install_custom_edid(int number) {
-  if (!holds_exactly_one_block()) return fail("<p>Error: Invalid EDID</p>\n");
+  if (!is_exactly_one_block()) return fail("<p>Error: Invalid EDID</p>\n");
   command_text command;
   command.print("mv /tmp/edid.bin /share/CUSTOM_%d.cbin", number);
   shell_run(command.c_str());

@@ -13,6 +13,7 @@
 
 namespace fleet {
 
+// One <key>=<value> of a request.
 struct request_pair {
   std::string_view key, value;
 };

@@ -15,12 +15,14 @@ namespace fleet {
 inline constexpr std::uint16_t api_port = 8000;
 inline constexpr std::uint32_t discovery_group = 0xe2000013;  // 226.0.0.19
 
+// A request as it came.
 struct received_datagram {
   sockaddr_in from;
   std::uint32_t to;  // destination address of the datagram, in host order
   std::string text;
 };
 
+// An answer to send.
 struct datagram {
   sockaddr_in to;
   std::uint32_t from;  // source address in host order; 0 lets the kernel choose

@@ -10,6 +10,7 @@
 
 namespace fleet {
 
+// One key with its value.
 struct parameter {
   std::string key;
   std::string value;  // an empty value is not reported

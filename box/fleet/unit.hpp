@@ -18,6 +18,7 @@ namespace fleet {
 
 using moment = std::chrono::steady_clock::time_point;  // not affected by setting the date
 
+// Whether an answer reports values or acknowledges a request.
 enum class answer_kind : std::uint8_t { query, acknowledgement };
 
 // What a unit answers, before it is cut into datagrams.

@@ -37,6 +37,7 @@ enum class first_line {
 // the command. The line keeps its line feed. A line longer than the buffer is cut at line.size() - 1 bytes.
 [[nodiscard]] first_line shell_first_line(const char* command, std::span<char> line);
 
+// The same into a fixed-width text.
 template <std::size_t N>
 [[nodiscard]] first_line shell_first_line(const char* command, fixed_text<N>& line) {
   return shell_first_line(command, line.buffer());

@@ -6,10 +6,12 @@
 
 namespace unit {
 
+// The folder of the unit's own tools.
 inline constexpr const char* tool_folder = "/usr/local/bin";
 // PATH when the web server sets none: the order that Linux systems use.
 inline constexpr const char* default_path = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
+// Stops the unit's video link.
 inline constexpr const char* stop_link = "/usr/local/bin/ast_send_event -1 e_stop_link > /dev/null 2>&1";
 
 // The device API. Every unit listens on this UDP port, and joins this group for queries to all of them.
@@ -27,6 +29,7 @@ inline constexpr const char* discover_info = "/tmp/discover.info";
 // The CSV that was uploaded last.
 inline constexpr const char* import_csv = "/tmp/import.csv";
 
+// The log of a mass update, which the web page shows.
 inline constexpr const char* site_log = "/tmp/site.log";
 
 }  // namespace unit

@@ -114,8 +114,12 @@ void node_search::add_text(std::uint32_t number, std::string_view text) {
   all.copy(file.tail.data(), file.tail_size, all.size() - file.tail_size);
 }
 
-// Adds a window for each key in the text, whose first `known` bytes were searched before: a window that lies
-// completely within them is there already.
+// Adds a window for each key in the text. The first `known` bytes were searched before, so a window that lies
+// completely within them is there already. One that was cut off by their end is added again, now longer:
+//
+//     before   IP.ADDRESS=10.77|               window "10.77", too short for the address
+//     now      IP.ADDRESS=10.77|.1.5&          window "10.77.1.5&"
+//     known                    ^
 void node_search::add_places(std::uint32_t number, std::string_view text, std::size_t known) {
   const node_file& file = files_[number];
   const std::uint64_t text_start = file.size - known;

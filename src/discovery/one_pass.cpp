@@ -130,6 +130,7 @@ int collect_answers(collection& run) {
     const arrival got = await_datagram(datagram);
     if (got.is_datagram()) {
       store_datagram(run, got.sender.sin_addr, datagram.data());
+      // A flood without any silence ends here after the minute.
       if (!time.over()) continue;
     } else if (++silences <= five_silences || (!time.window_over() && !time.over())) {
       pause_for(pause_after_silence);

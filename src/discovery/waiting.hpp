@@ -29,6 +29,7 @@
 #include "base/clock.hpp"
 #include "discovery/discovery_state.hpp"
 
+// The pause between a silence and the next receive.
 inline constexpr std::chrono::milliseconds pause_after_silence{100};
 
 // The number of silences in these rules.

@@ -5,13 +5,12 @@ import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { createHash, randomBytes } from 'node:crypto';
 import { mkdtempSync, rmSync } from 'node:fs';
-import { request } from 'node:http';
 import { createConnection } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
-import { answers, ask, form, hadMemory, md5, result, send, shell, urls } from './machine.mjs';
+import { answers, ask, hadMemory, md5, result, send, shell, urls } from './machine.mjs';
 
 // An archive that was sent before stays, as on any unit.
 const leftovers = 'ls /dev/shm | grep -v "^fw.tar.gz$\\|^uf"';
@@ -29,22 +28,7 @@ async function openBox() {
     box.kill();
     rmSync(shared, { recursive: true });
   };
-  const askBox = async (command, { file } = {}) => {
-    const upload = new Response(form(command, file ?? ''));
-    const body = Buffer.from(await upload.arrayBuffer());
-    return new Promise((resolve, reject) => {
-      const path = '/cgi-bin/handler.cgi' + (file ? '' : `?CMD=${command}`);
-      const headers = { Host: 'unit', ...(file && { 'Content-Type': upload.headers.get('content-type') }) };
-      if (file) headers['Content-Length'] = body.length;
-      const asked = request({ socketPath, path, headers, method: file ? 'POST' : 'GET' }, async (answer) => {
-        let text = '';
-        for await (const bytes of answer) text += bytes;
-        resolve(text);
-      });
-      asked.on('error', reject);
-      asked.end(file ? body : undefined);
-    });
-  };
+  const askBox = (command, options) => ask(command, { ...options, socketPath });
   for (let tries = 0; tries < 100; ++tries) {
     if (await askBox('GET_NODES').catch(() => null)) return { askBox, end };
     await sleep(100);
@@ -82,6 +66,9 @@ test('every command answers with the bytes of the box', async () => {
       const lines = (page) => (command.startsWith('DISCOVER_') ? page.split('\n').sort() : page.split('\n'));
       assert.deepEqual(lines(booted), lines(boxed), command);
     }
+    const [, started] = /start:(\d+)/.exec(await shell(1, 'cat /tmp/MCa.log'));
+    const clock = process.env.UNIT_CLOCK ? Date.parse(`${process.env.UNIT_CLOCK}Z`) : Date.now();
+    assert.ok(Math.abs(started - clock / 1000) < 600, `${started} is another time`);
   } finally {
     end();
   }

@@ -6,7 +6,7 @@ import { existsSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { gzipSync } from 'node:zlib';
 import { makeEdid, makeTar } from '../console/sample_files.mjs';
-import { start, startServer, until } from '../console/unit.mjs';
+import { anotherConsole, start, startServer, until } from '../console/unit.mjs';
 import { site, siteJson, startSite } from './site.mjs';
 
 const url = 'http://127.0.0.1:8080';
@@ -207,6 +207,44 @@ await chapter('without consent nothing is sent', async () => {
   assert.match(typed('no\n'), /Update 1 unit\? \[y\/N\].*status 4/s);
   assert.match(typed('y\n'), /KU000003.*OK.*1 OK, 0 failed.*status 0/s);
   await allBack();
+});
+
+await chapter('what another update has changed meanwhile is shown before anything is sent', async () => {
+  const theirs = (serial, name) =>
+    anotherConsole('UNIT.SERIAL,UNIT.MODEL,VW.NAME,', `${serial},RX610,${name},`);
+  const before = await namesOf('KU000005');
+  rmSync('/tmp/dbgCGI.log');
+  const asking = startSite(['apply', csvOf(['KU000005'], 'Ours'), url, '--yes', '--json']);
+  await until(() => existsSync('/tmp/dbgCGI.log')); // its discovery is under way
+  await theirs('KU000005', 'Theirs');
+  const { status, events } = await asking.ended;
+  assert.equal(status, 2, JSON.stringify(events));
+  const [{ key, then, now, value }] = events.filter(({ event }) => event === 'outdated');
+  assert.deepEqual([key, then, now, value], ['VW.NAME', ...before, 'Theirs', 'Ours 0']);
+  assert.equal(events.filter(({ event }) => event === 'not-sent').length, 1);
+  assert.deepEqual([runOf(events).unsent, ...(await namesOf('KU000005'))], [1, 'Theirs']);
+
+  // A person who thinks while others work: what they do to other units is no reason to ask again.
+  for (const [serial, isAsked] of [
+    ['KU000007', false],
+    ['KU000005', true],
+  ]) {
+    const command = `tools/site/src/main.js apply ${csvOf(['KU000005'], `For ${serial}`)} ${url}; echo status $?`;
+    const terminal = spawn('script', ['-qec', command, '/dev/null'], { stdio: ['pipe', 'pipe', 'inherit'] });
+    let said = '';
+    terminal.stdout.on('data', (piece) => (said += piece));
+    await until(() => said.includes('Update 1 unit? [y/N]'));
+    await theirs(serial, 'Theirs again');
+    terminal.stdin.write('y\n');
+    if (isAsked) {
+      await until(() => said.includes('Go on? [y/N]'));
+      assert.match(said, /UNIT-005: VW\.NAME was “For KU000007 0” and is “Theirs again” now/);
+      terminal.stdin.write('y\n');
+    }
+    await until(() => said.includes('status'));
+    assert.match(said, /1 OK, 0 failed.*status 0/s);
+    await allBack();
+  }
 });
 
 await chapter('files are looked at before they are sent, a firmware update is waited for', async () => {

@@ -51,6 +51,7 @@ export async function accessOf(options) {
 
 export class Unit {
   report = () => {}; // hears {kind, seconds} of each wait for a unit that refuses
+  discovered = ''; // when the last discovery was written, by the unit's clock
 
   constructor(address, access) {
     this.url = unitUrl(address);
@@ -93,6 +94,7 @@ export class Unit {
     const site = await this.lastSite();
     if (!site || (site.modified !== '' && site.modified === before?.modified))
       throw new Error(texts.units.noNewList);
+    this.discovered = site.modified;
     return site;
   }
 }

@@ -38,7 +38,7 @@ export async function anotherConsole(...lines) {
   };
   const body = new FormData();
   body.append('CMD', 'CSV_IMPORT');
-  body.append('file', new File([`${lines.join('\r\n')}\r\n`], 'theirs.csv'));
+  body.append('file', new Blob([`${lines.join('\r\n')}\r\n`]), 'theirs.csv');
   await request('', { method: 'POST', body });
   return request('?CMD=PERFORM_CSV_UPDATE');
 }

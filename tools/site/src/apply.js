@@ -1,15 +1,14 @@
 // site apply, undo and runs: settings are checked, shown, sent and looked at; what became of them is kept.
 
-import { readFileSync } from 'node:fs';
 import { resolve } from 'node:path';
 import { preflight } from '../../../console/src/logic/preflight.js';
 import { draftOf } from '../../../console/src/logic/unit_csv.js';
 import { texts } from '../../../console/src/texts.js';
 import { UsageError } from './command_line.js';
 import { canAsk, clearProgress, confirm, event, line, notSent, notice, table } from './output.js';
-import { changesNothing, draftFromBytes, planOf, tellPlan } from './plan.js';
+import { changesNothing, draftFromBytes, planOf, readFile, tellPlan } from './plan.js';
 import { Run, readOpenBatch, runRow, tallyOf, tallyText, tellResult } from './run.js';
-import { continueRun, newRun, readRun, runIds } from './run_store.js';
+import { allRuns, continueRun, newRun, readRun } from './run_store.js';
 import { status } from './status.js';
 import { openUnit } from './discover.js';
 import { hasAll, verify } from './verify.js';
@@ -20,11 +19,17 @@ const words = texts.configure;
 async function consent(plan, options) {
   const doubts = plan.problems.filter(({ level }) => level === 'out' || level === 'check').length;
   const questions = [
-    [doubts > 0, 'accept-problems', words.confirmLeftOut(doubts)],
-    [plan.moved.length > 0, 'accept-moves', words.confirmMoved(plan.moved.length)],
+    [doubts > 0, 'accept-problems', words.confirmLeftOut(doubts), 'rows or cells are left out or doubtful.'],
+    [
+      plan.moved.length > 0,
+      'accept-moves',
+      words.confirmMoved(plan.moved.length),
+      'units change their address.',
+    ],
   ].filter(([isAsked, option]) => isAsked && !options[option]);
   if (options.yes) {
-    for (const [, option, text] of questions) notSent(`Not sent without --${option}: ${text}`, options.json);
+    for (const [, option, , reason] of questions)
+      notSent(`Not sent without --${option}: ${reason}`, options.json);
     return questions.length > 0 ? status.faults : status.good;
   }
   if (!canAsk()) {
@@ -155,7 +160,7 @@ export async function apply(operands, options) {
   if (options['retry-failed']) return retry(operands, options);
   const [file, address] = operands;
   if (!address) throw new UsageError('usage: site apply FILE URL, or site apply --retry-failed [RUN]');
-  const bytes = readFileSync(file); // before a unit is asked: a discovery stops its video
+  const bytes = readFile(file); // before a unit is asked: a discovery stops its video
   const unit = await openUnit(address, options);
   const makePlan = async () => {
     const site = await unit.discover();
@@ -238,7 +243,7 @@ export async function runs([id], options) {
     run.rows.forEach((row, at) => tellResult(run.id, row, run.records[at], options.json));
     return status.good;
   }
-  const all = runIds().map((each) => readRun(each));
+  const all = allRuns();
   for (const { id: run, started, url, file, of, records } of options.json ? all : [])
     event('run', { run, started, url, file, of, ...tallyOf(records) });
   const rows = all.map((run) => [run.id, run.url, run.file, tallyText(tallyOf(run.records))]);

@@ -9,6 +9,8 @@ async function siteFor(address, options) {
   const { results, result } = await forEachUnit([address], options, async (unit) => {
     const site = await (options.last ? unit.lastSite() : unit.discover());
     if (!site) throw new Error('The unit has not discovered its site yet.');
+    if (!site.keys.includes('UNIT.SERIAL'))
+      throw new Error('The unit’s discovery has no column UNIT.SERIAL.');
     return site;
   });
   return { site: results[0], result };

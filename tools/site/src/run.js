@@ -71,8 +71,7 @@ export function tellResult(id, row, { state, reason }, json) {
 
 // Reads the site log until `over()`, and then until it tells of all records: a web server may know the size that a file had
 // a second ago. The log that was there `before` does not count, be it a little longer by now: the unit discovers for seconds
-// before it begins a new one. Returns the
-// unit's time of the first reading after that.
+// before it begins a new one. Returns when it was first read after `over()`, by the unit's clock.
 async function followSiteLog(unit, before, over, show) {
   let text = '';
   let length = 0;

@@ -1,10 +1,15 @@
-// Three booted units and 200 simulated ones are configured together; the booted ones restart for real.
+// Three booted units and 200 simulated ones are configured together, by the commands and by site(1); the booted ones restart
+// for real.
 //   script/unit --units 3 --crowd 200 -- node --test tests/booted/site.mjs
 
 import assert from 'node:assert/strict';
+import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
-import { answers, ask, hadMemory, shell } from './machine.mjs';
+import { siteJson } from '../site/site.mjs';
+import { answers, ask, hadMemory, shell, urls } from './machine.mjs';
 
 test('a mass update reaches every unit, and the booted ones come back with new ids and addresses', async () => {
   await ask('DISCOVER_DEVICES_API');
@@ -41,5 +46,34 @@ test('a mass update reaches every unit, and the booted ones come back with new i
   assert.equal(rows, '202\nHall-2\nHall-3\n');
   await ask('DISCOVER_DEVICES_API', { unit: 3 });
   assert.equal(await shell(3, "grep -c '^10\\.77\\.' /www/site.csv"), '203\n');
+  await hadMemory();
+});
+
+test('site configures booted and simulated units, a booted one first, and they report what they were sent', async (context) => {
+  const folder = mkdtempSync(join(tmpdir(), 'booted-'));
+  context.after(() => rmSync(folder, { recursive: true }));
+  process.env.XDG_STATE_HOME = folder;
+  const file = join(folder, 'stage.csv');
+  const serials = [2, 3, 4, 5, 6, 7].map((number) => `KU00000${number}`);
+  writeFileSync(
+    file,
+    ['UNIT.SERIAL,UNIT.ID', ...serials.map((serial) => `${serial},Stage-${serial.at(-1)}`)].join('\n'),
+  );
+
+  const { status, events } = await siteJson('apply', file, urls[0], '--yes', '--trial', '1', '--verify');
+  assert.equal(status, 0, JSON.stringify(events));
+  const of = (name) => events.filter(({ event }) => event === name);
+  assert.deepEqual(
+    of('result').map(({ serial, state }) => `${serial} ${state}`),
+    serials.map((serial) => `${serial} ok`),
+  );
+  assert.deepEqual(
+    of('verified').map(({ serial, reported, state }) => `${serial} ${reported} ${state}`),
+    [serials[0], ...serials].map((serial) => `${serial} Stage-${serial.at(-1)} same`),
+  );
+  for (let unit = 2; unit <= urls.length; ++unit) {
+    assert.equal(await shell(unit, 'hostname'), `Stage-${unit}\n`);
+    await hadMemory(unit);
+  }
   await hadMemory();
 });

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
 import {
-  address,
+  anotherConsole,
   chapter,
   content,
   download,
@@ -122,19 +122,6 @@ await chapter(page, 'the time that is left is known after a reload, not without 
   await says('The update has ended');
   await tally('0 OK, 3 failed');
 });
-
-// What another console does: sends rows as soon as the unit takes requests.
-async function anotherConsole(...lines) {
-  const request = async (path, options) => {
-    const answer = await fetch(`${address}cgi-bin/handler.cgi${path}`, options).then((page) => page.text());
-    return answer.includes('HANDLER=ERROR') ? request(path, options) : answer;
-  };
-  const body = new FormData();
-  body.append('CMD', 'CSV_IMPORT');
-  body.append('file', new File([`${lines.join('\r\n')}\r\n`], 'theirs.csv'));
-  await request('', { method: 'POST', body });
-  return request('?CMD=PERFORM_CSV_UPDATE');
-}
 
 await chapter(
   page,

@@ -30,6 +30,19 @@ export async function startServer() {
   return end;
 }
 
+// What another console does: asks without a pause, and sends rows as soon as the unit takes requests.
+export async function anotherConsole(...lines) {
+  const request = async (path, options) => {
+    const answer = await fetch(`${address}cgi-bin/handler.cgi${path}`, options).then((page) => page.text());
+    return answer.includes('HANDLER=ERROR') ? request(path, options) : answer;
+  };
+  const body = new FormData();
+  body.append('CMD', 'CSV_IMPORT');
+  body.append('file', new Blob([`${lines.join('\r\n')}\r\n`]), 'theirs.csv');
+  await request('', { method: 'POST', body });
+  return request('?CMD=PERFORM_CSV_UPDATE');
+}
+
 export const asked = []; // by the browser's own dialogs; all are accepted
 
 // Opens the console. A fault of its scripts ends the test, and so does a wait of minutes.

@@ -6,7 +6,7 @@ import { existsSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { gzipSync } from 'node:zlib';
 import { makeEdid, makeTar } from '../console/sample_files.mjs';
-import { start, startServer, until } from '../console/unit.mjs';
+import { anotherConsole, start, startServer, until } from '../console/unit.mjs';
 import { site, siteJson, startSite } from './site.mjs';
 
 const url = 'http://127.0.0.1:8080';
@@ -209,6 +209,44 @@ await chapter('without consent nothing is sent', async () => {
   await allBack();
 });
 
+await chapter('what another update has changed meanwhile is shown before anything is sent', async () => {
+  const theirs = (serial, name) =>
+    anotherConsole('UNIT.SERIAL,UNIT.MODEL,VW.NAME,', `${serial},RX610,${name},`);
+  const before = await namesOf('KU000005');
+  rmSync('/tmp/dbgCGI.log');
+  const asking = startSite(['apply', csvOf(['KU000005'], 'Ours'), url, '--yes', '--json']);
+  await until(() => existsSync('/tmp/dbgCGI.log')); // its discovery is under way
+  await theirs('KU000005', 'Theirs');
+  const { status, events } = await asking.ended;
+  assert.equal(status, 2, JSON.stringify(events));
+  const [{ key, then, now, value }] = events.filter(({ event }) => event === 'outdated');
+  assert.deepEqual([key, then, now, value], ['VW.NAME', ...before, 'Theirs', 'Ours 0']);
+  assert.equal(events.filter(({ event }) => event === 'not-sent').length, 1);
+  assert.deepEqual([runOf(events).unsent, ...(await namesOf('KU000005'))], [1, 'Theirs']);
+
+  // A person who thinks while others work: what they do to other units is no reason to ask again.
+  for (const [serial, isAsked] of [
+    ['KU000007', false],
+    ['KU000005', true],
+  ]) {
+    const command = `tools/site/src/main.js apply ${csvOf(['KU000005'], `For ${serial}`)} ${url}; echo status $?`;
+    const terminal = spawn('script', ['-qec', command, '/dev/null'], { stdio: ['pipe', 'pipe', 'inherit'] });
+    let said = '';
+    terminal.stdout.on('data', (piece) => (said += piece));
+    await until(() => said.includes('Update 1 unit? [y/N]'));
+    await theirs(serial, 'Theirs again');
+    terminal.stdin.write('y\n');
+    if (isAsked) {
+      await until(() => said.includes('Go on? [y/N]'));
+      assert.match(said, /UNIT-005: VW\.NAME was “For KU000007 0” and is “Theirs again” now/);
+      terminal.stdin.write('y\n');
+    }
+    await until(() => said.includes('status'));
+    assert.match(said, /1 OK, 0 failed.*status 0/s);
+    await allBack();
+  }
+});
+
 await chapter('files are looked at before they are sent, a firmware update is waited for', async () => {
   const edid = makeEdid('DESK 24');
   assert.equal((await site('upload', 'edid1', file('short.bin', edid.subarray(0, 128)), url)).status, 2);
@@ -240,12 +278,14 @@ await chapter('files are looked at before they are sent, a firmware update is wa
     '--json',
   ]);
   await until(() => texts.out.includes('"state":"started"'));
-  const [now, later] = await Promise.all([
-    siteJson('list', 'decoders', url, '--wait', '0'),
-    siteJson('list', 'decoders', url, '--wait', '60'),
-  ]);
+  const updates = execFileSync('pidof', ['update_fw.sh'], { encoding: 'utf8' }).trim().split(' ').map(Number);
+  updates.forEach((id) => process.kill(id, 'SIGSTOP')); // however long the two take to start
+  const now = await siteJson('list', 'decoders', url, '--wait', '0');
   assert.deepEqual([now.status, now.events[0].kind], [3, 'updating']);
-  assert.deepEqual([later.status, later.events[0].kind], [0, 'updating']);
+  const later = startSite(['list', 'decoders', url, '--wait', '60', '--json']);
+  await until(() => later.texts.out.includes('"updating"'));
+  updates.forEach((id) => process.kill(id, 'SIGCONT'));
+  assert.equal((await later.ended).status, 0);
   const { status, events } = await ended;
   assert.deepEqual([status, events.at(-1).state], [0, 'back']);
 });

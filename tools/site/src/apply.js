@@ -1,15 +1,14 @@
 // site apply, undo and runs: settings are checked, shown, sent and looked at; what became of them is kept.
 
-import { readFileSync } from 'node:fs';
 import { resolve } from 'node:path';
 import { preflight } from '../../../console/src/logic/preflight.js';
 import { draftOf } from '../../../console/src/logic/unit_csv.js';
 import { texts } from '../../../console/src/texts.js';
 import { UsageError } from './command_line.js';
 import { canAsk, clearProgress, confirm, event, line, notSent, notice, table } from './output.js';
-import { changesNothing, draftFromBytes, planOf, tellPlan } from './plan.js';
+import { changesNothing, draftFromBytes, planOf, readFile, tellPlan } from './plan.js';
 import { Run, readOpenBatch, runRow, tallyOf, tallyText, tellResult } from './run.js';
-import { continueRun, newRun, readRun, runIds } from './run_store.js';
+import { allRuns, continueRun, newRun, readRun } from './run_store.js';
 import { status } from './status.js';
 import { openUnit } from './discover.js';
 import { hasAll, verify } from './verify.js';
@@ -20,11 +19,17 @@ const words = texts.configure;
 async function consent(plan, options) {
   const doubts = plan.problems.filter(({ level }) => level === 'out' || level === 'check').length;
   const questions = [
-    [doubts > 0, 'accept-problems', words.confirmLeftOut(doubts)],
-    [plan.moved.length > 0, 'accept-moves', words.confirmMoved(plan.moved.length)],
+    [doubts > 0, 'accept-problems', words.confirmLeftOut(doubts), 'rows or cells are left out or doubtful.'],
+    [
+      plan.moved.length > 0,
+      'accept-moves',
+      words.confirmMoved(plan.moved.length),
+      'units change their address.',
+    ],
   ].filter(([isAsked, option]) => isAsked && !options[option]);
   if (options.yes) {
-    for (const [, option, text] of questions) notSent(`Not sent without --${option}: ${text}`, options.json);
+    for (const [, option, , reason] of questions)
+      notSent(`Not sent without --${option}: ${reason}`, options.json);
     return questions.length > 0 ? status.faults : status.good;
   }
   if (!canAsk()) {
@@ -72,14 +77,35 @@ const verifyRows = (unit, run, from, to, options) =>
     options.json,
   );
 
+// Shows what another update has changed since the plan was made, and asks. Returns the exit status that keeps the rows
+// from being sent, or good.
+async function consentAgain(run, changes, options) {
+  for (const { at, ...change } of changes) {
+    const { number, serial, id } = run.rows[at];
+    const text = words.changed(change);
+    if (options.json) event('outdated', { row: number, serial, id, ...change, text });
+    else line(`${id || serial}: ${text}`);
+  }
+  if (!options.yes) return (await confirm(`${words.paused.changed} Go on?`)) ? status.good : status.declined;
+  notSent(`Not sent: ${words.paused.changed}`, options.json);
+  return status.faults;
+}
+
+// Returns the exit status when nothing is sent, else good.
 async function sendAll(unit, run, options) {
+  let refused = status.good;
+  const accepts = async (changes) => {
+    refused = await consentAgain(run, changes, options);
+    return refused === status.good;
+  };
   let at = 0;
   while (at < run.rows.length) {
     const next = Math.min(run.rows.length, at + sizeOf(at, run, options));
-    await run.send(unit, at, next);
+    if (!(await run.send(unit, at, next, accepts))) return at === 0 ? refused : status.good;
     at = next;
-    if (!(await goesOn(unit, run, at, options))) return;
+    if (!(await goesOn(unit, run, at, options))) break;
   }
+  return status.good;
 }
 
 function tellEnd(run, url, json) {
@@ -90,26 +116,26 @@ function tellEnd(run, url, json) {
   return tally;
 }
 
-// Shows a plan and asks. Returns {rows, text, undo} to be sent, or {refused} with the exit status. The plan and the site are
-// not kept while a run lasts: they are large.
+// Shows a plan and asks. Returns {rows, text, undo} to be sent and the problems `seen`, or {refused} with the exit status. The
+// plan and the site are not kept while a run lasts: they are large.
 async function prepare(makePlan, options) {
   const plan = await makePlan();
   if (!plan) return { refused: status.good };
   tellPlan(plan, options.json);
   if (plan.text === '') return { refused: changesNothing(plan) ? status.good : status.faults };
   const refused = await consent(plan, options);
-  return refused === status.good
-    ? { rows: plan.sending.map(runRow), text: plan.text, undo: plan.undo }
-    : { refused };
+  if (refused !== status.good) return { refused };
+  const seen = plan.problems.map(({ code, detail }) => code + detail);
+  return { rows: plan.sending.map(runRow), text: plan.text, undo: plan.undo, seen };
 }
 
 // Carries out the plan that `makePlan()` returns, null when there is nothing to do: shows it, asks, sends, and looks at what
 // came of it. Returns the exit status.
 async function carryOut(unit, makePlan, { file, of }, options) {
-  const { refused, ...sent } = await prepare(makePlan, options);
+  const { refused, seen, ...sent } = await prepare(makePlan, options);
   if (refused !== undefined) return refused;
   const journal = newRun({ url: unit.url, file, of, ...sent });
-  const run = new Run(journal, sent, options.json);
+  const run = new Run(journal, { ...sent, seen, date: unit.discovered }, options.json);
   const leave = () => {
     clearProgress();
     notice(`Cut off. What was begun goes on in the unit; site runs ${journal.id} shows what is known.`);
@@ -117,13 +143,15 @@ async function carryOut(unit, makePlan, { file, of }, options) {
   };
   process.once('SIGINT', leave);
   let tally;
+  let unsent;
   try {
-    await sendAll(unit, run, options);
+    unsent = await sendAll(unit, run, options);
   } finally {
     tally = tellEnd(run, unit.url, options.json);
     process.off('SIGINT', leave);
     journal.close();
   }
+  if (unsent !== status.good) return unsent;
   const isVerified = !options.verify || (await verifyRows(unit, run, 0, run.rows.length, options));
   return tally.fail + tally.unsent + tally.unknown === 0 && isVerified ? status.good : status.held;
 }
@@ -132,7 +160,7 @@ export async function apply(operands, options) {
   if (options['retry-failed']) return retry(operands, options);
   const [file, address] = operands;
   if (!address) throw new UsageError('usage: site apply FILE URL, or site apply --retry-failed [RUN]');
-  const bytes = readFileSync(file); // before a unit is asked: a discovery stops its video
+  const bytes = readFile(file); // before a unit is asked: a discovery stops its video
   const unit = await openUnit(address, options);
   const makePlan = async () => {
     const site = await unit.discover();
@@ -215,7 +243,7 @@ export async function runs([id], options) {
     run.rows.forEach((row, at) => tellResult(run.id, row, run.records[at], options.json));
     return status.good;
   }
-  const all = runIds().map((each) => readRun(each));
+  const all = allRuns();
   for (const { id: run, started, url, file, of, records } of options.json ? all : [])
     event('run', { run, started, url, file, of, ...tallyOf(records) });
   const rows = all.map((run) => [run.id, run.url, run.file, tallyText(tallyOf(run.records))]);

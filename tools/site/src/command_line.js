@@ -19,7 +19,7 @@ export const options = {
   'accept-moves': { help: 'with --yes: send although units change their address' },
   trial: { value: 'N', least: 1, help: 'send to the first N units, look, then go on' },
   'stop-after': { value: 'N', least: 1, help: 'stop once N units have failed' },
-  batch: { value: 'N', least: 1, help: 'units sent at a time with --stop-after' },
+  batch: { value: 'N', least: 1, help: 'send so many units at a time' },
   'retry-failed': { help: 'send again what did not succeed in RUN, by default the last one' },
   verify: { help: 'discover afterwards and compare with what was sent' },
   wait: { value: 'SECONDS', least: 0, help: 'how long a busy or updating unit is waited for (300)' },
@@ -156,10 +156,11 @@ export function readCommandLine(words) {
 export function unitUrl(text) {
   let url;
   try {
-    url = new URL(/^https?:\/\//i.test(text) ? text : `http://${text}`);
+    url = new URL(text.includes('://') ? text : `http://${text}`);
   } catch {
-    throw new UsageError(`no address of a unit: “${text}”`);
+    url = null;
   }
+  if (!/^https?:$/.test(url?.protocol)) throw new UsageError(`no address of a unit: “${text}”`);
   if (url.username || url.password)
     throw new UsageError('a login goes into --user and --password-file, not into the address');
   return url.origin;

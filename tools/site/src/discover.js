@@ -101,7 +101,6 @@ const fileName = (url) => `${url.replace(/^http:\/\//, '').replace(/[^A-Za-z0-9.
 // Each site into a file of its own where there are several.
 function writeFiles(found, several, format, path) {
   if (!several) return writeFileSync(path, csvOf(found, false, format));
-  mkdirSync(path, { recursive: true });
   for (const one of found) writeFileSync(join(path, fileName(one.url)), csvOf([one], false, format));
 }
 
@@ -112,6 +111,7 @@ export async function discover(addresses, options) {
   if (options.output && !['csv', 'spreadsheet'].includes(format))
     throw new UsageError('--output writes csv or spreadsheet');
   const several = addresses.length > 1;
+  if (several && options.output) mkdirSync(options.output, { recursive: true });
   const { results, result } = await forEachUnit(addresses, options, async (unit) => {
     const site = await unit.discover();
     tell(unit.url, site, options.json);

@@ -12,11 +12,20 @@ const words = texts.configure;
 const mostProblems = 100; // that are listed one by one
 const mostRanges = 12; // of rows, in one line of the list
 
+// Reads a file that a command line names.
+export function readFile(path) {
+  try {
+    return readFileSync(path);
+  } catch ({ code }) {
+    throw new Error(`${path} cannot be read (${code}).`);
+  }
+}
+
 export const draftFromBytes = (bytes, site) => readDraft(bytes, site.text, site.keys);
 
 // The discovery of a file. Throws when it is none.
 export function siteFromFile(path) {
-  const text = new TextDecoder().decode(readFileSync(path));
+  const text = new TextDecoder().decode(readFile(path));
   const site = { ...readSite(text), text };
   if (!site.keys.includes('UNIT.SERIAL'))
     throw new Error(`${path} is no discovery: it has no column UNIT.SERIAL`);

@@ -2,11 +2,13 @@
 // answer tell what becomes of each. The unit cannot stop an update, so stopping is done between batches.
 
 import { failureOf } from '../../../console/src/logic/answer.js';
-import { csvOf, tallyOf as countStates, waiting } from '../../../console/src/logic/run.js';
+import { changesSince, csvOf, tallyOf as countStates, waiting } from '../../../console/src/logic/run.js';
 import { applyResults, isEnded, longestSilence, readSiteLog } from '../../../console/src/logic/site_log.js';
+import { RequestFailure } from '../../../console/src/logic/request_queue.js';
 import { texts } from '../../../console/src/texts.js';
 import { clearProgress, event, line, notice, progress } from './output.js';
 import { sleep } from './transport.js';
+import { discoverAll } from './verify.js';
 
 const words = texts.configure;
 const siteLogFile = '/site.log';
@@ -25,19 +27,24 @@ const reasonTexts = {
 
 // By which a site log is known again as long as nothing writes to it.
 const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
-const isNewer = (log, before) =>
-  ageOf(log) !== ageOf(before) && !(Date.parse(log.modified) <= Date.parse(before?.date));
 
-// What is kept of a row, and sent again when that is wanted.
-export function runRow({ number, values, unit, settings }) {
+// Whether a log has been written to since it was of `age`, or since `date`, by the unit's clock.
+const isNewer = (log, { age, date }) => ageOf(log) !== age && !(Date.parse(log.modified) <= Date.parse(date));
+
+const mostCompared = 10; // times in a row that another update precedes a batch, until it is given up
+
+// What is kept of a row, sent again when that is wanted, and compared with the site before it is sent.
+export function runRow({ number, values, unit, settings, cells }) {
   const ids = [unit?.values['UNIT.ID'], values['UNIT.ID']].filter(Boolean);
   return {
     number,
     serial: values['UNIT.SERIAL'],
     model: values['UNIT.MODEL'] ?? '',
     id: [...new Set(ids)].join(' → '),
+    was: unit?.values['UNIT.ID'] ?? '',
     address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
     settings: Object.fromEntries(settings.map(({ key, value }) => [key, value])),
+    old: Object.fromEntries(settings.map(({ key }) => [key, cells[key].old])),
   };
 }
 
@@ -64,21 +71,24 @@ export function tellResult(id, row, { state, reason }, json) {
 
 // Reads the site log until `over()`, and then until it tells of all records: a web server may know the size that a file had
 // a second ago. The log that was there `before` does not count, be it a little longer by now: the unit discovers for seconds
-// before it begins a new one.
+// before it begins a new one. Returns when it was first read after `over()`, by the unit's clock.
 async function followSiteLog(unit, before, over, show) {
   let text = '';
   let length = 0;
+  let date = '';
   for (let left = readsAfterwards; left > 0;) {
     if (over()) left -= 1;
     const piece = await unit.readStatic(siteLogFile, length).catch(() => null);
+    if (piece && left >= readsAfterwards - 1) ({ date } = piece);
     if (piece && piece.text !== '' && (length > 0 || isNewer(piece, before))) {
       text = piece.whole ? piece.text : text + piece.text;
       length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
       show(text);
     }
-    if (left < readsAfterwards && text !== '' && readSiteLog(text).records.every(isEnded)) return;
+    if (left < readsAfterwards && text !== '' && readSiteLog(text).records.every(isEnded)) break;
     if (left > 0) await sleep(logInterval);
   }
+  return date;
 }
 
 // Waits until the log has all records, or nothing more. Returns whether it has all.
@@ -150,12 +160,13 @@ class Batch {
     if ((await session.ask('GET_CSV_IMPORT')) !== text) throw new Error(words.notTheSameCsv);
   }
 
-  async #perform(unit, session) {
+  async #perform(unit, session, log) {
     const { journal } = this.run;
-    const before = await unit.readStatic(siteLogFile);
-    journal.begin(this.from, this.to, ageOf(before));
+    const before = { age: ageOf(log), date: log?.date };
+    journal.begin(this.from, this.to, before.age);
     Object.assign(this, { begun: true, log: '', lines: [], logged: this.rows.map(() => waiting) });
     let over = false;
+    let date = '';
     const following = followSiteLog(
       unit,
       before,
@@ -174,17 +185,31 @@ class Batch {
       throw failure;
     } finally {
       over = true;
-      await following;
+      date = await following;
     }
+    this.run.compared = { age: '', date };
   }
 
-  // Throws what ended it early, after reporting all that is known.
-  async send(unit) {
+  // Returns whether it was sent: not when another update has run since the site was compared with the plan.
+  #attempt(unit) {
+    return unit.run('update', async (session) => {
+      await this.#sendCsv(session);
+      const log = await unit.readStatic(siteLogFile);
+      if (log && isNewer(log, this.run.compared)) return false;
+      await this.#perform(unit, session, log);
+      return true;
+    });
+  }
+
+  // `accepts(changes)` decides whether to go on with a site that has changed. Returns whether the batch was sent. Throws
+  // what ended it early, after reporting all that is known.
+  async send(unit, accepts) {
     try {
-      await unit.run('update', async (session) => {
-        await this.#sendCsv(session);
-        await this.#perform(unit, session);
-      });
+      for (let times = 0; !(await this.#attempt(unit)); ++times) {
+        if (times === mostCompared) throw new RequestFailure('taken', 'PERFORM_CSV_UPDATE');
+        const changes = await this.run.compareAgain(unit);
+        if (changes.length > 0 && !(await accepts(changes))) return false;
+      }
     } finally {
       if (this.begun) {
         this.tell({}, true);
@@ -192,13 +217,16 @@ class Batch {
       }
     }
     for (const text of this.lines.filter((each) => each.startsWith('Not enough memory'))) notice(text);
+    return true;
   }
 }
 
 // What is known of the rows of a run, as it goes on.
+//   compared  {age, date}: a site log that is not newer tells of nothing that the plan does not know
+//   seen      the problems that were shown
 export class Run {
-  constructor(journal, { rows, text }, json) {
-    Object.assign(this, { journal, rows, text, json });
+  constructor(journal, { rows, text, seen, date }, json) {
+    Object.assign(this, { journal, rows, text, seen, json, compared: { age: '', date } });
     this.records = rows.map(() => ({ state: 'unsent', reason: 'stopped' }));
   }
 
@@ -219,10 +247,28 @@ export class Run {
     return this.records.filter(({ state }) => state === 'fail' || state === 'unknown').length;
   }
 
-  // Sends the rows from one place to another.
-  async send(unit, from, to) {
+  // Compares what is not sent yet with the site as it is now, once the units that restart are back. Returns what has changed
+  // since the plan was made, as the console's runs have it.
+  async compareAgain(unit) {
+    const places = [...this.rows.keys()].filter((at) => this.records[at].state === 'unsent');
+    const log = await unit.readStatic(siteLogFile);
+    const site = await discoverAll(
+      unit,
+      places.map((at) => this.rows[at]).filter(({ was }) => was),
+    );
+    this.compared = { age: ageOf(log), date: site.modified };
+    const rows = this.rows.map(({ serial, was, settings, old }) => ({
+      serial,
+      was,
+      sent: Object.entries(settings).map(([key, value]) => [key, old[key], value]),
+    }));
+    return changesSince({ rows, text: this.text, seen: this.seen }, places, site);
+  }
+
+  // Sends the rows from one place to another. Returns whether it has, as Batch does.
+  send(unit, from, to, accepts) {
     if (!this.json) progress(from, this.rows.length, words.preparing);
-    await new Batch(this, from, to).send(unit);
+    return new Batch(this, from, to).send(unit, accepts);
   }
 }
 

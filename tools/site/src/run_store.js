@@ -92,7 +92,7 @@ export function runOf([head, ...entries]) {
   return { ...head, records, open };
 }
 
-export function runIds() {
+function runIds() {
   let names = [];
   try {
     names = readdirSync(folder());
@@ -105,10 +105,23 @@ export function runIds() {
     .sort();
 }
 
+// Null for a file of which not even the first line is whole: nothing was sent then.
+function runIn(id) {
+  const entries = entriesOf(pathOf(id));
+  return Array.isArray(entries[0]?.rows) ? runOf(entries) : null;
+}
+
+// All runs, the oldest first.
+export const allRuns = () => runIds().map(runIn).filter(Boolean);
+
 // Returns a run, the last one when no id is given. Throws when there is none.
-export function readRun(id = runIds().at(-1)) {
-  if (id === undefined) throw new Error('There is no run yet.');
-  const entries = idForm.test(id) && runIds().includes(id) ? entriesOf(pathOf(id)) : [];
-  if (!entries[0]?.rows) throw new Error(`There is no run ${id}; site runs lists them.`);
-  return runOf(entries);
+export function readRun(wanted) {
+  const ids = wanted === undefined ? runIds().reverse() : runIds().filter((id) => id === wanted);
+  for (const id of ids) {
+    const run = runIn(id);
+    if (run) return run;
+  }
+  throw new Error(
+    wanted === undefined ? 'There is no run yet.' : `There is no run ${wanted}; site runs lists them.`,
+  );
 }

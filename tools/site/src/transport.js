@@ -118,10 +118,11 @@ export function openTransport({ origin, authorization, ca }) {
       request.end();
       const answer = await answerTo(request);
       if (answer.statusCode === 401) throw new RequestFailure('login', path);
-      if (answer.statusCode === 416) return { bytes: new Uint8Array(), text: '', modified: '', whole: false };
+      const { 'last-modified': modified = '', date = '' } = answer.headers;
+      if (answer.statusCode === 416)
+        return { bytes: new Uint8Array(), text: '', modified: '', date, whole: false };
       if (![200, 206].includes(answer.statusCode)) return null;
       const bytes = await readBody(answer);
-      const { 'last-modified': modified = '', date = '' } = answer.headers;
       const text = new TextDecoder().decode(bytes);
       return { bytes, text, modified, date, whole: answer.statusCode === 200 };
     } catch (failure) {

@@ -1,12 +1,12 @@
 // One unit and, through it, its site: its requests wait for each other, a unit that refuses is asked again, and what a
 // discovery wrote is read.
 
-import { readFileSync } from 'node:fs';
 import { texts } from '../../../console/src/texts.js';
 import { RequestFailure, RequestQueue } from '../../../console/src/logic/request_queue.js';
 import { readSite } from '../../../console/src/logic/site.js';
 import { UsageError, unitUrl } from './command_line.js';
 import { askPassword, canAsk } from './output.js';
+import { readFile } from './plan.js';
 import { openTransport, sleep } from './transport.js';
 
 const siteFile = '/site.csv';
@@ -32,7 +32,7 @@ export function explain(failure) {
 export const kindOf = (failure) => (failure instanceof RequestFailure ? failure.kind : 'failed');
 
 async function passwordFor({ user, 'password-file': file }) {
-  if (file) return readFileSync(file, 'utf8').split(/\r?\n/)[0];
+  if (file) return readFile(file).toString().split(/\r?\n/)[0];
   if (!canAsk())
     throw new UsageError('no terminal to ask for the password; --password-file names a file with it');
   return askPassword(`Password of ${user}: `);
@@ -44,13 +44,14 @@ export async function accessOf(options) {
   const login = options.user && `${options.user}:${await passwordFor(options)}`;
   return {
     authorization: login && `Basic ${Buffer.from(login).toString('base64')}`,
-    ca: options.ca && readFileSync(options.ca),
+    ca: options.ca && readFile(options.ca),
     wait: (options.wait ?? defaultWait) * 1000,
   };
 }
 
 export class Unit {
   report = () => {}; // hears {kind, seconds} of each wait for a unit that refuses
+  discovered = ''; // when the last discovery was written, by the unit's clock
 
   constructor(address, access) {
     this.url = unitUrl(address);
@@ -93,6 +94,7 @@ export class Unit {
     const site = await this.lastSite();
     if (!site || (site.modified !== '' && site.modified === before?.modified))
       throw new Error(texts.units.noNewList);
+    this.discovered = site.modified;
     return site;
   }
 }

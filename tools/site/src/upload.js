@@ -32,7 +32,9 @@ class DiskFile {
   constructor(path) {
     this.path = path;
     this.name = basename(path);
-    this.size = statSync(path).size;
+    const about = statSync(path);
+    if (!about.isFile()) throw new Error(`${path} is no file.`);
+    this.size = about.size;
   }
 
   bytes(from, to) {

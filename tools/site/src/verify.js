@@ -37,17 +37,22 @@ const isFound = (rows, site) => {
   return rows.every(({ serial }) => units.has(serial.toLowerCase()));
 };
 
-// Discovers until all units of the rows are back, or `wait` is over. Returns whether they have what they were sent.
+// Discovers until all units of the rows are found, or the unit's `wait` is over. Returns the last discovery.
+export async function discoverAll(unit, rows) {
+  const until = Date.now() + unit.wait;
+  for (;;) {
+    const site = await unit.discover();
+    if (isFound(rows, site) || Date.now() >= until) return site;
+    await sleep(Math.min(nextPause, until - Date.now()));
+  }
+}
+
+// Returns whether the units of the rows have what they were sent.
 export async function verify(unit, rows, json) {
   if (rows.length === 0) return true;
-  const until = Date.now() + unit.wait;
   if (!json) notice('Discovering, to compare with what was sent…');
   await sleep(firstPause);
-  let site = await unit.discover();
-  while (!isFound(rows, site) && Date.now() < until) {
-    await sleep(Math.min(nextPause, until - Date.now()));
-    site = await unit.discover();
-  }
+  const site = await discoverAll(unit, rows);
   const cells = compareSettings(rows, site);
   const count = (state) => cells.filter((cell) => cell.state === state).length;
   const wrong = cells.filter(({ state }) => state !== 'same');

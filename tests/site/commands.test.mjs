@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { mkdirSync, mkdtempSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
@@ -53,6 +54,20 @@ test('a wrong command line sends nothing and ends with 64', async () => {
     assert.match(err, reason);
   }
   assert.match((await site('--help')).out, /site apply FILE URL/);
+});
+
+test('a refusal with bare line feeds in its header, as busybox httpd passes it on, is a refusal', async () => {
+  const refusal =
+    'HTTP/1.1 200 OK\r\nContent-type: text/html,\n\n' +
+    '<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 ' +
+    'VLINK=#800080>\n<Center>\n&HANDLER=ERROR Firmware Update In Progress, try again later.\n</Center></BODY></HTML>';
+  const unit = createServer((client) => client.once('data', () => client.end(refusal)).on('error', () => {}));
+  await new Promise((resolve) => {
+    unit.listen(0, '127.0.0.1', resolve);
+  });
+  const { events } = await siteJson('discover', `127.0.0.1:${unit.address().port}`, '--wait', '0');
+  unit.close();
+  assert.equal(events.find(({ event }) => event === 'error')?.kind, 'updating');
 });
 
 test('a check ends with 0, 1 for what is held back or doubtful, 2 for faults', async () => {

@@ -80,6 +80,7 @@ export function openTransport({ origin, authorization, ca }) {
       method,
       agent: false,
       ca,
+      insecureHTTPParser: true, // takes the bare line feeds of a refusal's header, which busybox httpd passes on
       headers: {
         'Cache-Control': 'no-cache',
         ...(authorization ? { Authorization: authorization } : {}),

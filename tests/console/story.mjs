@@ -35,10 +35,20 @@ const cellsOf = (rows) =>
 const states = async () =>
   (await cellsOf('tr.run')).map(([, serial, , , , ...words]) => [serial, words.join(' ').trim()]);
 
-// The cell of a row, found by its serial, and a column.
+// The cell of a row, found by its serial, and a column; either may have to be scrolled into sight.
 async function cell(serial, column) {
-  const columns = await page.locator('[role=grid] thead th').allInnerTexts();
-  return page.locator(`[role=grid] tr:has-text("${serial}") td >> nth=${columns.indexOf(column) - 1}`);
+  const box = page.getByRole('region', { name: 'Settings to send' });
+  const find = async (wanted, place) => {
+    for (let left = 0; (await wanted.count()) === 0; left = (left + 500) % 5000) {
+      await box.evaluate((element, to) => element.scrollTo(to, 0), left);
+      await page.waitForTimeout(100);
+    }
+    return wanted.getAttribute(place);
+  };
+  const row = await find(page.locator('[role=grid] tbody tr', { hasText: serial }), 'aria-rowindex');
+  const title = page.getByText(column, { exact: true });
+  const place = await find(page.locator('[role=grid] thead th', { has: title }), 'aria-colindex');
+  return page.locator(`[role=grid] tr[aria-rowindex="${row}"] td[aria-colindex="${place}"]`);
 }
 
 async function type(serial, column, text) {

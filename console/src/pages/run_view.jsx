@@ -28,6 +28,11 @@ const columns = words.runColumns.map((title, at) => ({
   title,
   width: [6, 14, 26, 16, 10, 14, 46, 20][at],
 }));
+const comparisonColumns = words.comparisonColumns.map((title, key) => ({
+  key,
+  title,
+  width: [30, 26, 34, 34][key],
+}));
 const symbols = {
   waiting: '·',
   sent: '…',
@@ -170,11 +175,7 @@ function Comparison({ pairs, comparison, busy }) {
       {shown.length > 0 && (
         <Table
           label={words.comparison}
-          columns={words.comparisonColumns.map((title, key) => ({
-            key,
-            title,
-            width: [30, 26, 34, 34][key],
-          }))}
+          columns={comparisonColumns}
           rows={shown}
           renderRow={({ at, key, sent, now }, index) => (
             <tr key={index} aria-rowindex={index + 2} class={sent === now ? '' : 'conflict'}>

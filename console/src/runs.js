@@ -2,7 +2,8 @@
 // the browser, so that a page that was left finds it again.
 
 import { discoverWith, explain, queue } from './actions.js';
-import { dropRun, isDrivenElsewhere, keepRun, keptRuns, listenToPages } from './kept_runs.js';
+import { keptRuns } from './kept.js';
+import { isDrivenElsewhere, listenToPages, tellPages } from './other_pages.js';
 import { failureOf } from './logic/answer.js';
 import { RequestFailure } from './logic/request_queue.js';
 import {
@@ -35,6 +36,12 @@ const idleInterval = 15_000; // as long as there is no log, or nobody looks
 const mostWaits = 1000; // for a unit that is busy, half a minute each, until a run is given up
 
 const change = (news) => set({ run: { ...get().run, ...news } });
+
+async function keepRun(run) {
+  const kept = await keptRuns.put(run);
+  if (kept) tellPages(run.id);
+  return kept;
+}
 
 async function keep(news) {
   change(news);
@@ -287,7 +294,7 @@ async function drive(reason = '') {
   if (hasBegun()) {
     await keep({ step: 'over', why: '', until: null, records: applyResults(get().run.records, [], true) });
   } else {
-    await dropRun(get().run);
+    await keptRuns.drop(get().run);
     set({ run: null });
   }
   await loadRuns();
@@ -313,16 +320,19 @@ async function resumeRun(run) {
 
 // Runs that are over
 
-// Reads which runs are kept, and what they have made of the site since it was discovered.
+// Reads which runs are kept, and what they have made of the site since it was discovered. Returns the one that is under
+// way, if there is one.
 async function loadRuns() {
-  const runs = (await keptRuns()).filter(({ step }) => step === 'over');
+  const all = await keptRuns.read();
+  const runs = all.filter(({ step }) => step === 'over');
   const { site } = get();
   const earlierRuns = runs.map(({ id, name, records }) => ({ id, name, tally: tallyOf(records) }));
   set({ earlierRuns, base: site && siteAfter(site, [...runs].reverse()) });
+  return all.find(({ step }) => step !== 'over');
 }
 
 export async function showRun(id) {
-  const run = (await keptRuns()).find((kept) => kept.id === id);
+  const run = (await keptRuns.read()).find((kept) => kept.id === id);
   if (run) set({ run });
 }
 
@@ -331,7 +341,6 @@ export const closeRun = () => set({ run: null });
 // Finds what other pages, or this one before, have left.
 export async function findRuns() {
   listenToPages(loadRuns, () => driven);
-  await loadRuns();
-  const run = (await keptRuns()).find(({ step }) => step !== 'over');
+  const run = await loadRuns();
   if (run && !(await isDrivenElsewhere(run.id))) await resumeRun(run);
 }

@@ -199,6 +199,8 @@ await chapter(page, 'the update shows what becomes of each unit', async () => {
   await page.locator('#tally').getByText('9 OK, 2 failed, 1 skipped').waitFor();
   const outcome = Object.fromEntries(await states());
   assert.equal(outcome.KU000001.slice(1), 'this unit');
+  const own = page.getByRole('row', { name: 'KU000001' });
+  assert.match(await own.getByRole('cell').nth(2).innerText(), /^UNIT-001 → SITE-001\s*this unit$/);
   assert.equal(outcome.KU000002.slice(1), 'OK');
   assert.equal(outcome.SILENT.slice(1), 'FAIL did not answer within 5 s; it may have taken the settings');
   assert.equal(outcome.REFUSER.slice(1), 'FAIL refused the settings');
@@ -232,6 +234,10 @@ await chapter(page, 'another discovery shows the new values', async () => {
   await page.getByLabel('Filter').fill('KU000003');
   assert.match(await page.locator('tbody').innerText(), /SITE-003.*Hall, north/s);
   await goTo('Listings');
+  await button('Encoders').click();
+  await page.getByRole('cell', { name: 'MYSELF' }).waitFor();
+  const own = (await cellsOf('.result tbody tr')).filter((cells) => cells[1].endsWith('this unit'));
+  assert.deepEqual(own.map(([id]) => id).sort(), ['MYSELF', 'UNIT-001']); // it answers itself, too
   await button('Imported CSV').click();
   await page.getByText('2 records').waitFor();
   assert.deepEqual(await look(page, 'listings'), []);

@@ -21,7 +21,15 @@ import {
   whyPause,
   withProgress,
 } from './logic/run.js';
-import { applyResults, isEnded, longestSilence, readSiteLog, updateUnderWay } from './logic/site_log.js';
+import {
+  applyResults,
+  isNewLog,
+  isWhole,
+  longestSilence,
+  readSiteLog,
+  readsAfterwards,
+  updateUnderWay,
+} from './logic/site_log.js';
 import { get, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { lookAt, readStatic, sleep } from './transport.js';
@@ -58,20 +66,24 @@ class SiteLog {
     if (!piece) return null;
     this.text = piece.whole ? piece.text : this.text + piece.text;
     this.length = piece.whole ? piece.bytes.length : this.length + piece.bytes.length;
+    this.modified = piece.modified;
     this.version = `${piece.modified} ${this.length}`;
     return this.text;
   }
 }
 
-// Follows the site log of a batch from its first line on, until `over()`. The log that was there `before` does not count.
+// Follows the site log of a batch from its first line on, until `over()`, and then until it is whole. The log that was there
+// `before` does not count.
 async function followSiteLog(before, over, show) {
   const log = new SiteLog();
-  for (let last = false; !last;) {
-    last = over();
+  for (let left = readsAfterwards; left > 0;) {
+    if (over()) left -= 1;
     const text = await log.read().catch(() => undefined);
-    if (!last) change({ offline: text === undefined });
-    if (text && log.version !== before) show(text);
-    if (!last) await sleep(logInterval);
+    if (left === readsAfterwards) change({ offline: text === undefined });
+    const isOwn = text && isNewLog(log, before);
+    if (isOwn) show(text);
+    if (left < readsAfterwards && isOwn && isWhole(text)) return;
+    if (left > 0) await sleep(logInterval);
   }
 }
 
@@ -137,7 +149,7 @@ async function silence(logSoFar) {
     if (log.length > length || (away && !offline)) quiet = 0;
     length = log.length;
     away = offline;
-    if (log !== '' && readSiteLog(log).records.every(isEnded)) return true;
+    if (isWhole(log)) return true;
   }
   return false;
 }
@@ -231,9 +243,8 @@ async function sendBatch(batch) {
   let ended = true;
   const work = async (unit) => {
     if (!(await prepare(unit, batch, signal))) return 'changed';
-    const log = new SiteLog();
-    await log.read();
-    await keep({ step: 'sending', before: log.version, clock: goingOn(get().run.clock, Date.now()) });
+    const before = await lookAt(siteLogFile);
+    await keep({ step: 'sending', before, clock: goingOn(get().run.clock, Date.now()) });
     const perform = () => unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => progress.tell({ lines }) });
     await progress.follow(() =>
       perform().catch(async (failure) => {

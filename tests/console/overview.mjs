@@ -182,6 +182,23 @@ await chapter(page, 'fingers, paper and hidden characters', async () => {
   }
 });
 
+await chapter(page, 'how long the first heading takes at slow 3G', async () => {
+  const context = await page.context().browser().newContext();
+  const slow = await context.newPage();
+  const session = await context.newCDPSession(slow);
+  await session.send('Network.enable');
+  const bytesASecond = 50_000; // 400 kbit/s
+  await session.send('Network.emulateNetworkConditions', {
+    ...{ offline: false, latency: 400 },
+    ...{ downloadThroughput: bytesASecond, uploadThroughput: bytesASecond },
+  });
+  const begin = Date.now();
+  await slow.goto(address, { waitUntil: 'commit' });
+  await slow.locator('h1').waitFor();
+  console.log(`${Date.now() - begin} ms`);
+  await context.close();
+});
+
 await chapter(page, 'how long 2,000 units take', async () => {
   await endFleet();
   start('fleet', '--self', '--count', '1999');

@@ -133,7 +133,7 @@ export function dropDraft() {
   if (mayReplaceDraft()) showDraft(null);
 }
 
-const keepDelay = 300; // milliseconds after an edit
+const keepDelay = 300; // milliseconds after a change, so that it is seen before it is kept
 let safeDraft = null; // the draft as the browser has kept it
 
 export const draftIsSafe = () => !get().draft?.edited || get().draft === safeDraft;
@@ -149,7 +149,7 @@ export async function restoreDraft() {
   };
   listen(({ draft }) => {
     clearTimeout(timer);
-    if (draft !== safeDraft) timer = setTimeout(keepIt, draft?.edited ? keepDelay : 0);
+    if (draft !== safeDraft) timer = setTimeout(keepIt, draft ? keepDelay : 0);
   });
 }
 

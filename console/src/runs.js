@@ -2,7 +2,8 @@
 // the browser, so that a page that was left finds it again.
 
 import { discoverWith, explain, queue } from './actions.js';
-import { dropRun, isDrivenElsewhere, keepRun, keptRuns, listenToPages } from './kept_runs.js';
+import { keptRuns } from './kept.js';
+import { isDrivenElsewhere, listenToPages, tellPages } from './other_pages.js';
 import { failureOf } from './logic/answer.js';
 import { RequestFailure } from './logic/request_queue.js';
 import {
@@ -20,7 +21,15 @@ import {
   whyPause,
   withProgress,
 } from './logic/run.js';
-import { applyResults, isEnded, longestSilence, readSiteLog, updateUnderWay } from './logic/site_log.js';
+import {
+  applyResults,
+  isNewLog,
+  isWhole,
+  longestSilence,
+  readSiteLog,
+  readsAfterwards,
+  updateUnderWay,
+} from './logic/site_log.js';
 import { get, recall, remember, set } from './store.js';
 import { texts } from './texts.js';
 import { lookAt, readStatic, sleep } from './transport.js';
@@ -35,6 +44,12 @@ const idleInterval = 15_000; // as long as there is no log, or nobody looks
 const mostWaits = 1000; // for a unit that is busy, half a minute each, until a run is given up
 
 const change = (news) => set({ run: { ...get().run, ...news } });
+
+async function keepRun(run) {
+  const kept = await keptRuns.put(run);
+  if (kept) tellPages(run.id);
+  return kept;
+}
 
 async function keep(news) {
   change(news);
@@ -51,20 +66,24 @@ class SiteLog {
     if (!piece) return null;
     this.text = piece.whole ? piece.text : this.text + piece.text;
     this.length = piece.whole ? piece.bytes.length : this.length + piece.bytes.length;
+    this.modified = piece.modified;
     this.version = `${piece.modified} ${this.length}`;
     return this.text;
   }
 }
 
-// Follows the site log of a batch from its first line on, until `over()`. The log that was there `before` does not count.
+// Follows the site log of a batch from its first line on, until `over()`, and then until it is whole. The log that was there
+// `before` does not count.
 async function followSiteLog(before, over, show) {
   const log = new SiteLog();
-  for (let last = false; !last;) {
-    last = over();
+  for (let left = readsAfterwards; left > 0;) {
+    if (over()) left -= 1;
     const text = await log.read().catch(() => undefined);
-    if (!last) change({ offline: text === undefined });
-    if (text && log.version !== before) show(text);
-    if (!last) await sleep(logInterval);
+    if (left === readsAfterwards) change({ offline: text === undefined });
+    const isOwn = text && isNewLog(log, before);
+    if (isOwn) show(text);
+    if (left < readsAfterwards && isOwn && isWhole(text)) return;
+    if (left > 0) await sleep(logInterval);
   }
 }
 
@@ -130,7 +149,7 @@ async function silence(logSoFar) {
     if (log.length > length || (away && !offline)) quiet = 0;
     length = log.length;
     away = offline;
-    if (log !== '' && readSiteLog(log).records.every(isEnded)) return true;
+    if (isWhole(log)) return true;
   }
   return false;
 }
@@ -224,9 +243,8 @@ async function sendBatch(batch) {
   let ended = true;
   const work = async (unit) => {
     if (!(await prepare(unit, batch, signal))) return 'changed';
-    const log = new SiteLog();
-    await log.read();
-    await keep({ step: 'sending', before: log.version, clock: goingOn(get().run.clock, Date.now()) });
+    const before = await lookAt(siteLogFile);
+    await keep({ step: 'sending', before, clock: goingOn(get().run.clock, Date.now()) });
     const perform = () => unit.ask('PERFORM_CSV_UPDATE', { onLines: (lines) => progress.tell({ lines }) });
     await progress.follow(() =>
       perform().catch(async (failure) => {
@@ -287,7 +305,7 @@ async function drive(reason = '') {
   if (hasBegun()) {
     await keep({ step: 'over', why: '', until: null, records: applyResults(get().run.records, [], true) });
   } else {
-    await dropRun(get().run);
+    await keptRuns.drop(get().run);
     set({ run: null });
   }
   await loadRuns();
@@ -313,16 +331,19 @@ async function resumeRun(run) {
 
 // Runs that are over
 
-// Reads which runs are kept, and what they have made of the site since it was discovered.
+// Reads which runs are kept, and what they have made of the site since it was discovered. Returns the one that is under
+// way, if there is one.
 async function loadRuns() {
-  const runs = (await keptRuns()).filter(({ step }) => step === 'over');
+  const all = await keptRuns.read();
+  const runs = all.filter(({ step }) => step === 'over');
   const { site } = get();
   const earlierRuns = runs.map(({ id, name, records }) => ({ id, name, tally: tallyOf(records) }));
   set({ earlierRuns, base: site && siteAfter(site, [...runs].reverse()) });
+  return all.find(({ step }) => step !== 'over');
 }
 
 export async function showRun(id) {
-  const run = (await keptRuns()).find((kept) => kept.id === id);
+  const run = (await keptRuns.read()).find((kept) => kept.id === id);
   if (run) set({ run });
 }
 
@@ -331,7 +352,6 @@ export const closeRun = () => set({ run: null });
 // Finds what other pages, or this one before, have left.
 export async function findRuns() {
   listenToPages(loadRuns, () => driven);
-  await loadRuns();
-  const run = (await keptRuns()).find(({ step }) => step !== 'over');
+  const run = await loadRuns();
   if (run && !(await isDrivenElsewhere(run.id))) await resumeRun(run);
 }

@@ -182,6 +182,23 @@ await chapter(page, 'fingers, paper and hidden characters', async () => {
   }
 });
 
+await chapter(page, 'how long the first heading takes at slow 3G', async () => {
+  const context = await page.context().browser().newContext();
+  const slow = await context.newPage();
+  const session = await context.newCDPSession(slow);
+  await session.send('Network.enable');
+  const bytesASecond = 50_000; // 400 kbit/s
+  await session.send('Network.emulateNetworkConditions', {
+    ...{ offline: false, latency: 400 },
+    ...{ downloadThroughput: bytesASecond, uploadThroughput: bytesASecond },
+  });
+  const begin = Date.now();
+  await slow.goto(address, { waitUntil: 'commit' });
+  await slow.locator('h1').waitFor();
+  console.log(`${Date.now() - begin} ms`);
+  await context.close();
+});
+
 await chapter(page, 'how long 2,000 units take', async () => {
   await endFleet();
   start('fleet', '--self', '--count', '1999');
@@ -232,9 +249,56 @@ await chapter(page, 'how long 2,000 units take', async () => {
   figures.firmware = await time('go', 'firmware', '', '.card');
   await time('go', 'units', '', units);
   figures.draft = await time('click', 'Configure these', '', '[role=grid] tbody td');
+  const draft = '[aria-labelledby=configure-heading]';
+  figures['filter of the draft'] = await time(
+    'fill',
+    draft,
+    'unit-1999',
+    `${draft} table[aria-rowcount="2"]`,
+  );
+  await time('fill', draft, '', `${draft} table[aria-rowcount="2001"]`);
   const heap = await page.evaluate(() => performance.memory.usedJSHeapSize);
   const list = Object.entries(figures).map(([name, milliseconds]) => `${name} ${milliseconds} ms`);
   console.log(`${list.join(', ')}; heap ${Math.round(heap / 1e6)} MB`);
+});
+
+await chapter(page, 'only what is in sight is in the page, and keys reach all of it', async () => {
+  const grid = page.getByRole('grid');
+  const place = () =>
+    page.evaluate(() => {
+      const table = document.querySelector('[role=grid]');
+      const cell = document.getElementById(table.getAttribute('aria-activedescendant'));
+      if (!cell) return null;
+      const [inner, outer] = [cell, table.parentElement].map((element) => element.getBoundingClientRect());
+      const isIn = (start, end) => inner[start] >= outer[start] - 1 && inner[end] <= outer[end] + 1;
+      const inSight = isIn('left', 'right') && isIn('top', 'bottom');
+      return `${cell.parentElement.getAttribute('aria-rowindex')} ${cell.getAttribute('aria-colindex')} ${inSight}`;
+    });
+  const press = async (expected, ...keys) => {
+    for (const key of keys) await page.keyboard.press(key);
+    await until(async () => (await place()) === expected);
+  };
+  const count = () => grid.locator('td[aria-colindex]').count();
+  assert.ok((await count()) < 600);
+  await grid.focus();
+  const last = Number(await grid.getAttribute('aria-colcount'));
+  await press('2 2 true', 'Home');
+  await press(`17 ${last} true`, 'PageDown', 'End');
+  await press(`16 ${last - 1} true`, 'ArrowUp', 'ArrowLeft');
+  await press('77 2 true', 'PageDown', 'PageDown', 'PageDown', 'PageDown', 'ArrowDown', 'Home');
+  await press('77 12 true', ...Array(10).fill('ArrowRight'));
+  assert.ok((await count()) < 600);
+  await page.keyboard.press('Shift+End');
+  assert.ok((await grid.locator('td.selected').count()) < last - 11);
+  await page.getByLabel('Filter').fill('unit-1999');
+  const wide = await page.evaluate(async () => {
+    dispatchEvent(new Event('beforeprint'));
+    await new Promise((resolve) => setTimeout(resolve, 100));
+    const { length } = document.querySelector('[role=grid] thead tr').cells;
+    dispatchEvent(new Event('afterprint'));
+    return length;
+  });
+  assert.equal(wide, last);
 });
 assert.deepEqual(errors, []);
 process.exit();

@@ -8,6 +8,8 @@ import { settingsOfPreset, templateOf } from '../../console/src/logic/presets.js
 import { nameOf, readSite } from '../../console/src/logic/site.js';
 import { compareValues, wayBack } from '../../console/src/logic/snapshots.js';
 import { hostOf, listByEncoder, readStreams } from '../../console/src/logic/streams.js';
+import { findUnit, settingsByGroup } from '../../console/src/logic/unit_details.js';
+import { visible } from '../../console/src/logic/visible.js';
 
 const header = 'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,STREAM.RTP_ADDRESS,STREAM.HOST';
 const siteOf = (...lines) => readSite([header, ...lines].join('\r\n'));
@@ -105,6 +107,51 @@ test("a row whose serial lost its leading zeros is the unit's row", () => {
     after.rows.map(({ cells }) => cells),
     [['1000', 'Stage']],
   );
+});
+
+test('characters that nobody sees are shown as their numbers, all others as they are', () => {
+  const table = [
+    ['R\u202eL', 'R⟨U+202E⟩L'],
+    ['\ufeffa\u00adb\u200d', '⟨U+FEFF⟩a⟨U+00AD⟩b⟨U+200D⟩'],
+    ['Küche, Зал 大 🎬', 'Küche, Зал 大 🎬'],
+    [' two  blanks ', ' two  blanks '],
+    ['', ''],
+    [undefined, undefined],
+    [null, undefined], // no value: a table says so itself
+  ];
+  for (const [text, shown] of table) assert.equal(visible(text), shown);
+});
+
+test('a unit is found by its serial, or by its name, and its settings are grouped', () => {
+  const keys = 'UNIT.ID,UNIT.SERIAL,STREAM.10,IP.ADDRESS,STREAM.9,VW.NAME';
+  const { units, ...rest } = readSite(
+    [keys, 'A,S1,ten,10.0.0.1,nine,', 'B,,,10.0.0.2,,', 'S1,,,,,'].join('\r\n'),
+  );
+  const found = (key) => findUnit({ ...rest, units }, key)?.number ?? null;
+  assert.deepEqual(['S1', 'B', '10.0.0.2', ''].map(found), [1, 2, null, null]);
+  const listed = settingsByGroup(units[0]).map(([group, settings]) => `${group}: ${settings.join(' ')}`);
+  assert.deepEqual(listed, [
+    'IP: IP.ADDRESS,10.0.0.1',
+    'STREAM: STREAM.9,nine STREAM.10,ten',
+    'UNIT: UNIT.ID,A UNIT.SERIAL,S1',
+  ]);
+});
+
+test('lines that cannot be read for certain are counted and marked', () => {
+  const table = [
+    // a line, units, units marked, lines of units that are hidden
+    ['10.0.0.9,X,TX610,X9,239.0.0.9,', 2, 0, 0],
+    ['10.0.0.9,X,TX610,X9', 2, 1, 0],
+    ['10.0.0.9,X,TX610,X9,239.0.0.9,,more', 2, 1, 0],
+    [',,,,,', 1, 0, 1],
+    [',', 1, 0, 1],
+    ['10.0.0.9,X,"TX6,10",X9,239.0.0.9,', 2, 0, 0],
+  ];
+  for (const [line, ...expected] of table) {
+    const { units, hidden } = siteOf('10.0.0.1,A,TX610,A1,239.0.0.1,', line);
+    const marked = units.filter(({ marks }) => marks.includes('fields')).length;
+    assert.deepEqual([units.length, marked, hidden], expected, line);
+  }
 });
 
 test('two states of a site are compared by serial', () => {

@@ -18,7 +18,7 @@ import {
   withProgress,
 } from '../../console/src/logic/run.js';
 import { readSite } from '../../console/src/logic/site.js';
-import { updateUnderWay } from '../../console/src/logic/site_log.js';
+import { isNewLog, isWhole, updateUnderWay } from '../../console/src/logic/site_log.js';
 
 const header = 'UNIT.SERIAL,UNIT.ID,';
 const sending = ['A', 'B', 'C', 'D', 'E'].map((serial, at) => ({
@@ -125,7 +125,26 @@ test('an update is under way as long as its log grows', () => {
     [log(skipped(0), skipped(1)), 3, null],
     ['', 3, null],
   ];
-  for (const [text, age, expected] of table) assert.deepEqual(updateUnderWay(text, age), expected);
+  for (const [text, age, expected] of table) {
+    assert.deepEqual(updateUnderWay(text, age), expected);
+    assert.equal(isWhole(text), text.includes('(1)'), text);
+  }
+});
+
+test('a log that was only longer than it looked is not taken for a new one', () => {
+  const at = (second) => `Thu, 26 Nov 2026 04:00:${second} GMT`;
+  const before = { version: 'A', modified: at('10'), age: 2 };
+  const table = [
+    ['A', at('10'), before, false],
+    ['B', at('10'), before, false], // grew, seen late
+    ['B', at('12'), before, false],
+    ['B', at('16'), before, true],
+    ['B', at('16'), null, true],
+    ['B', '', before, true], // a server without times
+    ['B', at('10'), { ...before, age: NaN }, true],
+  ];
+  for (const [version, modified, then, expected] of table)
+    assert.equal(isNewLog({ version, modified }, then), expected, `${version} ${modified}`);
 });
 
 test('a draft is compared with what was sent, a run with what is reported', () => {

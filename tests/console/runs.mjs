@@ -123,6 +123,24 @@ await chapter(page, 'the time that is left is known after a reload, not without 
   await tally('0 OK, 3 failed');
 });
 
+await chapter(page, 'the end of a log is read though the web server knows of it late', async () => {
+  await button('Back to the draft').click();
+  await button('Start over').click();
+  const known = [];
+  await page.route('**/site.log', async (route) => {
+    const now = await route.fetch({ method: 'GET' });
+    known.push({ at: Date.now(), status: now.status(), headers: now.headers(), body: await now.body() });
+    const { status, headers, body } = known.findLast(({ at }) => at <= Date.now() - 1500) ?? known[0];
+    await route.fulfill({ status, headers, body });
+  });
+  await ask('KU000003,Hall 5', 'REFUSER,Hall 9');
+  await button('Update now').click();
+  await tally('1 OK, 1 failed');
+  await says('The update has ended');
+  assert.equal(await page.locator('tr.run.fail td >> nth=6').innerText(), 'refused the settings');
+  await page.unroute('**/site.log');
+});
+
 await chapter(
   page,
   'another console’s update is seen, waited for and looked at before anything is sent',
@@ -148,7 +166,7 @@ await chapter(
     await button('Update now').click();
     await says('Another update has run');
     assert.match(await theirs, /#0 @ .* OK/);
-    await says('THEIRS: VW.NAME was “Hall 3” and is “Their hall” now; this update makes it “Our hall”.');
+    await says('THEIRS: VW.NAME was “Hall 5” and is “Their hall” now; this update makes it “Our hall”.');
     assert.deepEqual(await states(), { KU000003: 'waiting' });
     await button('Back to the draft').click();
     await button('Update 1 unit…').click();

@@ -35,10 +35,20 @@ const cellsOf = (rows) =>
 const states = async () =>
   (await cellsOf('tr.run')).map(([, serial, , , , ...words]) => [serial, words.join(' ').trim()]);
 
-// The cell of a row, found by its serial, and a column.
+// The cell of a row, found by its serial, and a column; either may have to be scrolled into sight.
 async function cell(serial, column) {
-  const columns = await page.locator('[role=grid] thead th').allInnerTexts();
-  return page.locator(`[role=grid] tr:has-text("${serial}") td >> nth=${columns.indexOf(column) - 1}`);
+  const box = page.getByRole('region', { name: 'Settings to send' });
+  const find = async (wanted, place) => {
+    for (let left = 0; (await wanted.count()) === 0; left = (left + 500) % 5000) {
+      await box.evaluate((element, to) => element.scrollTo(to, 0), left);
+      await page.waitForTimeout(100);
+    }
+    return wanted.getAttribute(place);
+  };
+  const row = await find(page.locator('[role=grid] tbody tr', { hasText: serial }), 'aria-rowindex');
+  const title = page.getByText(column, { exact: true });
+  const place = await find(page.locator('[role=grid] thead th', { has: title }), 'aria-colindex');
+  return page.locator(`[role=grid] tr[aria-rowindex="${row}"] td[aria-colindex="${place}"]`);
 }
 
 async function type(serial, column, text) {
@@ -189,6 +199,8 @@ await chapter(page, 'the update shows what becomes of each unit', async () => {
   await page.locator('#tally').getByText('9 OK, 2 failed, 1 skipped').waitFor();
   const outcome = Object.fromEntries(await states());
   assert.equal(outcome.KU000001.slice(1), 'this unit');
+  const own = page.getByRole('row', { name: 'KU000001' });
+  assert.match(await own.getByRole('cell').nth(2).innerText(), /^UNIT-001 → SITE-001\s*this unit$/);
   assert.equal(outcome.KU000002.slice(1), 'OK');
   assert.equal(outcome.SILENT.slice(1), 'FAIL did not answer within 5 s; it may have taken the settings');
   assert.equal(outcome.REFUSER.slice(1), 'FAIL refused the settings');
@@ -222,6 +234,10 @@ await chapter(page, 'another discovery shows the new values', async () => {
   await page.getByLabel('Filter').fill('KU000003');
   assert.match(await page.locator('tbody').innerText(), /SITE-003.*Hall, north/s);
   await goTo('Listings');
+  await button('Encoders').click();
+  await page.getByRole('cell', { name: 'MYSELF' }).waitFor();
+  const own = (await cellsOf('.result tbody tr')).filter((cells) => cells[1].endsWith('this unit'));
+  assert.deepEqual(own.map(([id]) => id).sort(), ['MYSELF', 'UNIT-001']); // it answers itself, too
   await button('Imported CSV').click();
   await page.getByText('2 records').waitFor();
   assert.deepEqual(await look(page, 'listings'), []);

@@ -20,7 +20,7 @@ import {
   same,
 } from './class_rules.js';
 import { otherShapes } from './shapes.js';
-import { bareSerial, groupBy, identities } from './site.js';
+import { bareSerial, groupBy, identities, recordOf } from './site.js';
 import { readAsUnit, whyNotWritable, writeForUnit } from './unit_csv.js';
 
 const serialKey = 'UNIT.SERIAL';
@@ -109,8 +109,8 @@ function faultOf(key, value) {
 }
 
 // Puts the texts of a row under their keys, and notes what is wrong with the row as a row of cells.
-function valuesOf(draftRow, header, problems) {
-  const values = {};
+function valuesOf(draftRow, { header, blankValues, problems }) {
+  const values = { ...blankValues };
   header.forEach((key, column) => {
     const value = draftRow.cells[column] ?? '';
     if (key) values[key] = value;
@@ -172,17 +172,17 @@ const looksConverted = (value) =>
 function decideCell(key, value, row) {
   const old = row.unit?.values[key] ?? null;
   if (value === '') return { state: 'blank', old, value };
-  if (key === serialKey || key === modelKey) return { state: 'same', old, value };
+  if (value === old || key === serialKey || key === modelKey) return { state: 'same', old, value };
   const fate = fateOfSetting(key, row.kind);
   const fault = fate.sent ? faultOf(key, value) : null;
-  if (value === old) return { state: 'same', old, value, name: fault ? undefined : fate.sent };
   if (fault) return { state: 'fault', old, value, reason: fault };
   if (!fate.sent) return { state: 'held', old, value, reason: fate.held };
   return { state: 'change', old, value, name: fate.sent };
 }
 
-function decideCells(row, { keys, site, problems }) {
+function decideCells(row, { keys, blankCells, site, problems }) {
   row.kind = kindOfModel(keys.includes(modelKey) ? (row.values[modelKey] ?? '') : '');
+  row.cells = { ...blankCells };
   for (const key of keys) {
     const cell = decideCell(key, row.values[key] ?? '', row);
     row.cells[key] = cell;
@@ -206,8 +206,8 @@ function leaveOut(row, code, problems, place = {}) {
 
 // Reads one row of the draft up to the decision about each of its cells.
 function readRow(draftRow, context) {
-  const { header, unitsBySerial, problems, ownSerial, unknownToo } = context;
-  const values = valuesOf(draftRow, header, problems);
+  const { problems, ownSerial, unknownToo } = context;
+  const values = valuesOf(draftRow, context);
   const row = { number: draftRow.number, values, unit: null, state: 'send', reason: '', cells: {} };
   values[serialKey] = (values[serialKey] ?? '').trim();
   if (draftRow.cells.every((cell) => cell.trim() === '')) {
@@ -226,13 +226,22 @@ function readRow(draftRow, context) {
   return row;
 }
 
+// The name under which a unit is sent a value that it has already, '' when it is not sent.
+function nameOfSame(key, value, kind) {
+  if (key === serialKey || key === modelKey) return '';
+  const { sent = '' } = fateOfSetting(key, kind);
+  return sent && !faultOf(key, value) ? sent : '';
+}
+
 // Takes the settings that a row would be sent, and leaves the row out when there are none or too many.
 function chooseSettings(row, { onlyChanges, problems }) {
   if (row.state !== 'send') return;
-  row.settings = Object.keys(row.cells).flatMap((key) => {
-    const { state, name, value } = row.cells[key];
-    return name && (state === 'change' || !onlyChanges) ? [{ key, name, value }] : [];
-  });
+  row.settings = [];
+  for (const key of Object.keys(row.cells)) {
+    const { state, value, name } = row.cells[key];
+    const sentAs = state === 'same' && !onlyChanges ? nameOfSame(key, value, row.kind) : name;
+    if (sentAs) row.settings.push({ key, name: sentAs, value });
+  }
   if (row.settings.length === 0) {
     row.state = 'unchanged';
     return;
@@ -420,7 +429,8 @@ export function preflight(draft, site, { onlyChanges = true, ownSerial = '', unk
   const unitsBySerial = groupBy(site.units, (unit) => (unit.values[serialKey] ?? '').toLowerCase());
   const unitsByBareSerial = groupBy(site.units, (unit) => bareSerial(unit.values[serialKey] ?? ''));
   const known = { site, unitsBySerial, unitsByBareSerial, ownSerial };
-  const context = { ...known, header, keys, problems, onlyChanges, unknownToo };
+  const blanks = { blankValues: recordOf(header.filter(Boolean), ''), blankCells: recordOf(keys, null) };
+  const context = { ...known, ...blanks, header, keys, problems, onlyChanges, unknownToo };
   const rows = draft.rows.map((row) => readRow(row, context));
   rows.forEach((row) => chooseSettings(row, context));
   skipSharedIdentities(rows, problems);

@@ -66,6 +66,21 @@ export function readSiteLog(text, serials = null) {
   return { total: records.length, records };
 }
 
+// Whether the log tells of an update, and the end of each of its records.
+export function isWhole(text) {
+  const { total, records } = readSiteLog(text);
+  return total !== null && records.every(isEnded);
+}
+
+// Web servers may know the size that a file had a second ago, so the end of a log is read so many seconds after an update.
+export const readsAfterwards = 4;
+
+// Whether a log {version, modified} was begun after a look at the one before, {version, modified, age} or null. One that
+// was only longer than it looked was not: a unit discovers for seconds before it begins a log.
+export const isNewLog = (log, before) =>
+  log.version !== before?.version &&
+  !(Date.parse(log.modified) <= Date.parse(before?.modified) + before?.age * 1000);
+
 // Returns {total, done} of the update that writes this log, null when it has ended, or when nothing was written in the
 // `age` seconds before.
 export function updateUnderWay(text, age) {

@@ -367,7 +367,7 @@ export function ConfigurePage({ state }) {
         {earlierRuns.length > 0 && (!run || run.step === 'over') && <EarlierRuns runs={earlierRuns} />}
       </div>
       {run ? (
-        <RunView key={run.id} {...{ run, site, others }} busy={activity !== null} />
+        <RunView key={run.id} {...{ run, site, others, ownSerial }} busy={activity !== null} />
       ) : draft && base ? (
         <Draft
           key={draft.source + draft.name}

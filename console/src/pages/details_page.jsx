@@ -7,7 +7,7 @@ import { compareValues } from '../logic/snapshots.js';
 import { readStreams } from '../logic/streams.js';
 import { visible } from '../logic/visible.js';
 import { findUnit, settingsByGroup } from '../logic/unit_details.js';
-import { ConsoleLink, UnitLink, isOwn } from '../parts/unit_link.jsx';
+import { ConsoleLink, OwnMark, UnitLink, isOwn } from '../parts/unit_link.jsx';
 import { TableHead } from '../parts/widgets.jsx';
 import { texts } from '../texts.js';
 
@@ -84,7 +84,7 @@ function Details({ site, earlier, unit, ownSerial }) {
     <>
       <div class="bar">
         <h2 id="details-heading">{nameOf(unit) || texts.noName}</h2>
-        {isOwn(unit, ownSerial) && <span class="mark own">{texts.thisUnit}</span>}
+        <OwnMark when={isOwn(unit, ownSerial)} />
         {unit.marks.map((mark) => (
           <span key={mark} class="mark">
             ⚠ {texts.units.mark[mark]}

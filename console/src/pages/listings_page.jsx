@@ -5,14 +5,17 @@ import { attempt, queue } from '../actions.js';
 import { readListing } from '../logic/listing.js';
 import { readAsUnit } from '../logic/unit_csv.js';
 import { BusyButton, DownloadButton, TableHead } from '../parts/widgets.jsx';
+import { useOwnUnit } from '../parts/own_unit.jsx';
+import { OwnMark } from '../parts/unit_link.jsx';
 import { visible } from '../logic/visible.js';
 import { texts } from '../texts.js';
 
 const words = texts.listings;
+const addressAt = { encoders: 1, decoders: 1, neighbours: 0 }; // the column of the unit's own address
 
 const rowsOf = (body, kind, separator) => readListing(body, words.columns[kind].length, separator);
 
-const table = (kind, rows) => ({ columns: words.columns[kind], rows });
+const table = (kind, rows) => ({ columns: words.columns[kind], rows, addressAt: addressAt[kind] });
 
 // What each kind asks and makes of the answer: {columns, rows} or {text, csv, note}.
 const kinds = {
@@ -47,7 +50,8 @@ const kinds = {
   },
 };
 
-function Result({ result: { columns, rows, note, text, csv } }) {
+function Result({ result: { columns, rows, addressAt: place, note, text, csv } }) {
+  const ownAddress = useOwnUnit()?.values['IP.ADDRESS'];
   return (
     <div class="result">
       {note && <p>{note}</p>}
@@ -59,7 +63,9 @@ function Result({ result: { columns, rows, note, text, csv } }) {
             {rows.map((row, at) => (
               <tr key={at}>
                 {row.map((cell, column) => (
-                  <td key={column}>{visible(cell)}</td>
+                  <td key={column}>
+                    {visible(cell)} <OwnMark when={column === place && cell === ownAddress} />
+                  </td>
                 ))}
               </tr>
             ))}

@@ -78,38 +78,42 @@ function whatBecomesOf(row, cell) {
   return row.state === 'send' ? words.fates.change : `${words.fates.row}: ${words.problems[row.reason]}`;
 }
 
-// The texts of all cells that are not blank or the same.
-function changesOf(plan) {
-  const listed = ['change', 'held', 'fault'];
-  return plan.rows.flatMap((row) =>
-    Object.entries(row.cells)
-      .filter(([, { state }]) => listed.includes(state))
-      .map(([key, cell]) => ({
-        id: `${row.number} ${key}`,
-        state: row.state === 'left-out' ? 'fault' : cell.state,
-        texts: [
-          String(row.number),
-          nameOf(row),
-          key,
-          cell.old ?? '?',
-          cell.value,
-          whatBecomesOf(row, cell),
-        ].map(visible),
-      })),
-  );
-}
+const movedColumns = words.movedColumns.map((title) => ({ key: title, title, width: 18 }));
+const listed = ['change', 'held', 'fault'];
 
-function Changes({ plan }) {
-  const changes = useMemo(() => changesOf(plan), [plan]);
-  const renderRow = ({ id, state, texts: cells }, at) => (
-    <tr key={at} aria-rowindex={at + 2}>
-      {cells.map((text, column) => (
+// The cells that are not blank or the same: {row, key}.
+const changesOf = (plan) =>
+  plan.rows.flatMap((row) =>
+    Object.keys(row.cells)
+      .filter((key) => listed.includes(row.cells[key].state))
+      .map((key) => ({ row, key })),
+  );
+
+function ChangeRow({ row, name, index }) {
+  const cell = row.cells[name];
+  const state = row.state === 'left-out' ? 'fault' : cell.state;
+  const cells = [
+    String(row.number),
+    nameOf(row),
+    name,
+    cell.old ?? '?',
+    cell.value,
+    whatBecomesOf(row, cell),
+  ];
+  return (
+    <tr aria-rowindex={index}>
+      {cells.map(visible).map((text, column) => (
         <td key={column} class={column === 4 ? state : ''} title={text}>
           {text}
         </td>
       ))}
     </tr>
   );
+}
+
+function Changes({ plan }) {
+  const changes = useMemo(() => changesOf(plan), [plan]);
+  const renderRow = ({ row, key }, at) => <ChangeRow key={at} name={key} index={at + 2} {...{ row }} />;
   if (changes.length === 0) return null;
   return (
     <details class="cells">
@@ -169,7 +173,7 @@ function Confirmation({ plan, name, onCancel }) {
         <>
           <Table
             label={words.movedTable}
-            columns={words.movedColumns.map((title) => ({ key: title, title, width: 18 }))}
+            columns={movedColumns}
             rows={plan.moved}
             renderRow={({ id, from, to }, at) => (
               <tr key={at} aria-rowindex={at + 2}>

@@ -7,6 +7,7 @@ import { groupBy } from '../logic/site.js';
 import { isEnded } from '../logic/site_log.js';
 import { writeSpreadsheet } from '../logic/spreadsheet_csv.js';
 import { Table } from '../parts/table.jsx';
+import { OwnMark } from '../parts/unit_link.jsx';
 import {
   CancelButton,
   Check,
@@ -27,6 +28,11 @@ const columns = words.runColumns.map((title, at) => ({
   key: at,
   title,
   width: [6, 14, 26, 16, 10, 14, 46, 20][at],
+}));
+const comparisonColumns = words.comparisonColumns.map((title, key) => ({
+  key,
+  title,
+  width: [30, 26, 34, 34][key],
 }));
 const symbols = {
   waiting: '·',
@@ -146,7 +152,7 @@ function Pause({ run, tally, pairs }) {
   );
 }
 
-// What the units report now, cell by cell.
+// What the units report now, cell by cell. This unit itself is never among them: it skips itself.
 function Comparison({ pairs, comparison, busy }) {
   const [differing, setDiffering] = useState(true);
   const differs = ({ sent, now }) => sent !== now;
@@ -170,11 +176,7 @@ function Comparison({ pairs, comparison, busy }) {
       {shown.length > 0 && (
         <Table
           label={words.comparison}
-          columns={words.comparisonColumns.map((title, key) => ({
-            key,
-            title,
-            width: [30, 26, 34, 34][key],
-          }))}
+          columns={comparisonColumns}
           rows={shown}
           renderRow={({ at, key, sent, now }, index) => (
             <tr key={index} aria-rowindex={index + 2} class={sent === now ? '' : 'conflict'}>
@@ -223,8 +225,8 @@ function Outcome({ run, tally, pairs }) {
   );
 }
 
-function RunRow({ index, ...pair }) {
-  const { record } = pair;
+function RunRow({ index, ownSerial, ...pair }) {
+  const { row, record } = pair;
   return (
     <tr aria-rowindex={index} class={`run ${record.state}`}>
       {cellsOf(pair).map((text, column) => (
@@ -235,13 +237,14 @@ function RunRow({ index, ...pair }) {
             </span>
           )}
           {text}
+          {column === 2 && <OwnMark when={row.serial === ownSerial} />}
         </td>
       ))}
     </tr>
   );
 }
 
-export function RunView({ run, site, others, busy }) {
+export function RunView({ run, site, others, ownSerial, busy }) {
   const [filter, setFilter] = useState('all');
   const tally = tallyOf(run.records);
   const comparison = useMemo(() => (site ? compareWith(run, site) : []), [run, site]);
@@ -270,7 +273,9 @@ export function RunView({ run, site, others, busy }) {
         label={words.runTable}
         columns={columns}
         rows={shown}
-        renderRow={(pair, at) => <RunRow key={pair.row.number} index={at + 2} {...pair} />}
+        renderRow={(pair, at) => (
+          <RunRow key={pair.row.number} index={at + 2} {...pair} ownSerial={ownSerial} />
+        )}
       />
       {(step === 'over' || step === 'paused') && tally.ok + tally.fail > 0 && (
         <Comparison {...{ pairs, comparison, busy }} />

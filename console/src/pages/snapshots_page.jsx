@@ -2,7 +2,7 @@
 
 import { useEffect, useMemo, useState } from 'preact/hooks';
 import { draftSettings } from '../actions.js';
-import { forget, keep, listKept } from '../kept.js';
+import { keptSnapshots } from '../kept.js';
 import { nameOf, readSite } from '../logic/site.js';
 import { compareValues, wayBack } from '../logic/snapshots.js';
 import { visible } from '../logic/visible.js';
@@ -12,18 +12,16 @@ import { Choice, DownloadButton, ErrorNotice, TableHead } from '../parts/widgets
 import { texts } from '../texts.js';
 
 const words = texts.snapshots;
-const prefix = 'snapshot/';
 const now = 'now'; // among snapshots: the site as the last discovery found it
 
 const dateOf = ({ made }) =>
   new Date(made).toLocaleString('en-GB', { dateStyle: 'medium', timeStyle: 'short' });
 
-// The kept snapshots, the newest first, and what changes them. A snapshot is {name, made, bytes}: the bytes are those of
-// the unit's site.csv.
+// The kept snapshots, the newest first, and what changes them.
 function useSnapshots() {
   const [snapshots, setSnapshots] = useState([]);
   const [error, setError] = useState('');
-  const load = async () => setSnapshots((await listKept(prefix)).reverse());
+  const load = async () => setSnapshots(await keptSnapshots.read());
   useEffect(() => {
     load();
   }, []);
@@ -34,8 +32,8 @@ function useSnapshots() {
   return {
     snapshots,
     error,
-    put: (snapshot) => after(keep(prefix + snapshot.made, snapshot)),
-    drop: (snapshot) => confirm(words.confirmDrop(snapshot.name)) && after(forget(prefix + snapshot.made)),
+    put: (snapshot) => after(keptSnapshots.put(snapshot)),
+    drop: (snapshot) => confirm(words.confirmDrop(snapshot.name)) && after(keptSnapshots.drop(snapshot)),
   };
 }
 

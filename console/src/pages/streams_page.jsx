@@ -27,7 +27,7 @@ const passesKind = {
 };
 
 const matches = (text, { unit, name }) =>
-  [name, ...Object.values(unit.values)].some((value) => value.toLowerCase().includes(text));
+  text === '' || [name, ...Object.values(unit.values)].some((value) => value.toLowerCase().includes(text));
 
 // The encoders and decoders that pass the filters.
 function chosenOf({ encoders, decoders }, drafted, { encoderText, decoderText, kind }) {

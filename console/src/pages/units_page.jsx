@@ -120,9 +120,9 @@ function chosenUnits(units, { kind, filter, sort }) {
   return sorted(chosen, sort.direction, valueOf);
 }
 
-function Marks({ unit }) {
+function Marks({ unit, place }) {
   return (
-    <td>
+    <td aria-colindex={place + 1}>
       {unit.marks.map((mark) => (
         <span key={mark} class="mark">
           ⚠ {words.mark[mark]}
@@ -132,27 +132,24 @@ function Marks({ unit }) {
   );
 }
 
-function UnitRow({ unit, columns, index, ownSerial, selected, select }) {
+function UnitRow({ unit, first, across, index, ownSerial, selected, select }) {
   const text = (key) => visible(unit.values[key]);
-  const [first, ...others] = columns;
   return (
     <tr aria-rowindex={index} class={unit.marks.length > 0 ? 'conflict' : ''}>
-      {first && (
-        <th scope="row">
-          <input
-            type="checkbox"
-            aria-label={words.select(nameOf(unit))}
-            checked={selected}
-            onClick={(event) => select(event.shiftKey)}
-          />{' '}
-          <UnitLink unit={unit} ownSerial={ownSerial} text={text(first.key)} />
-        </th>
-      )}
-      {others.map(({ key }) =>
+      <th scope="row" aria-colindex={1}>
+        <input
+          type="checkbox"
+          aria-label={words.select(nameOf(unit))}
+          checked={selected}
+          onClick={(event) => select(event.shiftKey)}
+        />{' '}
+        <UnitLink unit={unit} ownSerial={ownSerial} text={text(first.key)} />
+      </th>
+      {across(({ key }, place) =>
         key === 'marks' ? (
-          <Marks key={key} unit={unit} />
+          <Marks key={key} {...{ unit, place }} />
         ) : (
-          <td key={key} title={text(key)}>
+          <td key={key} aria-colindex={place + 1} title={text(key)}>
             {text(key)}
           </td>
         ),
@@ -201,13 +198,15 @@ function UnitTable({ site, units, keys, choice, setChoice, ownSerial, selected, 
         rows={units}
         sort={choice.sort}
         onSort={(sort) => setChoice({ ...choice, sort })}
-        renderRow={(unit, at) => (
+        wide
+        renderRow={(unit, at, across) => (
           <UnitRow
             key={unit.number}
             index={at + 2}
             selected={selected.has(unit.number)}
             select={(shift) => select(at, shift)}
-            {...{ unit, columns, ownSerial }}
+            first={columns[0]}
+            {...{ unit, across, ownSerial }}
           />
         )}
       />
@@ -298,7 +297,10 @@ function Site({ site, comparison, ownSerial }) {
     setShownSelected(lastSelected);
   };
   const [columns, setColumns] = useState(recall('columns') ?? usualKeys);
-  const shown = useMemo(() => columns.filter((key) => site.keys.includes(key)), [site, columns]);
+  const shown = useMemo(() => {
+    const known = columns.filter((key) => site.keys.includes(key));
+    return known.length > 0 ? known : site.keys.slice(0, 1);
+  }, [site, columns]);
   const units = useMemo(() => chosenUnits(site.units, choice), [site, choice]);
   const chooseColumns = (keys) => {
     setColumns(keys);

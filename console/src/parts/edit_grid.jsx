@@ -1,9 +1,9 @@
 // A table of cells to edit with the keyboard as in a spreadsheet. The focus stays on the table; the active cell is named
 // by it.
 
-import { useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { useLayoutEffect, useMemo, useRef, useState } from 'preact/hooks';
 import { visible } from '../logic/visible.js';
-import { Table, rowHeight } from './table.jsx';
+import { Table, edgesOf, useScrollTo } from './table.jsx';
 
 const pageRows = 15;
 const activeId = 'active-cell';
@@ -86,15 +86,6 @@ function* placesOf({ top, bottom, left, right }) {
     for (let column = left; column <= right; ++column) yield [row, column];
 }
 
-// Brings the active cell into sight; one that is not in the page yet is met by its row.
-function useScrollTo(active, box) {
-  useLayoutEffect(() => {
-    const cell = document.getElementById(activeId);
-    if (cell) cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
-    else box.current.scrollTop = Math.max(0, (active.row - 3) * rowHeight);
-  }, [active.row, active.column]);
-}
-
 // Whatever has the focus, the keys are the grid's afterwards.
 export const focusGrid = () => document.querySelector('[role=grid]')?.focus();
 
@@ -154,9 +145,10 @@ function useCopy({ rows, active }) {
   };
 }
 
-function Cell({ text, mark, look, here, selected, typed, title, activate, start, save, move }) {
+function Cell({ text, mark, look, here, selected, typed, title, place, activate, start, save, move }) {
   const attributes = {
     id: here ? activeId : undefined,
+    'aria-colindex': place + 2,
     class: `${look}${here ? ' active' : ''}${selected ? ' selected' : ''}`,
     'aria-selected': selected,
     onMouseDown: activate,
@@ -186,8 +178,9 @@ export function EditGrid(grid) {
     grid;
   const [editing, setEditing] = useState(null); // {row, column, text to start the input with}
   const box = useRef(null);
-  useScrollTo(active, box);
   const { row, column } = active;
+  const all = useMemo(() => [{ key: 'number', title: '#', width: 20 }, ...columns], [columns]);
+  useScrollTo(box, activeId, row, column + 1, edgesOf(all));
   const selection = selectionOf(active);
   // Keys that come before the input has the focus follow the one that opened it.
   const start = (text, more = false) =>
@@ -221,15 +214,15 @@ export function EditGrid(grid) {
         })
       }
       save={(text) => save(at, place, text)}
-      {...{ title, start, move }}
+      {...{ title, place, start, move }}
     />
   );
-  const renderRow = (line, at) => (
+  const renderRow = (line, at, across) => (
     <tr key={line.number} aria-rowindex={at + 2}>
-      <th scope="row">
+      <th scope="row" aria-colindex={1}>
         <span class="number">{line.number}</span> {titleOf(at)}
       </th>
-      {columns.map((title, place) => renderCell(line, at, title, place))}
+      {across((column, place) => renderCell(line, at, column, place - 1))}
     </tr>
   );
   const behaviour = {
@@ -241,12 +234,11 @@ export function EditGrid(grid) {
   const names = {
     'aria-activedescendant': activeId,
     'aria-multiselectable': true,
-    'aria-colcount': columns.length + 1,
   };
-  const all = [{ key: 'number', title: '#', width: 20 }, ...columns];
   return (
     <Table
       role="grid"
+      wide
       boxRef={box}
       columns={all}
       {...{ label, rows, sort, onSort, renderRow, ...behaviour, ...names }}

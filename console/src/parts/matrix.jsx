@@ -1,28 +1,21 @@
 // A matrix of crossings that stays quick with thousands of rows and columns: only those in sight are in the page. The
 // focus stays on the table; the active crossing is named by it.
 
-import { useLayoutEffect, useRef, useState } from 'preact/hooks';
-import { rowHeight, useInSight } from './table.jsx';
+import { useMemo, useRef, useState } from 'preact/hooks';
+import {
+  SpaceBelow,
+  SpaceBeside,
+  rowHeight,
+  useColumnsInSight,
+  useRowsInSight,
+  useScrollTo,
+} from './table.jsx';
 import { moved } from './edit_grid.jsx';
 
 const size = rowHeight; // of a crossing, both ways
 const activeId = 'active-crossing';
 
-const Space = ({ columns }) => (columns > 0 ? <td aria-hidden="true" class="gap" /> : null);
-const SpaceBelow = ({ rows }) =>
-  rows > 0 ? (
-    <tr aria-hidden="true">
-      <td class="gap" style={{ height: `${rows * size}px` }} />
-    </tr>
-  ) : null;
-
-function useScrollTo({ row, column }, box) {
-  useLayoutEffect(() => {
-    const cell = document.getElementById(activeId);
-    if (cell) cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
-    else box.current.scrollTo((column - 3) * size, (row - 3) * size);
-  }, [row, column]);
-}
+const names = 182; // pixels of the names of rows, as in console.css
 
 // Rows and columns are {key, title, sign, look}; a sign is a mark whose meaning is in the title. `crossing(row,
 // column)` returns {look, sign, say} for their indexes. `active` is {row, column}, `activate` moves it, `choose(row, column)` is
@@ -30,9 +23,13 @@ function useScrollTo({ row, column }, box) {
 export function Matrix({ label, corner, rows, columns, crossing, active, activate, choose }) {
   const box = useRef(null);
   const [pointed, setPointed] = useState(null);
-  const [top, bottom] = useInSight(box, rows.length, size);
-  const [left, right] = useInSight(box, columns.length, size, 'scrollLeft', 'width');
-  useScrollTo(active, box);
+  const edges = useMemo(
+    () => [0, ...Array.from({ length: columns.length + 1 }, (_, at) => names + at * size)],
+    [columns],
+  );
+  const [top, bottom] = useRowsInSight(box, rows.length);
+  const [left, right] = useColumnsInSight(box, edges, 1).map((place) => place - 1);
+  useScrollTo(box, activeId, active.row, active.column + 1, edges);
   const onKeyDown = (event) => {
     const next = moved(active, event.key, rows.length, columns.length);
     if (next) activate(next);
@@ -93,7 +90,7 @@ export function Matrix({ label, corner, rows, columns, crossing, active, activat
         <thead>
           <tr aria-rowindex={1}>
             <th scope="col">{corner}</th>
-            <Space columns={left} />
+            <SpaceBeside columns={left} />
             {shown.map(({ key, title, look }, at) => (
               <th
                 key={key}
@@ -104,7 +101,7 @@ export function Matrix({ label, corner, rows, columns, crossing, active, activat
                 <span title={title}>{title}</span>
               </th>
             ))}
-            <Space columns={columns.length - right} />
+            <SpaceBeside columns={columns.length - right} />
           </tr>
         </thead>
         <tbody>
@@ -114,9 +111,9 @@ export function Matrix({ label, corner, rows, columns, crossing, active, activat
               <th scope="row" class={top + at === active.row ? `${look} pointed` : look} title={title}>
                 {title}
               </th>
-              <Space columns={left} />
+              <SpaceBeside columns={left} />
               {shown.map((_, place) => renderCell(top + at, left + place))}
-              <Space columns={columns.length - right} />
+              <SpaceBeside columns={columns.length - right} />
             </tr>
           ))}
           <SpaceBelow rows={rows.length - bottom} />

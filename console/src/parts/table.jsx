@@ -1,6 +1,6 @@
-// Tables that stay quick with thousands of rows: only those in sight are in the page.
+// Tables that stay quick with thousands of rows and many columns: only what is in sight is in the page.
 
-import { useLayoutEffect, useRef, useState } from 'preact/hooks';
+import { useLayoutEffect, useMemo, useRef, useState } from 'preact/hooks';
 
 // Pixels of a row, as in console.css: fingers need more than a mouse.
 export const rowHeight = matchMedia('(pointer: coarse)').matches ? 44 : 28;
@@ -22,35 +22,94 @@ function usePrinting() {
   return printing;
 }
 
-// Which of `count` items of `size` pixels are in sight of a scrolling element, from top to bottom or from left to right.
-// Returns [first, end].
-export function useInSight(box, count, size = rowHeight, offset = 'scrollTop', extent = 'height') {
-  const [start, setStart] = useState(0);
-  const [length, setLength] = useState(600);
+// Which of `count` items are in the page: those that `find(element)` says are in sight of a scrolling element, [first, end],
+// and some beside them. `guess` are those before the element is there; `deps` change when other items are meant.
+function useInSight(box, count, spare, guess, find, deps = []) {
+  const [range, setRange] = useState(guess);
   useLayoutEffect(() => {
     const element = box.current;
-    const observer = new ResizeObserver(([entry]) => setLength(entry.contentRect[extent]));
-    const onScroll = () => setStart(Math.floor(element[offset] / size));
+    const look = () => {
+      const [first, end] = find(element);
+      // Rendered anew only when something in sight is missing, or when far too much is there.
+      const fits = ([from, to]) => from <= first && to >= end && to - from <= end - first + 4 * spare;
+      setRange((before) => (fits(before) ? before : [first - spare, end + spare]));
+    };
+    const observer = new ResizeObserver(look);
     observer.observe(element);
-    element.addEventListener('scroll', onScroll, { passive: true });
+    element.addEventListener('scroll', look, { passive: true });
     return () => {
       observer.disconnect();
-      element.removeEventListener('scroll', onScroll);
+      element.removeEventListener('scroll', look);
     };
-  }, []);
+  }, deps);
   // Paper has no scroll bar.
   if (usePrinting()) return [0, count];
-  const end = Math.min(count, start + Math.ceil(length / size) + 1 + spare);
-  return [Math.max(0, Math.min(start, count) - spare), end];
+  return [Math.max(0, Math.min(range[0], count)), Math.min(count, range[1])];
 }
 
-function SortableHead({ column, sort, onSort }) {
+// The rows in sight, [first, end].
+export const useRowsInSight = (box, count) =>
+  useInSight(box, count, 6, [0, Math.ceil(innerHeight / rowHeight)], (element) => [
+    Math.floor(element.scrollTop / rowHeight),
+    Math.ceil((element.scrollTop + element.clientHeight) / rowHeight),
+  ]);
+
+// Where each column begins, and where the last one ends, in characters.
+export const edgesOf = (columns) =>
+  columns.reduce((edges, { width }) => [...edges, edges.at(-1) + width], [0]);
+
+const narrow = 6; // pixels of a character, in any font
+
+// The columns in sight, [first, end], of those after the first one, which is always in sight. `edges` are where each one
+// begins, and where the last one ends, in any unit; `least` is how many pixels it has at least.
+export function useColumnsInSight(box, edges, least = narrow) {
+  const width = edges.at(-1);
+  const count = edges.length - 1;
+  const between = (from, to) => {
+    const first = edges.findLastIndex((edge) => edge <= from);
+    const end = edges.findIndex((edge) => edge >= to);
+    return [Math.max(1, first), end < 0 ? count : end];
+  };
+  const find = (element) => {
+    const scale = element.firstElementChild.offsetWidth / width;
+    return between(element.scrollLeft / scale + edges[1], (element.scrollLeft + element.clientWidth) / scale);
+  };
+  const [first, end] = useInSight(box, count, 3, between(0, innerWidth / least), find, [edges]);
+  return [Math.max(1, first), end];
+}
+
+// Where to scroll from `at`, no further than needed, to see what is between `start` and `end` in a window of `length`.
+const nearest = (at, length, start, end) => (start < at ? start : Math.max(at, end - length));
+
+// Brings a cell into sight whenever it is another one. It is known by its id; one that is not in the page yet is met by
+// its row, and by its place among the `edges` of columns.
+export function useScrollTo(box, id, row, place, edges) {
+  useLayoutEffect(() => {
+    const cell = document.getElementById(id);
+    if (cell) {
+      cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
+      return;
+    }
+    const element = box.current;
+    const table = element.firstElementChild;
+    const [head, scale] = [table.tHead.offsetHeight, table.offsetWidth / edges.at(-1)];
+    const [names, start, end] = [1, place, place + 1].map((at) => edges[at] * scale);
+    const [top, bottom] = [row * rowHeight, (row + 1) * rowHeight];
+    element.scrollTo(
+      nearest(element.scrollLeft, element.clientWidth - names, start - names, end - names),
+      nearest(element.scrollTop, element.clientHeight - head, top, bottom),
+    );
+  }, [row, place]);
+}
+
+function SortableHead({ column, place, sort, onSort }) {
   const sorted = sort?.key === column.key ? sort.direction : null;
   const aria = { up: 'ascending', down: 'descending' }[sorted] ?? 'none';
-  if (!onSort) return <th scope="col">{column.title}</th>;
+  const names = { scope: 'col', 'aria-colindex': place + 1 };
+  if (!onSort) return <th {...names}>{column.title}</th>;
   const direction = sorted === 'up' ? 'down' : 'up';
   return (
-    <th scope="col" aria-sort={aria}>
+    <th {...names} aria-sort={aria}>
       <button type="button" class="sort" onClick={() => onSort({ key: column.key, direction })}>
         {column.title}
         <span aria-hidden="true">{{ up: ' ▲', down: ' ▼' }[sorted] ?? ''}</span>
@@ -59,61 +118,86 @@ function SortableHead({ column, sort, onSort }) {
   );
 }
 
-const Gap = ({ rows, columns }) =>
+// In the place of columns, and of rows, that are not in the page.
+export const SpaceBeside = ({ columns }) => (columns > 0 ? <td aria-hidden="true" class="gap" /> : null);
+export const SpaceBelow = ({ rows }) =>
   rows > 0 ? (
     <tr aria-hidden="true">
-      <td colSpan={columns} class="gap" style={{ height: `${rows * rowHeight}px` }} />
+      <td class="gap" style={{ height: `${rows * rowHeight}px` }} />
     </tr>
   ) : null;
 
-function Head({ columns, sort, onSort }) {
-  return (
-    <thead>
-      <tr aria-rowindex={1}>
-        {columns.map((column) => (
-          <SortableHead key={column.key} {...{ column, sort, onSort }} />
-        ))}
-      </tr>
-    </thead>
-  );
-}
-
-// The columns are {key, title, width in characters}; `renderRow(row, index)` returns a <tr> of `rowHeight`. A grid is to
-// take the focus itself, `boxRef` is given the element that scrolls.
-export function Table({ label, columns, rows, renderRow, sort, onSort, boxRef, role = 'table', ...rest }) {
+// The columns are {key, title, width in characters}; `renderRow(row, index, across)` returns a <tr> of `rowHeight`. In a
+// `wide` table only the columns in sight are in the page: `across(renderCell)` returns the cells of a row after its first one,
+// `renderCell(column, place)` one of them, with its `aria-colindex`. A grid is to take the focus itself, `boxRef` is
+// given the element that scrolls.
+export function Table({
+  label,
+  columns,
+  rows,
+  renderRow,
+  sort,
+  onSort,
+  boxRef,
+  role = 'table',
+  wide,
+  ...rest
+}) {
   const ownBox = useRef(null);
   const box = boxRef ?? ownBox;
-  const [first, last] = useInSight(box, rows.length);
-  const width = columns.reduce((sum, column) => sum + column.width, 0);
+  const edges = useMemo(() => edgesOf(columns), [columns]);
+  const [top, bottom] = useRowsInSight(box, rows.length);
+  const seen = useColumnsInSight(box, edges);
+  const [left, right] = wide ? seen : [1, columns.length];
   const focus = role === 'grid' ? {} : { tabIndex: 0 };
+  const across = (renderCell) => [
+    <SpaceBeside key="before" columns={left - 1} />,
+    ...columns.slice(left, right).map((column, at) => renderCell(column, left + at)),
+    <SpaceBeside key="after" columns={columns.length - right} />,
+  ];
+  const col = (key, from, to) =>
+    to > from && <col key={key} style={{ width: `${edges[to] - edges[from]}ch` }} />;
+  const head = (column, place) => <SortableHead key={column.key} {...{ column, place, sort, onSort }} />;
   return (
     <div class="table" ref={box} role="region" aria-label={label} {...focus}>
       <table
         role={role}
         aria-label={label}
         aria-rowcount={rows.length + 1}
-        style={{ minWidth: `${width}ch` }}
+        aria-colcount={columns.length}
+        style={{ minWidth: `${edges.at(-1)}ch` }}
         {...rest}
       >
         <colgroup>
-          {columns.map((column) => (
-            <col key={column.key} style={{ width: `${column.width}ch` }} />
-          ))}
+          {col('first', 0, 1)}
+          {col('before', 1, left)}
+          {columns.slice(left, right).map(({ key }, at) => col(key, left + at, left + at + 1))}
+          {col('after', right, columns.length)}
         </colgroup>
-        <Head {...{ columns, sort, onSort }} />
+        <thead>
+          <tr aria-rowindex={1}>
+            {head(columns[0], 0)}
+            {across(head)}
+          </tr>
+        </thead>
         <tbody>
-          <Gap rows={first} columns={columns.length} />
-          {rows.slice(first, last).map((row, at) => renderRow(row, first + at))}
-          <Gap rows={rows.length - last} columns={columns.length} />
+          <SpaceBelow rows={top} />
+          {rows.slice(top, bottom).map((row, at) => renderRow(row, top + at, across))}
+          <SpaceBelow rows={rows.length - bottom} />
         </tbody>
       </table>
     </div>
   );
 }
 
+const widest = 34;
+
 // A width in characters that fits a column's title and nearly all of its texts.
 export function fittingWidth(title, texts) {
-  const lengths = Uint32Array.from(texts, (text) => text.length).sort();
-  const long = lengths[Math.floor(lengths.length * 0.98)] ?? 0;
-  return Math.max(6, Math.min(34, Math.max(title.length * 1.15 + 3, long) + 2));
+  const counts = Array(widest).fill(0); // of texts that are so long; the longest ones are not counted
+  for (const { length } of texts) if (length < widest) counts[length] += 1;
+  let long = 0;
+  for (let left = Math.floor(texts.length * 0.98); long < widest && left >= counts[long]; ++long)
+    left -= counts[long];
+  return Math.max(6, Math.min(widest, Math.max(title.length * 1.15 + 3, long) + 2));
 }

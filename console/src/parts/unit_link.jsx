@@ -6,6 +6,8 @@ import { texts } from '../texts.js';
 
 export const isOwn = (unit, ownSerial) => ownSerial !== '' && unit.values['UNIT.SERIAL'] === ownSerial;
 
+export const OwnMark = ({ when }) => (when ? <span class="mark own">{texts.thisUnit}</span> : null);
+
 // The name as a text, for places where no link can be.
 export const titleOf = (unit, ownSerial) =>
   isOwn(unit, ownSerial) ? `${nameOf(unit)} (${texts.thisUnit})` : nameOf(unit);
@@ -15,7 +17,7 @@ export function UnitLink({ unit, ownSerial, text = nameOf(unit) }) {
   return (
     <>
       <a href={`#details/${encodeURIComponent(keyOf(unit))}`}>{text || texts.noName}</a>
-      {isOwn(unit, ownSerial) && <span class="mark own">{texts.thisUnit}</span>}
+      <OwnMark when={isOwn(unit, ownSerial)} />
     </>
   );
 }

@@ -3,7 +3,13 @@
 
 import { failureOf } from '../../../console/src/logic/answer.js';
 import { changesSince, csvOf, tallyOf as countStates, waiting } from '../../../console/src/logic/run.js';
-import { applyResults, isEnded, longestSilence, readSiteLog } from '../../../console/src/logic/site_log.js';
+import {
+  applyResults,
+  isWhole,
+  longestSilence,
+  readSiteLog,
+  readsAfterwards,
+} from '../../../console/src/logic/site_log.js';
 import { RequestFailure } from '../../../console/src/logic/request_queue.js';
 import { texts } from '../../../console/src/texts.js';
 import { clearProgress, event, line, notice, progress } from './output.js';
@@ -13,7 +19,6 @@ import { discoverAll } from './verify.js';
 const words = texts.configure;
 const siteLogFile = '/site.log';
 const logInterval = 1000;
-const readsAfterwards = 4; // of the log, once an update has ended
 const longestStart = 60; // seconds without a log: the unit discovers before it begins one
 const refusals = ['busy', 'updating', 'taken'];
 
@@ -85,7 +90,7 @@ async function followSiteLog(unit, before, over, show) {
       length = piece.whole ? piece.bytes.length : length + piece.bytes.length;
       show(text);
     }
-    if (left < readsAfterwards && text !== '' && readSiteLog(text).records.every(isEnded)) break;
+    if (left < readsAfterwards && isWhole(text)) break;
     if (left > 0) await sleep(logInterval);
   }
   return date;
@@ -99,7 +104,7 @@ async function silence(logSoFar) {
     const log = logSoFar();
     if (log.length > length) quiet = 0;
     length = log.length;
-    if (log !== '' && readSiteLog(log).records.every(isEnded)) return true;
+    if (isWhole(log)) return true;
   }
   return false;
 }

@@ -5,6 +5,7 @@ import { failureOf } from '../../../console/src/logic/answer.js';
 import { changesSince, csvOf, tallyOf as countStates, waiting } from '../../../console/src/logic/run.js';
 import {
   applyResults,
+  isEnded,
   isWhole,
   longestSilence,
   readSiteLog,

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 #include <cerrno>
 #include <string>
@@ -21,6 +20,7 @@ void set_parameter(const char* key, const std::string& printed) {
 
 }  // namespace
 
+// If it fails, discovery does not reach the units after a router, or goes further than the installer allows.
 TEST(DiscoverySocket, TtlReadings) {
   struct row {
     const char* printed;
@@ -49,6 +49,7 @@ TEST(DiscoverySocket, TtlReadings) {
   }
 }
 
+// If it fails, units do not understand the query, or the unit discovers in the mode that was not asked for.
 TEST(DiscoverySocket, ModeReadingsAndBothDatagramsOnTheWire) {
   struct row {
     const char* printed;
@@ -76,15 +77,7 @@ TEST(DiscoverySocket, ModeReadingsAndBothDatagramsOnTheWire) {
   EXPECT_EQ(discovery_socket, -1);
 }
 
-TEST(DiscoverySocket, ReceivesWaitAHundredMilliseconds) {
-  const discovery_session session;
-  timeval wait{};
-  socklen_t size = sizeof wait;
-  getsockopt(discovery_socket, SOL_SOCKET, SO_RCVTIMEO, &wait, &size);
-  EXPECT_EQ(wait.tv_sec, 0);
-  EXPECT_EQ(wait.tv_usec, 100'000);
-}
-
+// If it fails, a unit that the network cannot reach is missing from the CSV without a trace.
 TEST(DiscoverySocket, AUnicastQueryThatCannotBeSentIsLogged) {
   const discovery_session session;
   EXPECT_EQ(suq(inet_addr("192.0.2.1")), -1);

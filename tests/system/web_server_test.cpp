@@ -46,7 +46,7 @@ TEST_F(WebServer, PassesEveryCommandOn) {
                                   : " '" + url + "?CMD=" + command.name + "'";
     return answer{0, header + shell_output("curl -sS" + asked), ""};
   };
-  EXPECT_EQ(site.differences_behind(fetch), lines{});
+  EXPECT_EQ(site.differences_when(fetch), difference_list{});
 }
 
 // Requests of another site's page are refused before the program starts; curl and the unit's own pages pass.

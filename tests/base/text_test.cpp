@@ -11,6 +11,7 @@
 #include "base/fixed_text.hpp"
 #include "support/files.hpp"
 
+// If it fails, a parameter beyond the integers wraps around.
 TEST(Text, LeadingNumber) {
   struct row {
     const char* text;
@@ -34,11 +35,13 @@ TEST(Text, LeadingNumber) {
   }
 }
 
+// If it fails, two different keys or names are taken for one.
 TEST(Text, EqualNoCaseFoldsAsciiLettersOnly) {
   EXPECT_FALSE(equal_no_case("[", "{"));
   EXPECT_FALSE(equal_no_case("\xC4", "\xE4"));
 }
 
+// If it fails, a text overruns its buffer, or a long one is refused where it should be cut.
 TEST(FixedText, CutsOrRefusesAtItsLimit) {
   fixed_text<4> text;
   EXPECT_TRUE(text.assign_if_fits("abc"));
@@ -52,6 +55,7 @@ TEST(FixedText, CutsOrRefusesAtItsLimit) {
   EXPECT_EQ(std::string(text.buffer().begin(), text.buffer().end()), std::string("a\0\0\0", 4));
 }
 
+// If it fails, lines of a file are lost or joined after a long line or a zero byte.
 TEST(Files, LongLinesComeInPiecesZeroBytesCounted) {
   write_file("/tmp/lines", std::string{"ab\0\ncdefg\nh", 11});
   const unique_file file = open_for_reading("/tmp/lines");

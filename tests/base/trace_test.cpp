@@ -6,6 +6,7 @@
 
 #include "support/files.hpp"
 
+// If it fails, long log lines have another length than those that the units in the field write.
 TEST(Trace, CutsWhereTheCommandWouldJustFit) {
   const std::string text(command_size, 'x');
   const trace_log log{"/tmp/log", command_size};

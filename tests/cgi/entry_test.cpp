@@ -72,6 +72,7 @@ std::string served(const std::string& request) {
 
 }  // namespace
 
+// If it fails, uploads of clients that add parameters to their content type are not decoded.
 TEST(Entry, ContentTypeAndBoundary) {
   struct row {
     std::string type;
@@ -89,6 +90,7 @@ TEST(Entry, ContentTypeAndBoundary) {
   }
 }
 
+// If it fails, a program sees one CGI variable in the place of another, or a capture mixes them up.
 TEST(Entry, CapturesEveryVariable) {
   std::string names;
   for (const cgiVariable& variable : cgiVariables) {
@@ -113,6 +115,7 @@ TEST(Entry, CapturesEveryVariable) {
   EXPECT_EQ(names, values);  // in the order of a capture file
 }
 
+// If it fails, a request of some method or type is decoded by the wrong rules, or a bad one passes.
 TEST(Entry, ChoosesTheDecoderByMethodAndType) {
   struct row {
     variables environment;
@@ -142,7 +145,7 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
   }
 }
 
-// A failed check of a library, for example.
+// If it fails, an upload stays in RAM when a check of a library aborts the program.
 TEST(Entry, AnAbortOfOurOwnEndsTheProcessAndLeavesNoFile) {
   const pid_t process = fork();
   if (process == 0) {
@@ -161,7 +164,7 @@ TEST(Entry, AnAbortOfOurOwnEndsTheProcessAndLeavesNoFile) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// A program that serves more than the request keeps its process as it was.
+// If it fails, a program that serves more than one request no longer obeys its signals.
 TEST(Entry, AProcessThatIsNotOursKeepsItsSignals) {
   const pid_t process = fork();
   if (process == 0) {
@@ -174,6 +177,7 @@ TEST(Entry, AProcessThatIsNotOursKeepsItsSignals) {
   EXPECT_EQ(wait_for(process), -SIGTERM);
 }
 
+// If it fails, the video link is not restarted after a command, or restarts during a firmware update.
 TEST(Entry, ScanForCommandsDecidesTheReconnect) {
   struct row {
     std::string query;

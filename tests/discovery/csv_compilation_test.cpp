@@ -30,6 +30,7 @@ std::string filled(std::size_t size, const std::string& end) {
 
 }  // namespace
 
+// If it fails, a line of the CSV shows a unit's values wrong, cut or in other columns.
 TEST(CsvCompilation, OneAnswerIsOneLine) {
   const std::string key63(63, 'k');
   const std::string value62(62, 'v');
@@ -62,6 +63,7 @@ TEST(CsvCompilation, OneAnswerIsOneLine) {
   }
 }
 
+// If it fails, the CSV of a site changes its order, or a unit's line repeats.
 TEST(CsvCompilation, LinesAreOrderedByTheirFirstColumnAndRepeatsEndEmpty) {
   const auto answer = [](const std::string& first, const std::string& second) {
     return "A=" + first + "&B=" + second + "&";
@@ -72,6 +74,7 @@ TEST(CsvCompilation, LinesAreOrderedByTheirFirstColumnAndRepeatsEndEmpty) {
             ",3\r\n10.0.0.10,2\r\n10.0.0.9,1\r\nZ,8\r\na,6\r\n\xC4,4\r\n,\r\n,\r\n");
 }
 
+// If it fails, the totals are wrong, or a unit is missing from the list of its kind.
 TEST(CsvCompilation, CountsModelsAndSelectsTheirLines) {
   compiled("UNIT.ID\nUNIT.MODEL\n", {"UNIT.ID=2&UNIT.MODEL=T-PL&", "UNIT.ID=4&unit.model=QV8T&",
                                      "UNIT.ID=see TX620&UNIT.MODEL=T-PL-K&"});

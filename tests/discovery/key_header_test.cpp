@@ -19,6 +19,7 @@ std::string numbered_keys(int count, const std::string& separator) {
 
 }  // namespace
 
+// If it fails, the columns of the CSV are not the keys of the unit.
 TEST(KeyHeader, HoldsTheKeysThatFit) {
   struct row {
     std::string keys;
@@ -44,6 +45,7 @@ TEST(KeyHeader, HoldsTheKeysThatFit) {
   }
 }
 
+// If it fails, an import drops a column that units take, or takes one that they do not.
 TEST(KeyHeader, ImportTableTakesKnownAndExcludedKeys) {
   write_file("/etc/keys.txt", "UNIT.ID\nIP.ADDRESS\n");
   ckht(discovery_mode, "/tmp/header.csv");

@@ -38,6 +38,7 @@ std::string sent(const std::string& csv) {
 
 }  // namespace
 
+// If it fails, a unit is sent a setting that its kind does not take, or under the wrong key.
 TEST(DeviceUpdate, EachModelGetsItsSettings) {
   start_unit();
   const std::string columns =
@@ -66,7 +67,7 @@ TEST(DeviceUpdate, EachModelGetsItsSettings) {
   EXPECT_EQ(send_device_update(0), 8);
 }
 
-// The number of the unit's own keys bounds what is looked at, although the columns are those of the CSV.
+// If it fails, more columns are sent than the unit has keys: their number is the bound.
 TEST(DeviceUpdate, ColumnsBeyondTheKeysOfTheUnitAreNotSent) {
   import("UNIT.SERIAL\nUNIT.ID\n", "UNIT.SERIAL,MY_,UNIT.ID\r\nS1,x,K1\r\n");
   const caught_answer page;
@@ -74,6 +75,7 @@ TEST(DeviceUpdate, ColumnsBeyondTheKeysOfTheUnitAreNotSent) {
   EXPECT_NE(read_file("/tmp/site.log").find("\nCMD=START&UNIT.ID=S1&CMD=END {28}\n"), std::string::npos);
 }
 
+// If it fails, a unit sets a cut value.
 TEST(DeviceUpdate, AMessageIsSentWholeOrNotAtAll) {
   start_unit();
   std::string header = "UNIT.SERIAL,UNIT.MODEL";
@@ -95,7 +97,7 @@ TEST(DeviceUpdate, AMessageIsSentWholeOrNotAtAll) {
       read_file("/tmp/site.log").ends_with("S1\n    Message is longer than 2047 characters, not sent \n"));
 }
 
-// A valid device table names the unit in the log, and nowhere else.
+// If it fails, the site log names another unit than the one that was sent to.
 TEST(DeviceUpdate, TheLogNamesTheUnit) {
   start_unit();
   const auto expect_log = [](const std::string& address, const std::string& found, const std::string& number,
@@ -115,12 +117,12 @@ TEST(DeviceUpdate, TheLogNamesTheUnit) {
   vdt_free();
 }
 
-// No save can be sent: the socket takes no address.
+// If it fails, a unit counts as updated although it never saved.
 TEST(DeviceUpdateReply, WithoutAWayBackEndsAtTheSave) {
   std::array<int, 2> ends{};
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends.data()), 0);
   ASSERT_EQ(send(ends[1], "API=SUCCESS", 11, 0), 11);
-  discovery_socket = ends[0];
+  discovery_socket = ends[0];  // one that takes no address, so no save can be sent
   EXPECT_EQ(handle_device_update_reply(), 1);
   for (const int end : ends) close(end);
   const std::string inside = " Inside handle_device_update_reply() ";

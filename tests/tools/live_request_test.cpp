@@ -45,6 +45,7 @@ std::vector<field> decoded(const std::string& type) {
 
 }  // namespace
 
+// If it fails, a replay sends a request that no client could have sent.
 TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
   const std::string no_header = "a field whose texts no header can hold";
   struct row {
@@ -71,6 +72,7 @@ TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
   }
 }
 
+// If it fails, a replayed request has other fields than the captured one.
 TEST(LiveRequest, RandomRequestsAreDecodedToTheSameFields) {
   constexpr int rounds = 2'000;
   std::mt19937 random{61};

@@ -135,7 +135,7 @@ TEST(FormTexts, NoLimitIsEverExceeded) {
 }
 
 // If it fails, a program misses values or names of the request.
-TEST(FormTexts, ArraysHoldAllValuesAndAllNames) {
+TEST(FormTexts, ArraysContainAllValuesAndAllNames) {
   const std::string long_value(10'000, 'x');
   struct row {
     std::string fields;
@@ -260,7 +260,7 @@ TEST(FormChoices, AreComparedExactly) {
 }
 
 // If it fails, a command takes the wrong upload, or a plain field for one.
-TEST(UploadedFile, IsToldOfTheFirstOfItsName) {
+TEST(UploadedFile, IsTheFirstOfItsName) {
   append_field({"plain", "value"});
   append_field({"file", "0123456789", "client.bin", "t"});
   append_field({"file", "abc", "second.bin", "t"});
@@ -290,7 +290,7 @@ TEST(UploadedFile, IsToldOfTheFirstOfItsName) {
 }
 
 // If it fails, an upload is read cut, or one that is gone passes for an empty one.
-TEST(UploadedFile, IsReadToItsEndUnlessItIsGone) {
+TEST(UploadedFile, IsReadWholeUnlessItIsGone) {
   append_field({"file", "0123456789", "client.bin"});
   cgiFilePtr file = nullptr;
   ASSERT_EQ(cgiFormFileOpen("file", &file), cgiFormSuccess);

@@ -58,7 +58,7 @@ loaded load(const std::string& content) {
 }  // namespace
 
 // If it fails, captures of units in the field cannot be read, or lose parts of the request.
-TEST(CaptureFile, HasItsFormatByteForByteAndIsLoadedInThePlaceOfTheRequest) {
+TEST(CaptureFile, IsWrittenByteForByteAndReplacesTheRequest) {
   const std::string content(3000, '\xFF');
   for (std::size_t i = 0; i < cgiVariables.size(); ++i) {
     cgiRestoreVariable(i, cgiCopyText("v" + std::to_string(i)));
@@ -92,7 +92,7 @@ TEST(CaptureFile, HasItsFormatByteForByteAndIsLoadedInThePlaceOfTheRequest) {
 }
 
 // If it fails, a capture sent through a slow pipe (ssh) is cut.
-TEST(CaptureFile, GoesThroughAPipeWhoseOtherEndIsSlow) {
+TEST(CaptureFile, GoesThroughASlowPipe) {
   const std::string content(200'000, 'x');
   append_field({"file", content, "client.bin", "t"});
   ASSERT_EQ(mkfifo("/tmp/pipe", 0600), 0);

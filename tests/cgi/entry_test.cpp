@@ -74,45 +74,35 @@ std::string served(const std::string& request) {
 
 // If it fails, uploads of clients that add parameters to their content type are not decoded.
 TEST(Entry, ContentTypeAndBoundary) {
-  struct row {
-    std::string type;
-    std::string captured;
-  };
-  for (const row& row : {
-           row{"multipart/form-data; boundary=abc; charset=x", "type:multipart/form-data boundary:abc;"},
+  for (const auto& [type, captured] : variables{
+           {"multipart/form-data; boundary=abc; charset=x", "type:multipart/form-data boundary:abc;"},
            {"multipart/form-data; boundary=abc ; charset=x", "type:multipart/form-data boundary:abc"},
            {"multipart/form-data;\t\v BOUNDARY=\"aBc\"", "type:multipart/form-data boundary:\"aBc\""},
            {"multipart/form-data ;c; x=boundary=abc", "type:multipart/form-data  boundary:"},
            {std::string(1012, 't') + ";boundary=abc", "type:" + std::string(1012, 't') + " boundary:a"},
            {std::string(5000, 't'), "type:" + std::string(1023, 't') + " boundary:"},
        }) {
-    EXPECT_EQ(serve(post_of(row.type, "0")), served(row.captured + " length:0\n")) << row.type;
+    EXPECT_EQ(serve(post_of(type, "0")), served(captured + " length:0\n")) << type;
   }
 }
 
 // If it fails, a program sees one CGI variable in the place of another, or a capture mixes them up.
 TEST(Entry, CapturesEveryVariable) {
-  std::string names;
-  for (const cgiVariable& variable : cgiVariables) {
-    setenv(variable.name, variable.name, 1);
-    names.append(variable.name).append(" ");
-  }
+  const lines names{"SERVER_SOFTWARE", "SERVER_NAME", "GATEWAY_INTERFACE", "SERVER_PROTOCOL", "SERVER_PORT",
+                    "REQUEST_METHOD",  "PATH_INFO",   "PATH_TRANSLATED",   "SCRIPT_NAME",     "QUERY_STRING",
+                    "REMOTE_HOST",     "REMOTE_ADDR", "AUTH_TYPE",         "REMOTE_USER",     "REMOTE_IDENT",
+                    "CONTENT_TYPE",    "HTTP_ACCEPT", "HTTP_USER_AGENT",   "HTTP_REFERER",    "HTTP_COOKIE"};
+  for (const std::string& name : names) setenv(name.c_str(), name.c_str(), 1);
   static_cast<void>(
       cgiServeRequest({.onCalled = [] {}, .main = [] { return 0; }, .onClose = [] { return 0; }}));
-  std::string values;
-  for (const char* value :
-       {cgiServerSoftware, cgiServerName, cgiGatewayInterface, cgiServerProtocol, cgiServerPort,
-        cgiRequestMethod,  cgiPathInfo,   cgiPathTranslated,   cgiScriptName,     cgiQueryString,
-        cgiRemoteHost,     cgiRemoteAddr, cgiAuthType,         cgiRemoteUser,     cgiRemoteIdent,
-        cgiContentType,    cgiAccept,     cgiUserAgent,        cgiReferrer,       cgiCookie}) {
-    values.append(value).append(" ");
-  }
-  EXPECT_EQ(
-      values,
-      "SERVER_SOFTWARE SERVER_NAME GATEWAY_INTERFACE SERVER_PROTOCOL SERVER_PORT REQUEST_METHOD PATH_INFO "
-      "PATH_TRANSLATED SCRIPT_NAME QUERY_STRING REMOTE_HOST REMOTE_ADDR AUTH_TYPE REMOTE_USER REMOTE_IDENT "
-      "CONTENT_TYPE HTTP_ACCEPT HTTP_USER_AGENT HTTP_REFERER HTTP_COOKIE ");
-  EXPECT_EQ(names, values);  // in the order of a capture file
+  EXPECT_EQ((lines{cgiServerSoftware, cgiServerName, cgiGatewayInterface, cgiServerProtocol, cgiServerPort,
+                   cgiRequestMethod,  cgiPathInfo,   cgiPathTranslated,   cgiScriptName,     cgiQueryString,
+                   cgiRemoteHost,     cgiRemoteAddr, cgiAuthType,         cgiRemoteUser,     cgiRemoteIdent,
+                   cgiContentType,    cgiAccept,     cgiUserAgent,        cgiReferrer,       cgiCookie}),
+            names);
+  lines captured;  // in the order of a capture file
+  for (const cgiVariable& variable : cgiVariables) captured.emplace_back(*variable.value);
+  EXPECT_EQ(captured, names);
 }
 
 // If it fails, a request of some method or type is decoded by the wrong rules, or a bad one passes.

@@ -36,7 +36,7 @@ TEST(Models, AreFoundWhateverTheirCase) {
 }
 
 // If it fails, a command passes for a setting, or a setting goes to units that do not take it.
-TEST(Keys, GetTheAskedClassesThatHoldThem) {
+TEST(Keys, HaveTheAskedClassesThatListThem) {
   struct row {
     std::string key;
     std::uint16_t asked;

@@ -34,7 +34,7 @@ void discover(std::vector<scripted_answer> script) {
 }  // namespace
 
 // If it fails, the datagrams after a unit's first one are lost, or go to another unit than in the field.
-TEST(OnePass, FurtherDatagramsGoWhereTheSearchPoints) {
+TEST(OnePass, FurtherDatagramsGoToTheFileThatTheSearchFinds) {
   const std::time_t start = std::time(nullptr);
   discover({
       // A lone unit whose first "_" is followed by no digit: that reads as file 0.
@@ -67,7 +67,7 @@ TEST(OnePass, FurtherDatagramsGoWhereTheSearchPoints) {
 }
 
 // If it fails, a unit's text chooses a file outside of the node files.
-TEST(OnePass, ANumberOfNoNodeFileDrops) {
+TEST(OnePass, ANumberWithoutANodeFileDropsTheDatagram) {
   discover({{.text = "_9&IP.ADDRESS=10.77.1.1&UNIT.ID=a&", .from = "10.77.1.1"},
             {.text = "UNIT.ID=lost&", .from = "10.77.1.1"}});
   const std::string log = read_file("/tmp/mcD.log");
@@ -105,7 +105,7 @@ TEST(OnePass, AStrangerFillsItsOwnLine) {
 }
 
 // If it fails, a node file contains what another unit or an earlier run said.
-TEST(TwoPass, AnAnswerIsWhatComesWithoutAGap) {
+TEST(TwoPass, AnAnswerEndsAtASilence) {
   write_file("/tmp/node_7", "old");
   const fake_network network{{{.text = "one&"}, {.text = "two", .wait = 500ms, .from = "10.77.1.2"}}};
   const discovery_session session;

@@ -64,7 +64,7 @@ TEST(CsvCompilation, OneAnswerIsOneLine) {
 }
 
 // If it fails, the CSV of a site changes its order, or a unit's line repeats.
-TEST(CsvCompilation, LinesAreOrderedByTheirFirstColumnAndRepeatsEndEmpty) {
+TEST(CsvCompilation, LinesAreOrderedByTheirFirstColumnAndRepeatsAreEmptyLines) {
   const auto answer = [](const std::string& first, const std::string& second) {
     return "A=" + first + "&B=" + second + "&";
   };

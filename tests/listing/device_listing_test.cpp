@@ -84,7 +84,7 @@ TEST(DeviceListing, FieldsAreCutAtTheirWidths) {
 }
 
 // If it fails, the unit's own line has a line end of its tools in it.
-TEST(DeviceListing, OwnLineHoldsWhatTheToolPrints) {
+TEST(DeviceListing, OwnLineShowsWhatTheToolPrints) {
   plant_tool("astparam", "[ \"$2\" = STREAM.HOST ] && printf 'host\\r\\nmore\\n' || printf addr");
   EXPECT_EQ(listed(1, {}), "MYSELF,host,addr\n");
 }

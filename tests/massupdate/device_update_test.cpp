@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include "discovery/discovery_state.hpp"
 #include "massupdate/import.hpp"
@@ -46,21 +47,17 @@ TEST(DeviceUpdate, EachModelGetsItsSettings) {
       "AUDIO.DAC_MUTE,IP.VLAN_TAG_EXPANSION,ip.netmask,UNIT.REBOOT,VIDEO.EDID";
   const std::string renamed = "&IP.ADDRESS=10.77.1.5&UNIT.SET_ID=K1&DANTE.SET_DEVICE_NAME=d n";
   const std::string common = "&IP.VLAN_TAG_EXPANSION=7&ip.netmask=m";
-  struct row {
-    const char* model;
-    std::string pairs;
-  };
-  for (const row& row : {
-           row{"RX610", renamed + "&VW.NAME=a,b" + common},
+  for (const auto& [model, pairs] : {
+           std::pair{std::string{"RX610"}, renamed + "&VW.NAME=a,b" + common},
            {"TX610", renamed + "&STREAM.BIT_RATE=9" + common},
            {"KestT-PL", renamed + "&STREAM.BIT_RATE=9&AUDIO.DAC_MUTE=1" + common},
            {"kestr-2", renamed + "&VW.NAME=a,b&AUDIO.DAC_MUTE=1" + common},
            {"Other", renamed},
        }) {
     const std::string cells = ",10.0.0.9,10.77.1.5,K1,d n,\"a,b\",9,1,7,m,TRUE,\r\n";
-    EXPECT_EQ(sent(columns + "\r\nS1," + row.model + cells),
-              "CMD=START&UNIT.ID=S1" + row.pairs + "&CMD=END\nUpdate Device #0 @ 10.0.0.9 Result is OK\n")
-        << row.model;
+    EXPECT_EQ(sent(columns + "\r\nS1," + model + cells),
+              "CMD=START&UNIT.ID=S1" + pairs + "&CMD=END\nUpdate Device #0 @ 10.0.0.9 Result is OK\n")
+        << model;
     EXPECT_EQ(discovery_socket, -1);
   }
   const caught_answer page;

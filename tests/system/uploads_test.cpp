@@ -33,6 +33,7 @@ void block(const std::string& path) {
 
 }  // namespace
 
+// If it fails, a failed update leaves the unit without a splash image, or loses the new one.
 TEST(UpdateSplash, WithoutAMoveTheLastOneStays) {
   write_file("/share/default.jpg", "last");
   std::filesystem::remove_all("/xoem");
@@ -42,6 +43,7 @@ TEST(UpdateSplash, WithoutAMoveTheLastOneStays) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{"source_file"});
 }
 
+// If it fails, people cut the power during an update because no display warns them, or its log is empty.
 TEST(UpdateFirmware, WarnsOnADisplayOnlyAndKeepsTheScriptsWords) {
   const std::string started = "<p>Updating firmware ret:0</p>\n";
   EXPECT_EQ(upload("UPDATE_FIRMWARE", file_field("image")), started);
@@ -58,6 +60,7 @@ TEST(UpdateFirmware, WarnsOnADisplayOnlyAndKeepsTheScriptsWords) {
   EXPECT_EQ(read_file("/dev/shm/uf_e"), "wrong\n");
 }
 
+// If it fails, an update starts without an image.
 TEST(UpdateFirmware, WithoutAFileOrAMoveStartsNothing) {
   EXPECT_EQ(upload("UPDATE_FIRMWARE", ""), "<p>Failed to update firmware</p>\n");
   block("/dev/shm/fw.tar.gz");
@@ -68,6 +71,7 @@ TEST(UpdateFirmware, WithoutAFileOrAMoveStartsNothing) {
   EXPECT_EQ(tool_calls(), lines(4, "ast_send_event -1 e_stop_link"));
 }
 
+// If it fails, an import keeps line ends that the update does not read.
 TEST(CsvImport, ConvertsLineEndsAndReplacesTheLastOne) {
   EXPECT_EQ(upload("CSV_IMPORT", file_field("a,b\n1,2\r\n\nend")), "<p>Importing csv</p>\n");
   EXPECT_EQ(upload("CSV_IMPORT", ""), "<p>Failed to import csv file (JS)</p>\n");
@@ -78,6 +82,7 @@ TEST(CsvImport, ConvertsLineEndsAndReplacesTheLastOne) {
   EXPECT_EQ(upload("CSV_IMPORT", file_field("a")), "<p>Failed to import csv file (C)</p>\n");
 }
 
+// If it fails, a command takes another part of the upload than its file, or pages read what became of it wrong.
 TEST(Staging, TakesTheFirstFieldNamedFile) {
   const std::string header = "form-data; name=\"file\"; filename=\"";  // of the 1023 characters of its value
   const std::string no_upload = "file name: \nfile size: 0 bytes\nCould not open the file.\n";
@@ -103,6 +108,7 @@ TEST(Staging, TakesTheFirstFieldNamedFile) {
   }
 }
 
+// If it fails, an upload that cannot be staged passes for installed.
 TEST(Staging, WithoutItsFilesItFails) {
   std::filesystem::create_directory("/dev/shm/source_file");
   EXPECT_EQ(upload("UPDATE_EDID3", file_field("x")), "<p>Failed to update edid</p>\n");
@@ -114,6 +120,7 @@ TEST(Staging, WithoutItsFilesItFails) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
+// If it fails, an EDID of a wrong size is installed, or a right one is not, byte for byte.
 TEST(UpdateEdid, TheSizeDecides) {
   const std::string invalid = "<p>Error: Invalid EDID</p>\n";
   const std::string updating = "<p>Updating edid</p>\n";
@@ -142,6 +149,7 @@ TEST(UpdateEdid, TheSizeDecides) {
   EXPECT_EQ(read_file("/config/CUSTOM_2.cbin"), bytes);
 }
 
+// If it fails, the unit is left with an EDID that its service does not use.
 TEST(UpdateEdid, WithoutTheServiceTheParameterStays) {
   EXPECT_EQ(upload("UPDATE_EDID3", file_field(std::string(256, 'e'))),
             "<p>Error: API command to update EDID failed</p>\n");

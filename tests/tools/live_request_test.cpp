@@ -46,7 +46,7 @@ std::vector<field> decoded(const std::string& type) {
 }  // namespace
 
 // If it fails, a replay sends a request that no client could have sent.
-TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
+TEST(LiveRequest, IsRefusedWhenNoClientCanSendIt) {
   const std::string no_header = "a field whose texts no header can hold";
   struct row {
     field sent;

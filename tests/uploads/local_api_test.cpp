@@ -17,7 +17,7 @@ const std::string timed_out = "&HANDLER=INTERNAL_REPLY_ERROR_x:-1_errno:11";
 }  // namespace
 
 // If it fails, an EDID upload misses a failure that the API reported late, or waits for datagrams that never come.
-TEST(LocalApi, RepliesGoOnBehindAnAmpersandForUpToFiveDatagrams) {
+TEST(LocalApi, RepliesContinueAfterAnAmpersandForUpToFiveDatagrams) {
   const std::string full(1500, 'f');
   const std::string whole = std::string(1499, 'w') + "&";
   struct row {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "base/files.hpp"
 #include "base/fixed_text.hpp"
@@ -13,13 +14,9 @@
 
 // If it fails, a parameter beyond the integers wraps around.
 TEST(Text, LeadingNumber) {
-  struct row {
-    const char* text;
-    std::int32_t number;
-    std::int32_t without_sign;
-  };
+  using row = std::tuple<const char*, std::int32_t, std::int32_t>;
   constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
-  for (const row& row : {
+  for (const auto& [text, number, without_sign] : {
            row{"", 0, 0},
            {"word", 0, 0},
            {" \t7", 7, 7},
@@ -30,8 +27,8 @@ TEST(Text, LeadingNumber) {
            {"2147483648", most, most},
            {"-99999999999999999999999999", std::numeric_limits<std::int32_t>::min(), 0},
        }) {
-    EXPECT_EQ(leading_number(row.text), row.number) << row.text;
-    EXPECT_EQ(leading_digits(row.text), row.without_sign) << row.text;
+    EXPECT_EQ(leading_number(text), number) << text;
+    EXPECT_EQ(leading_digits(text), without_sign) << text;
   }
 }
 

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -61,11 +62,8 @@ void check_limits(text_reader copy, const char* name) {
 
 // If it fails, commands and fields arrive with other bytes than the client sent.
 TEST(UrlEncoded, DecodesEveryForm) {
-  struct row {
-    std::string_view input;
-    std::vector<field> fields;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string_view, std::vector<field>>;
+  for (const auto& [input, fields] : {
            row{"", {}},
            {"a=b=c&a=&b&", {{"a", "b=c"}, {"a", ""}, {"b", ""}}},
            {"a=1&&b=2", {{"a", "1"}}},
@@ -79,8 +77,8 @@ TEST(UrlEncoded, DecodesEveryForm) {
            {"%00=1&a=%00abc", {{"", "1"}, {"a", ""}}},
            {{"a=x\0y&b=2", 9}, {{"a", "x"}, {"b", "2"}}},
        }) {
-    request(row.input);
-    EXPECT_EQ(take_fields(), row.fields) << row.input;
+    request(input);
+    EXPECT_EQ(take_fields(), fields) << input;
   }
 }
 
@@ -137,22 +135,19 @@ TEST(FormTexts, NoLimitIsEverExceeded) {
 // If it fails, a program misses values or names of the request.
 TEST(FormTexts, ArraysContainAllValuesAndAllNames) {
   const std::string long_value(10'000, 'x');
-  struct row {
-    std::string fields;
-    texts values, names;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, texts, texts>;
+  for (const auto& [fields, values, names] : {
            row{"", {}, {}},
            {"b=1&a=2", {}, {"b", "a"}},
            {"z&f=1&g=2&f=&f=3%0D%0A%0A4&z", {"1", "", "3\n\n4"}, {"z", "f", "g"}},
            {"f=" + long_value + "&F=1&%00=1&%00x=2", {long_value}, {"f", "F", ""}},
        }) {
-    request(row.fields);
+    request(fields);
     char** array = nullptr;
-    EXPECT_EQ(cgiFormStringMultiple("f", &array), row.values.empty() ? cgiFormNotFound : cgiFormSuccess);
-    EXPECT_EQ(take(array), row.values) << row.fields;
+    EXPECT_EQ(cgiFormStringMultiple("f", &array), values.empty() ? cgiFormNotFound : cgiFormSuccess);
+    EXPECT_EQ(take(array), values) << fields;
     EXPECT_EQ(cgiFormEntries(&array), cgiFormSuccess);
-    EXPECT_EQ(take(array), row.names) << row.fields;
+    EXPECT_EQ(take(array), names) << fields;
   }
 }
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -122,11 +123,8 @@ TEST(CaptureFile, GoesThroughASlowPipe) {
 TEST(CaptureFile, FailuresLeaveAnEmptyList) {
   const std::string head = capture_head(0);
   const std::string rest = head.substr(11);
-  struct row {
-    std::string what, content;
-    loaded expected;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, std::string, loaded>;
+  for (const auto& [what, content, expected] : {
            row{"a longer magic text",
                text(std::string("CGIC2.0\0", 8)) + rest,
                {cgiEnvironmentWrongVersion, {}}},
@@ -141,7 +139,7 @@ TEST(CaptureFile, FailuresLeaveAnEmptyList) {
             {cgiEnvironmentSuccess, {{"u", "xy", "f", "t"}}}},
        }) {
     append_field({"live", "1"});
-    EXPECT_EQ(load(row.content), row.expected) << row.what;
+    EXPECT_EQ(load(content), expected) << what;
     EXPECT_EQ(cgiRestored, 0);
   }
 }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "cgi/form_entry.hpp"
 #include "cgi/state.hpp"
@@ -107,13 +108,9 @@ TEST(Entry, CapturesEveryVariable) {
 
 // If it fails, a request of some method or type is decoded by the wrong rules, or a bad one passes.
 TEST(Entry, ChoosesTheDecoderByMethodAndType) {
-  struct row {
-    variables environment;
-    std::string body;
-    std::string answer;
-  };
+  using row = std::tuple<variables, std::string, std::string>;
   const std::string multipart = "multipart/form-data; boundary=b";
-  for (const row& row : {
+  for (const auto& [environment, body, answer] : {
            row{{}, "", served("type: boundary: length:0\n")},
            {{{"REQUEST_METHOD", "GeT"}, {"QUERY_STRING", "a=1&b"}, {"CONTENT_LENGTH", "9"}},
             "ignored",
@@ -131,7 +128,7 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
            {post_of(multipart, "-1"), "--b\r\n", served("type:multipart/form-data boundary:b length:-1\n")},
            {post_of(multipart, "7"), "--b\r\nxy", undecoded},
        }) {
-    EXPECT_EQ(serve(row.environment, row.body), row.answer) << row.body;
+    EXPECT_EQ(serve(environment, body), answer) << body;
   }
 }
 
@@ -169,22 +166,18 @@ TEST(Entry, AProcessThatIsNotOursKeepsItsSignals) {
 
 // If it fails, the video link is not restarted after a command, or restarts during a firmware update.
 TEST(Entry, ScanForCommandsDecidesTheReconnect) {
-  struct row {
-    std::string query;
-    int reconnect;
-    std::string traced;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, int, std::string>;
+  for (const auto& [query, reconnect, traced] : {
            row{"cmd=GET_NODES", 0, ""},
            {"XCMDY=1", 1, "\tXCMDY=1\n"},
            {"CMD=update_firmware", 0, "\tCMD=update_firmware\n"},
            {"CMD=DISCOVER_DEVICES&CMD=UPDATE_FIRMWARE", 1, "\tCMD=DISCOVER_DEVICES\n"},
            {"CMD=UPDATE_FIRMWARE&a=1&CMD=1", 1, "\tCMD=UPDATE_FIRMWARE\n\tCMD=1\n"},
        }) {
-    const std::string answer = serve({{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", row.query}});
-    EXPECT_NE(answer.find("closed:" + std::to_string(row.reconnect)), std::string::npos) << row.query;
+    const std::string answer = serve({{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", query}});
+    EXPECT_NE(answer.find("closed:" + std::to_string(reconnect)), std::string::npos) << query;
     EXPECT_EQ(read_file("/tmp/dbgCGI.log"),
-              "cgic main() before cgiOnCalled() " + row.query + "\n" + row.traced +
+              "cgic main() before cgiOnCalled() " + query + "\n" + traced +
                   "\tAbout to Call cgiMain() _%p_\n\tAbout to Call cgiOnClose()\n");
   }
 }

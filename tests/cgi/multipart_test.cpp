@@ -9,6 +9,7 @@
 #include <random>
 #include <span>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -119,11 +120,8 @@ TEST(Multipart, BodiesBecomeFields) {
   const std::string content("a\0b\0", 4);
   const std::string long_text(1100, 'x');
   const std::string other = "--b\r\nContent-Disposition: ";
-  struct row {
-    std::string body;
-    decoded expected;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, decoded>;
+  for (const auto& [body, expected] : {
            row{"preamble--b\r\n" + part("name=\"a\"", "1") + "\r\n" +
                    part("name=f; filename=\"a;b:c\\\"", content, "Content-Type: image/x; q=1\r\n") +
                    "--\r\nepilogue --b",
@@ -137,7 +135,7 @@ TEST(Multipart, BodiesBecomeFields) {
             {0, {}}},
        }) {
     for (const std::size_t piece : {0U, 20U}) {
-      EXPECT_EQ(decode("b", row.body, piece), row.expected) << row.body << piece;
+      EXPECT_EQ(decode("b", body, piece), expected) << body << piece;
     }
   }
 }
@@ -185,12 +183,8 @@ TEST(BoundarySearch, FindsWhatTheSlowSearchFinds) {
 
 // If it fails, the name or the type of a part is read wrong, or bytes of its content are taken for a header.
 TEST(HeaderLine, IsANameAColonAndAValue) {
-  struct row {
-    std::string input;
-    int result;
-    lines texts;  // name, value, what is left of the input
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, int, lines>;
+  for (const auto& [input, result, texts] : {
            row{"Name: value\r\nrest", cgiParseSuccess, {"Name", "value", "rest"}},
            {"N a\tm : \t\r\n a: b\nrest", cgiParseSuccess, {"Nam", "a: b", "rest"}},
            {"A:b\rc", cgiParseSuccess, {"A", "b", "c"}},
@@ -201,13 +195,13 @@ TEST(HeaderLine, IsANameAColonAndAValue) {
            {"A:", cgiParseIO, {"A", "", ""}},
        }) {
     const auto stream = std::make_unique<cgiBodyStream>();
-    cgiContentLength = static_cast<std::int32_t>(row.input.size());
-    cgiIn = input_of(row.input, 0);
+    cgiContentLength = static_cast<std::int32_t>(input.size());
+    cgiIn = input_of(input, 0);
     std::array<char, 8> name, value, rest{};
-    EXPECT_EQ(cgiReadHeaderLine(*stream, name, value), row.result) << row.input;
+    EXPECT_EQ(cgiReadHeaderLine(*stream, name, value), result) << input;
     cgiBodyRead(*stream, rest);
     std::fclose(cgiIn);
-    EXPECT_EQ((lines{name.data(), value.data(), rest.data()}), row.texts) << row.input;
+    EXPECT_EQ((lines{name.data(), value.data(), rest.data()}), texts) << input;
   }
 }
 

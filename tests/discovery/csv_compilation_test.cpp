@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "discovery/discovery_state.hpp"
@@ -34,13 +35,9 @@ std::string filled(std::size_t size, const std::string& end) {
 TEST(CsvCompilation, OneAnswerIsOneLine) {
   const std::string key63(63, 'k');
   const std::string value62(62, 'v');
-  struct row {
-    const char* keys;
-    std::string answer;
-    std::string line;
-  };
+  using row = std::tuple<const char*, std::string, std::string>;
   const std::string long_keys = "A\n" + key63 + "\n";
-  for (const row& row : {
+  for (const auto& [keys, answer, line] : {
            row{"A\nB\n", "=x&A=1&B=2&junk&", "1,2"},
            {"A\nB\n", "A=1&B=2", "1,"},
            {"A\nB\n", "", ","},
@@ -59,7 +56,7 @@ TEST(CsvCompilation, OneAnswerIsOneLine) {
            {"A\nB\n", filled(2044, "&A=1") + "&B=2&", "1,"},
            {"A\nB\n", filled(2043, "&A=1") + "&B=2&", "1,2"},
        }) {
-    EXPECT_EQ(compiled(row.keys, {row.answer}), row.line + "\r\n") << row.keys << row.answer;
+    EXPECT_EQ(compiled(keys, {answer}), line + "\r\n") << keys << answer;
   }
 }
 

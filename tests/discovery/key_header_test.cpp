@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "discovery/discovery_state.hpp"
@@ -22,12 +23,8 @@ std::string numbered_keys(int count, const std::string& separator) {
 
 // If it fails, the columns of the CSV are not the keys of the unit.
 TEST(KeyHeader, ContainsTheKeysThatFit) {
-  struct row {
-    std::string keys;
-    int written;
-    std::string header;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, int, std::string>;
+  for (const auto& [keys, written, header] : {
            row{"UNIT.ID\nQUERY.ALL\nIP.ADDRESS\nUNIT.MODEL\n", 3, "UNIT.ID,IP.ADDRESS,UNIT.MODEL"},
            {"UNIT.ID\r\nQUERY.ALL\r\nIP.ADDRESS\r\nUNIT.MODEL", 4, "UNIT.ID,QUERY.ALL,IP.ADDRESS,UNIT.MODEL"},
            {"A\nA\n", 2, "A,A"},
@@ -39,10 +36,10 @@ TEST(KeyHeader, ContainsTheKeysThatFit) {
            {"", 0, ""},
            {numbered_keys(129, "\n"), 128, numbered_keys(128, ",")},
        }) {
-    write_file("/etc/keys.txt", row.keys);
-    EXPECT_EQ(ckht(discovery_mode, "/tmp/header.csv"), row.written) << row.keys;
-    EXPECT_EQ(read_file("/tmp/header.csv"), row.header + "\r\n") << row.keys;
-    EXPECT_EQ(key_header_count(), row.written);
+    write_file("/etc/keys.txt", keys);
+    EXPECT_EQ(ckht(discovery_mode, "/tmp/header.csv"), written) << keys;
+    EXPECT_EQ(read_file("/tmp/header.csv"), header + "\r\n") << keys;
+    EXPECT_EQ(key_header_count(), written);
   }
 }
 

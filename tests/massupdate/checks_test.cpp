@@ -4,6 +4,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -120,12 +121,8 @@ TEST(ValidDeviceTable, MarksDuplicatesAndIsClaimedOnce) {
   std::vector<unsigned> marks;
   for (std::size_t i = 0; i < 6; ++i) marks.push_back(vdt[i].flags);
   EXPECT_EQ(marks, (std::vector<unsigned>{0x20, 0x60, 0x50, 0x10, 0x50, 0x50}));
-  struct row {
-    std::string serial;
-    int result;
-    std::string log;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, int, std::string>;
+  for (const auto& [serial, result, log] : {
            row{"s1", 0, "(s1~S1) 0 6"},
            {"S1", -2, "(S1~S1) 0 6 \n    check_device_valid(S1) Duplicate Device Found -2 0"},
            {"S2", -3, "(S2~S2) 1 6 \n    check_device_valid(S2) Duplicate Device DATA -3 1"},
@@ -135,7 +132,7 @@ TEST(ValidDeviceTable, MarksDuplicatesAndIsClaimedOnce) {
            {"", -1, "() Invalid Input -1 or no VDT"},
        }) {
     write_file("/tmp/site.log", "");
-    EXPECT_EQ(check_device_valid(row.serial), row.result) << row.serial;
-    EXPECT_EQ(read_file("/tmp/site.log"), "    check_device_valid" + row.log + " \n");
+    EXPECT_EQ(check_device_valid(serial), result) << serial;
+    EXPECT_EQ(read_file("/tmp/site.log"), "    check_device_valid" + log + " \n");
   }
 }

@@ -12,6 +12,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "support/quick_site.hpp"
@@ -119,20 +120,17 @@ TEST(Files, MissingOnesAreAnsweredByTheCommandsThatNeedThem) {
   plant_tool("GUI", "");
   write_file("/var/info_local", "");
   const std::string eeprom = "/sys/devices/platform/videoip";
-  struct row {
-    lines paths;
-    difference_list expected;
-  };
-  for (const row& row : {
+  using row = std::tuple<lines, difference_list>;
+  for (const auto& [paths, expected] : {
            row{{"/share", "/config", "/www/images", eeprom}, {}},
            {{eeprom + "/eeprom_content", "/dev/mtdblkxoem", "/var/info_local"}, {}},
            {{"/etc/keys.txt"},
             {{"GET_CSV_DISCOVER", part::body,
               "DISCOVERED CSV DATA: Total=2&Ecount=1&Dcount=1~~~\n\n\r\n\r\n"}}},
        }) {
-    for (const std::string& path : row.paths) std::filesystem::rename(path, path + ".kept");
-    EXPECT_EQ(site.differences(), row.expected) << row.paths[0];
-    for (const std::string& path : row.paths) {
+    for (const std::string& path : paths) std::filesystem::rename(path, path + ".kept");
+    EXPECT_EQ(site.differences(), expected) << paths[0];
+    for (const std::string& path : paths) {
       std::filesystem::remove(path);
       std::filesystem::rename(path + ".kept", path);
     }

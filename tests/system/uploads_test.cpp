@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include "support/fake_network.hpp"
 #include "support/files.hpp"
@@ -86,10 +87,8 @@ TEST(CsvImport, ConvertsLineEndsAndReplacesTheLastOne) {
 TEST(Staging, TakesTheFirstFieldNamedFile) {
   const std::string header = "form-data; name=\"file\"; filename=\"";  // of the 1023 characters of its value
   const std::string no_upload = "file name: \nfile size: 0 bytes\nCould not open the file.\n";
-  struct row {
-    std::string fields, log, staged;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, std::string, std::string>;
+  for (const auto& [fields, log, staged] : {
            row{file_field(""), "file name: client.bin\nfile size: 0 bytes\n", ""},
            {field("name=File; filename=f", "x"), "No file was uploaded.\n", "(missing)"},
            {file_field("x", ""), no_upload, "(missing)"},
@@ -101,10 +100,10 @@ TEST(Staging, TakesTheFirstFieldNamedFile) {
             std::string(2500, 'c')},
        }) {
     std::filesystem::remove("/xoem/default.jpg");
-    upload("UPDATE_SPLASH", row.fields);
-    EXPECT_EQ(read_file("/www/upload_file.txt"), row.log);
-    EXPECT_EQ(read_file("/xoem/default.jpg"), row.staged) << row.log;
-    EXPECT_EQ(list_folder("/dev/shm"), lines{}) << row.log;
+    upload("UPDATE_SPLASH", fields);
+    EXPECT_EQ(read_file("/www/upload_file.txt"), log);
+    EXPECT_EQ(read_file("/xoem/default.jpg"), staged) << log;
+    EXPECT_EQ(list_folder("/dev/shm"), lines{}) << log;
   }
 }
 
@@ -127,20 +126,18 @@ TEST(UpdateEdid, TheSizeDecides) {
   const std::string failed = updating + "<p>Error: Failed to update EDID</p>\n";
   std::string bytes;
   for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
-  struct row {
-    std::size_t size;
-    std::string active, custom;
-  };
-  for (const row& row : {row{255, failed, invalid}, {256, updating, ""}, {257, updating, invalid}}) {
-    const std::string block = (bytes + "x").substr(0, row.size);
+  using row = std::tuple<std::size_t, std::string, std::string>;
+  for (const auto& [size, active, custom] :
+       {row{255, failed, invalid}, {256, updating, ""}, {257, updating, invalid}}) {
+    const std::string block = (bytes + "x").substr(0, size);
     // The reply to the last message plays no part.
     fake_service service{{{"A=1&", "API=FAIL"}, {""}}};
-    EXPECT_EQ(upload("UPDATE_EDID", file_field(block)), row.active) << row.size;
-    EXPECT_EQ(read_file("/tmp/edid.bin"), row.active == failed ? block : "(missing)") << row.size;
-    EXPECT_EQ(read_file("/tmp/edid.edid"), row.active == failed ? "" : "(missing)") << row.size;
-    EXPECT_EQ(upload("UPDATE_EDID2", file_field(block)), row.custom) << row.size;
-    EXPECT_EQ(read_file("/tmp/edid.bin"), row.custom == invalid ? block : "(missing)") << row.size;
-    EXPECT_EQ(service.end().size(), row.custom.empty() ? 2U : 0U) << row.size;
+    EXPECT_EQ(upload("UPDATE_EDID", file_field(block)), active) << size;
+    EXPECT_EQ(read_file("/tmp/edid.bin"), active == failed ? block : "(missing)") << size;
+    EXPECT_EQ(read_file("/tmp/edid.edid"), active == failed ? "" : "(missing)") << size;
+    EXPECT_EQ(upload("UPDATE_EDID2", file_field(block)), custom) << size;
+    EXPECT_EQ(read_file("/tmp/edid.bin"), custom == invalid ? block : "(missing)") << size;
+    EXPECT_EQ(service.end().size(), custom.empty() ? 2U : 0U) << size;
   }
   EXPECT_EQ(read_file("/sys/devices/platform/videoip/eeprom_content"),
             shell_output("od -An -v -tx1 /share/CUSTOM_2.cbin | sed 's/ \\(..\\)/0x\\1,/g'"));

@@ -4,6 +4,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "cgi/multipart.hpp"
@@ -48,11 +49,8 @@ std::vector<field> decoded(const std::string& type) {
 // If it fails, a replay sends a request that no client could have sent.
 TEST(LiveRequest, IsRefusedWhenNoClientCanSendIt) {
   const std::string no_header = "a field whose texts no header can hold";
-  struct row {
-    field sent;
-    std::string type, problem;
-  };
-  for (const row& row : {
+  using row = std::tuple<field, std::string, std::string>;
+  for (const auto& [sent, type, problem] : {
            row{{"a\nb", ""}, multipart, no_header},
            {{"\"a;", ""}, multipart, no_header},
            {{"a", "", "f", "\""}, multipart, no_header},
@@ -63,10 +61,10 @@ TEST(LiveRequest, IsRefusedWhenNoClientCanSendIt) {
            {{std::string(1008, 'n') + "\"", ""}, multipart, no_header},
            {{"a", "", "f"}, url_encoded, "an upload in a url-encoded request"},
        }) {
-    append_field(row.sent);
-    EXPECT_EQ(write_body(row.type), row.problem) << row.sent;
-    if (row.problem.empty()) {
-      EXPECT_EQ(decoded(row.type), std::vector<field>{row.sent});
+    append_field(sent);
+    EXPECT_EQ(write_body(type), problem) << sent;
+    if (problem.empty()) {
+      EXPECT_EQ(decoded(type), std::vector<field>{sent});
     }
     cgiFreeResources();
   }

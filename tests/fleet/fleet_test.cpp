@@ -29,23 +29,26 @@ TEST(UnitsFile, IsReadWithTheQuotesOfAnExport) {
   EXPECT_EQ(read_csv("\"a\"\"b\",\"\"\n\"Room \"1\", left\"\n\n\"Room \"one\" a, b\",x"), rows);
 }
 
-// If it fails, a misspelt fault is none, and a test with it shows nothing.
-TEST(UnitsFile, WithAnUnknownFaultIsRefused) {
+// If it fails, a misspelt fault or option is none, and a test with it shows nothing.
+TEST(Options, WrongOnesAreRefused) {
   for (const char* wrong :
        {"SIM.DELAY\n1\n", "SIM.SPLIT\n0\n", "SIM.SILENT_AT\nnever\n", "SIM.ADDRESS\n1.2.3\n"}) {
     std::string problem;
     (void)describe_units(wrong, {}, problem);
     EXPECT_NE(problem, "") << wrong;
   }
-}
-
-// If it fails, a misspelt option starts a fleet that a test did not ask for.
-TEST(Options, WrongOnesAreRefused) {
-  const std::vector<std::vector<const char*>> wrong{
-      {"--count"},          {"--count", "60001"}, {"--self=1"},       {"count", "1"},
-      {"--delay-ms", "1s"}, {"--log="},           {"--hostile=very"}, {"--refuse-at", "reboot"}};
   options chosen;
-  for (const auto& arguments : wrong) EXPECT_NE(read_options(arguments, chosen), "") << arguments[0];
+  for (const std::vector<const char*>& wrong :
+       std::vector<std::vector<const char*>>{{"--count"},
+                                             {"--count", "60001"},
+                                             {"--self=1"},
+                                             {"count", "1"},
+                                             {"--delay-ms", "1s"},
+                                             {"--log="},
+                                             {"--hostile=very"},
+                                             {"--refuse-at", "reboot"}}) {
+    EXPECT_NE(read_options(wrong, chosen), "") << wrong[0];
+  }
 }
 
 // If it fails, simulated units obey messages that real ones ignore.

@@ -89,17 +89,14 @@ TEST(DeviceListing, OwnLineShowsWhatTheToolPrints) {
   EXPECT_EQ(listed(1, {}), "MYSELF,host,addr\n");
 }
 
-// If it fails, a slow unit is missing, because the listing gave up too early.
-TEST(DeviceListing, EndsAfterFiveSilentReceives) {
-  const auto start = std::chrono::steady_clock::now();
+// If it fails, slow units are missing because the listing gave up early, or a unit without a network keeps its client
+// waiting.
+TEST(DeviceListing, EndsAfterFiveSilentReceivesOrAnError) {
+  auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(listed(2, {}), "");
   EXPECT_GE(std::chrono::steady_clock::now() - start, 880ms);
-}
-
-// If it fails, a unit without a network keeps its client waiting.
-TEST(DeviceListing, ASocketErrorEndsItAtOnce) {
   const caught_answer caught;
-  const auto start = std::chrono::steady_clock::now();
+  start = std::chrono::steady_clock::now();
   EXPECT_EQ(list_devices(2), 0);                               // no socket is open
   EXPECT_LT(std::chrono::steady_clock::now() - start, 350ms);  // a sleep a receive would take 400
 }

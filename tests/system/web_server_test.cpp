@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "support/files.hpp"
 #include "support/program.hpp"
@@ -54,33 +55,33 @@ TEST_F(WebServer, PassesEveryCommandOn) {
 TEST_F(WebServer, RefusesWhatAForeignPageSends) {
   if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd looks at no header";
   write_file("/www/upload_file.txt", "of the site");
-  const lines own{"X-None: 1",
-                  "Sec-Fetch-Site: same-origin",
-                  "Sec-Fetch-Site: none",
-                  "Origin: http://127.0.0.1:8080",
-                  "Origin: https://127.0.0.1:8080",
-                  "Host: localhost:8080",
-                  "Host: 10.77.0.1",
-                  "Host: [fe80::1]:8080",
-                  "Host: unit"};
-  const lines foreign{"Sec-Fetch-Site: same-site",          "Sec-Fetch-Site: cross-site",
-                      "Origin: http://127.0.0.1",           "Origin: http://127.0.0.1:8080.evil",
-                      "Origin: http://evil/127.0.0.1:8080", "Origin: null",
-                      "Host: rebound.example:8080",         "Host: 10.77.0.1.rebound.example"};
-  for (const lines* headers : {&own, &foreign}) {
-    for (const std::string& header : *headers) {
-      const bool is_of_the_unit = headers == &own;
-      const std::string expected = is_of_the_unit ? "200" : "403";
-      const std::string ask = "curl -s -o /dev/null -w '%{http_code}' -H '" + header + "' ";
-      write_file("/tmp/dbgCGI.log", "unchanged");
-      write_file("/var/log/tools.log", "");
-      EXPECT_EQ(shell_output(ask + url + "?CMD=GET_NODES"), expected) << header;
-      EXPECT_EQ(shell_output(ask + "-F CMD=UPDATE_SPLASH -F file=@/etc/keys.txt " + url), expected) << header;
-      EXPECT_EQ(shell_output(ask + "http://127.0.0.1:8080/upload_file.txt"), expected) << header;
-      if (is_of_the_unit) continue;
-      EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "unchanged") << header;
-      EXPECT_EQ(read_file("/var/log/tools.log"), "") << header;
-    }
+  for (const auto& [header, is_of_the_unit] : {std::pair{"X-None: 1", true},
+                                               {"Sec-Fetch-Site: same-origin", true},
+                                               {"Sec-Fetch-Site: none", true},
+                                               {"Origin: http://127.0.0.1:8080", true},
+                                               {"Origin: https://127.0.0.1:8080", true},
+                                               {"Host: localhost:8080", true},
+                                               {"Host: 10.77.0.1", true},
+                                               {"Host: [fe80::1]:8080", true},
+                                               {"Host: unit", true},
+                                               {"Sec-Fetch-Site: same-site", false},
+                                               {"Sec-Fetch-Site: cross-site", false},
+                                               {"Origin: http://127.0.0.1", false},
+                                               {"Origin: http://127.0.0.1:8080.evil", false},
+                                               {"Origin: http://evil/127.0.0.1:8080", false},
+                                               {"Origin: null", false},
+                                               {"Host: rebound.example:8080", false},
+                                               {"Host: 10.77.0.1.rebound.example", false}}) {
+    const std::string expected = is_of_the_unit ? "200" : "403";
+    const std::string ask = "curl -s -o /dev/null -w '%{http_code}' -H '" + std::string{header} + "' ";
+    write_file("/tmp/dbgCGI.log", "unchanged");
+    write_file("/var/log/tools.log", "");
+    EXPECT_EQ(shell_output(ask + url + "?CMD=GET_NODES"), expected) << header;
+    EXPECT_EQ(shell_output(ask + "-F CMD=UPDATE_SPLASH -F file=@/etc/keys.txt " + url), expected) << header;
+    EXPECT_EQ(shell_output(ask + "http://127.0.0.1:8080/upload_file.txt"), expected) << header;
+    if (is_of_the_unit) continue;
+    EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "unchanged") << header;
+    EXPECT_EQ(read_file("/var/log/tools.log"), "") << header;
   }
 }
 

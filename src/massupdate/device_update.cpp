@@ -21,6 +21,7 @@
 #include "discovery/waiting.hpp"
 #include "massupdate/checks.hpp"
 #include "massupdate/import_records.hpp"
+#include "massupdate/rename_table.hpp"
 #include "massupdate/site_log.hpp"
 
 namespace {
@@ -31,23 +32,6 @@ constexpr int complete = 3;
 
 constexpr std::string_view save_command = "CMD=START&UNIT.ID=ALL&SAVE=TRUE&CMD=END";
 constexpr std::string_view reboot_command = "CMD=START&UNIT.ID=ALL&REBOOT=TRUE&CMD=END";
-
-struct rename_row {
-  std::string_view record_key;
-  std::string_view sent_as;
-};
-
-// Settings that a unit reports under one key and takes under another. Their classes do not matter.
-constexpr auto rename_table = std::to_array<rename_row>({
-    {"IP.STATIC_ADDRESS", "IP.ADDRESS"},
-    {"IP.STATIC_NETMASK", "IP.NETMASK"},
-    {"IP.STATIC_GATEWAY", "IP.GATEWAY"},
-    {"IP.STATIC_DNS_SERVER", "IP.DNS_SERVER"},
-    {"UNIT.ID", "UNIT.SET_ID"},
-    {"DANTE.DEVICE_NAME", "DANTE.SET_DEVICE_NAME"},
-});
-static_assert(std::ranges::all_of(rename_table,
-                                  [](const rename_row& row) { return row.sent_as.size() < 64; }));
 
 // The result of a send or a receive on the discovery socket.
 struct exchange_step {

@@ -32,6 +32,7 @@ struct Datagram : testing::Test {
 
 }  // namespace
 
+// If it fails, an answer of a unit is read past its end, or its sender is mistaken.
 TEST_F(Datagram, TextIsCutAtTheBufferAndAlwaysTerminated) {
   EXPECT_EQ(send_datagram(socket.get(), "abcd", own), 4);
   EXPECT_EQ(send_datagram(socket.get(), "abcdef", own), 6);
@@ -47,6 +48,7 @@ TEST_F(Datagram, TextIsCutAtTheBufferAndAlwaysTerminated) {
   EXPECT_STREQ(buffer.data(), "");
 }
 
+// If it fails, signals make a discovery wait for ever.
 TEST_F(Datagram, ManySignalsDoNotProlongTheTimeOut) {
   struct sigaction action {};
   action.sa_handler = [](int) {};

@@ -36,6 +36,7 @@ void write_all(const std::string& folder) {
   log.replace("text");
 }
 
+// If it fails, another user of the unit has us overwrite a file through a link, or links of ours are not followed.
 TEST(Links, OurOwnAreFollowedAndThoseOfOthersAreNot) {
   char folder[] = "/tmp/linksXXXXXX";
   ASSERT_NE(mkdtemp(folder), nullptr);

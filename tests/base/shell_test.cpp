@@ -14,7 +14,8 @@
 #include "base/handles.hpp"
 #include "support/files.hpp"
 
-TEST(Shell, FirstLineTellsWhatWasRead) {
+// If it fails, a parameter that a tool prints is read cut, or that of another tool is.
+TEST(Shell, FirstLineSaysWhetherOneWasRead) {
   fixed_text<8> line;
   EXPECT_EQ(shell_first_line("echo one; echo two", line), first_line::read);
   EXPECT_EQ(line.view(), "one\n");
@@ -24,6 +25,7 @@ TEST(Shell, FirstLineTellsWhatWasRead) {
   EXPECT_EQ(line.view(), "");
 }
 
+// If it fails, tools that stay keep our sockets and files open.
 TEST(Shell, ChildrenInheritTheStandardDescriptorsOnly) {
   const unique_file open_file{std::fopen("/etc/keys.txt", "re")};
   fixed_text<64> descriptors;
@@ -48,6 +50,7 @@ std::string result_of(Run run, const char* line) {
          read_file("/tmp/words");
 }
 
+// If it fails, a unit's tool gets other words, files or signals than its shell would give it.
 TEST(Shell, LinesStartedDirectlyDoWhatAShellDoes) {
   std::filesystem::create_directory("/tmp/tools");
   const auto write_tool = [](const char* name, const std::string& text) {
@@ -91,29 +94,25 @@ TEST(Shell, LinesStartedDirectlyDoWhatAShellDoes) {
   }
 }
 
+// If it fails, a character that only a shell understands is passed on to a tool as it is.
 TEST(Shell, OnlyLinesThatNeedNoShellAreStartedDirectly) {
   for (const char* line : {"a", " a b/c.d -e f=g", "a > b 2>&1", "a >>b 2>c &", "a 2> b"}) {
     EXPECT_TRUE(static_cast<bool>(plain_command{line})) << line;
   }
-  for (const char* line : {"",        " ",
-                           "&",       "> a",
-                           "a=b c",   "a;b",
-                           "a | b",   "a & b",
-                           "a &&",    "a 'b'",
-                           "a \"b\"", "a *",
-                           "a $b",    "a `b`",
-                           "a < b",   "a >&-",
-                           "a b>c",   "a ~",
-                           "a #",     "a\nb",
-                           "a 3>b",   "a > b > c > d > e"}) {
+  for (const char* line : {"", " ", "&", "> a", "a=b c", "a b>c", "a > b > c > d > e"}) {
     EXPECT_FALSE(static_cast<bool>(plain_command{line})) << line;
+  }
+  for (const std::string special :
+       {";", "|", "& b", "&&", "'b'", "\"b\"", "*", "$b", "`b`", "< b", ">&-", "~", "#", "\nb", "3>b"}) {
+    EXPECT_FALSE(static_cast<bool>(plain_command{("a " + special).c_str()})) << special;
   }
 }
 
 // One row a process: the path is looked at once, before the first command.
 class ToolPath : public testing::TestWithParam<std::pair<const char*, const char*>> {};
 
-TEST_P(ToolPath, HoldsTheToolFolder) {
+// If it fails, the unit's tools are not found under a web server that sets no path, or another one.
+TEST_P(ToolPath, IncludesTheToolFolder) {
   const auto [inherited, expected] = GetParam();
   inherited != nullptr ? setenv("PATH", inherited, 1) : unsetenv("PATH");
   fixed_text<128> path;

@@ -6,19 +6,17 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "base/files.hpp"
 #include "base/fixed_text.hpp"
 #include "support/files.hpp"
 
+// If it fails, a parameter beyond the integers wraps around.
 TEST(Text, LeadingNumber) {
-  struct row {
-    const char* text;
-    std::int32_t number;
-    std::int32_t without_sign;
-  };
+  using row = std::tuple<const char*, std::int32_t, std::int32_t>;
   constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
-  for (const row& row : {
+  for (const auto& [text, number, without_sign] : {
            row{"", 0, 0},
            {"word", 0, 0},
            {" \t7", 7, 7},
@@ -29,16 +27,18 @@ TEST(Text, LeadingNumber) {
            {"2147483648", most, most},
            {"-99999999999999999999999999", std::numeric_limits<std::int32_t>::min(), 0},
        }) {
-    EXPECT_EQ(leading_number(row.text), row.number) << row.text;
-    EXPECT_EQ(leading_digits(row.text), row.without_sign) << row.text;
+    EXPECT_EQ(leading_number(text), number) << text;
+    EXPECT_EQ(leading_digits(text), without_sign) << text;
   }
 }
 
+// If it fails, two different keys or names are taken for one.
 TEST(Text, EqualNoCaseFoldsAsciiLettersOnly) {
   EXPECT_FALSE(equal_no_case("[", "{"));
   EXPECT_FALSE(equal_no_case("\xC4", "\xE4"));
 }
 
+// If it fails, a text overruns its buffer, or a long one is refused where it should be cut.
 TEST(FixedText, CutsOrRefusesAtItsLimit) {
   fixed_text<4> text;
   EXPECT_TRUE(text.assign_if_fits("abc"));
@@ -52,6 +52,7 @@ TEST(FixedText, CutsOrRefusesAtItsLimit) {
   EXPECT_EQ(std::string(text.buffer().begin(), text.buffer().end()), std::string("a\0\0\0", 4));
 }
 
+// If it fails, lines of a file are lost or joined after a long line or a zero byte.
 TEST(Files, LongLinesComeInPiecesZeroBytesCounted) {
   write_file("/tmp/lines", std::string{"ab\0\ncdefg\nh", 11});
   const unique_file file = open_for_reading("/tmp/lines");

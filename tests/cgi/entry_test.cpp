@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "cgi/form_entry.hpp"
 #include "cgi/state.hpp"
@@ -72,55 +73,44 @@ std::string served(const std::string& request) {
 
 }  // namespace
 
+// If it fails, uploads of clients that add parameters to their content type are not decoded.
 TEST(Entry, ContentTypeAndBoundary) {
-  struct row {
-    std::string type;
-    std::string captured;
-  };
-  for (const row& row : {
-           row{"multipart/form-data; boundary=abc; charset=x", "type:multipart/form-data boundary:abc;"},
+  for (const auto& [type, captured] : variables{
+           {"multipart/form-data; boundary=abc; charset=x", "type:multipart/form-data boundary:abc;"},
            {"multipart/form-data; boundary=abc ; charset=x", "type:multipart/form-data boundary:abc"},
            {"multipart/form-data;\t\v BOUNDARY=\"aBc\"", "type:multipart/form-data boundary:\"aBc\""},
            {"multipart/form-data ;c; x=boundary=abc", "type:multipart/form-data  boundary:"},
            {std::string(1012, 't') + ";boundary=abc", "type:" + std::string(1012, 't') + " boundary:a"},
            {std::string(5000, 't'), "type:" + std::string(1023, 't') + " boundary:"},
        }) {
-    EXPECT_EQ(serve(post_of(row.type, "0")), served(row.captured + " length:0\n")) << row.type;
+    EXPECT_EQ(serve(post_of(type, "0")), served(captured + " length:0\n")) << type;
   }
 }
 
+// If it fails, a program sees one CGI variable in the place of another, or a capture mixes them up.
 TEST(Entry, CapturesEveryVariable) {
-  std::string names;
-  for (const cgiVariable& variable : cgiVariables) {
-    setenv(variable.name, variable.name, 1);
-    names.append(variable.name).append(" ");
-  }
+  const lines names{"SERVER_SOFTWARE", "SERVER_NAME", "GATEWAY_INTERFACE", "SERVER_PROTOCOL", "SERVER_PORT",
+                    "REQUEST_METHOD",  "PATH_INFO",   "PATH_TRANSLATED",   "SCRIPT_NAME",     "QUERY_STRING",
+                    "REMOTE_HOST",     "REMOTE_ADDR", "AUTH_TYPE",         "REMOTE_USER",     "REMOTE_IDENT",
+                    "CONTENT_TYPE",    "HTTP_ACCEPT", "HTTP_USER_AGENT",   "HTTP_REFERER",    "HTTP_COOKIE"};
+  for (const std::string& name : names) setenv(name.c_str(), name.c_str(), 1);
   static_cast<void>(
       cgiServeRequest({.onCalled = [] {}, .main = [] { return 0; }, .onClose = [] { return 0; }}));
-  std::string values;
-  for (const char* value :
-       {cgiServerSoftware, cgiServerName, cgiGatewayInterface, cgiServerProtocol, cgiServerPort,
-        cgiRequestMethod,  cgiPathInfo,   cgiPathTranslated,   cgiScriptName,     cgiQueryString,
-        cgiRemoteHost,     cgiRemoteAddr, cgiAuthType,         cgiRemoteUser,     cgiRemoteIdent,
-        cgiContentType,    cgiAccept,     cgiUserAgent,        cgiReferrer,       cgiCookie}) {
-    values.append(value).append(" ");
-  }
-  EXPECT_EQ(
-      values,
-      "SERVER_SOFTWARE SERVER_NAME GATEWAY_INTERFACE SERVER_PROTOCOL SERVER_PORT REQUEST_METHOD PATH_INFO "
-      "PATH_TRANSLATED SCRIPT_NAME QUERY_STRING REMOTE_HOST REMOTE_ADDR AUTH_TYPE REMOTE_USER REMOTE_IDENT "
-      "CONTENT_TYPE HTTP_ACCEPT HTTP_USER_AGENT HTTP_REFERER HTTP_COOKIE ");
-  EXPECT_EQ(names, values);  // in the order of a capture file
+  EXPECT_EQ((lines{cgiServerSoftware, cgiServerName, cgiGatewayInterface, cgiServerProtocol, cgiServerPort,
+                   cgiRequestMethod,  cgiPathInfo,   cgiPathTranslated,   cgiScriptName,     cgiQueryString,
+                   cgiRemoteHost,     cgiRemoteAddr, cgiAuthType,         cgiRemoteUser,     cgiRemoteIdent,
+                   cgiContentType,    cgiAccept,     cgiUserAgent,        cgiReferrer,       cgiCookie}),
+            names);
+  lines captured;  // in the order of a capture file
+  for (const cgiVariable& variable : cgiVariables) captured.emplace_back(*variable.value);
+  EXPECT_EQ(captured, names);
 }
 
+// If it fails, a request of some method or type is decoded by the wrong rules, or a bad one passes.
 TEST(Entry, ChoosesTheDecoderByMethodAndType) {
-  struct row {
-    variables environment;
-    std::string body;
-    std::string answer;
-  };
+  using row = std::tuple<variables, std::string, std::string>;
   const std::string multipart = "multipart/form-data; boundary=b";
-  for (const row& row : {
+  for (const auto& [environment, body, answer] : {
            row{{}, "", served("type: boundary: length:0\n")},
            {{{"REQUEST_METHOD", "GeT"}, {"QUERY_STRING", "a=1&b"}, {"CONTENT_LENGTH", "9"}},
             "ignored",
@@ -138,11 +128,11 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
            {post_of(multipart, "-1"), "--b\r\n", served("type:multipart/form-data boundary:b length:-1\n")},
            {post_of(multipart, "7"), "--b\r\nxy", undecoded},
        }) {
-    EXPECT_EQ(serve(row.environment, row.body), row.answer) << row.body;
+    EXPECT_EQ(serve(environment, body), answer) << body;
   }
 }
 
-// A failed check of a library, for example.
+// If it fails, an upload stays in RAM when a check of a library aborts the program.
 TEST(Entry, AnAbortOfOurOwnEndsTheProcessAndLeavesNoFile) {
   const pid_t process = fork();
   if (process == 0) {
@@ -161,7 +151,7 @@ TEST(Entry, AnAbortOfOurOwnEndsTheProcessAndLeavesNoFile) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// A program that serves more than the request keeps its process as it was.
+// If it fails, a program that serves more than one request no longer obeys its signals.
 TEST(Entry, AProcessThatIsNotOursKeepsItsSignals) {
   const pid_t process = fork();
   if (process == 0) {
@@ -174,23 +164,20 @@ TEST(Entry, AProcessThatIsNotOursKeepsItsSignals) {
   EXPECT_EQ(wait_for(process), -SIGTERM);
 }
 
+// If it fails, the video link is not restarted after a command, or restarts during a firmware update.
 TEST(Entry, ScanForCommandsDecidesTheReconnect) {
-  struct row {
-    std::string query;
-    int reconnect;
-    std::string traced;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, int, std::string>;
+  for (const auto& [query, reconnect, traced] : {
            row{"cmd=GET_NODES", 0, ""},
            {"XCMDY=1", 1, "\tXCMDY=1\n"},
            {"CMD=update_firmware", 0, "\tCMD=update_firmware\n"},
            {"CMD=DISCOVER_DEVICES&CMD=UPDATE_FIRMWARE", 1, "\tCMD=DISCOVER_DEVICES\n"},
            {"CMD=UPDATE_FIRMWARE&a=1&CMD=1", 1, "\tCMD=UPDATE_FIRMWARE\n\tCMD=1\n"},
        }) {
-    const std::string answer = serve({{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", row.query}});
-    EXPECT_NE(answer.find("closed:" + std::to_string(row.reconnect)), std::string::npos) << row.query;
+    const std::string answer = serve({{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", query}});
+    EXPECT_NE(answer.find("closed:" + std::to_string(reconnect)), std::string::npos) << query;
     EXPECT_EQ(read_file("/tmp/dbgCGI.log"),
-              "cgic main() before cgiOnCalled() " + row.query + "\n" + row.traced +
+              "cgic main() before cgiOnCalled() " + query + "\n" + traced +
                   "\tAbout to Call cgiMain() _%p_\n\tAbout to Call cgiOnClose()\n");
   }
 }

@@ -9,6 +9,7 @@
 #include "cgi/state.hpp"
 #include "support/answer.hpp"
 
+// If it fails, a web server does not understand the answer.
 TEST(Headers, AreWrittenByteForByte) {
   caught_answer caught;
   cgiHeaderContentType("text/html");
@@ -18,6 +19,7 @@ TEST(Headers, AreWrittenByteForByte) {
             "Content-type: text/html\r\n\r\nLocation: /a?b=c\r\n\r\nStatus: 500 Error\r\n\r\n");
 }
 
+// If it fails, browsers drop a cookie, or keep it too long.
 TEST(Headers, CookieExpiresAtNowPlusItsLife) {
   caught_answer caught;
   for (const int life : {0, -86400, 31 * 86400}) {
@@ -36,6 +38,7 @@ TEST(Headers, CookieExpiresAtNowPlusItsLife) {
   }
 }
 
+// If it fails, a text of a client becomes markup of the page.
 TEST(Escaping, ReplacesItsOwnCharactersOnly) {
   caught_answer caught;
   for (const cgiFormResultType result : {cgiHtmlEscape("<&>\"&amp;\xFF|"), cgiValueEscape("<&>\"|"),
@@ -45,6 +48,7 @@ TEST(Escaping, ReplacesItsOwnCharactersOnly) {
   EXPECT_EQ(caught.take(), std::string("&lt;&amp;&gt;\"&amp;amp;\xFF|<&>&#34;|a\0b|&#34;", 43));
 }
 
+// If it fails, a program goes on although its client gets nothing.
 TEST(Escaping, StopsAtTheFirstByteThatCannotBeWritten) {
   cgiOut = std::fopen("/dev/full", "we");
   std::setvbuf(cgiOut, nullptr, _IONBF, 0);

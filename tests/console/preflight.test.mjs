@@ -1,9 +1,7 @@
 // What a mass update would do, told before it is done.
 
 import assert from 'node:assert/strict';
-import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
-import * as catalogue from '../../console/src/logic/catalogue.js';
 import { gatherProblems, preflight } from '../../console/src/logic/preflight.js';
 import { compareSites, memoryOf, readSite } from '../../console/src/logic/site.js';
 import { readSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
@@ -29,18 +27,6 @@ function check(text, options, within = site) {
 
 const told = ({ problems }) =>
   problems.map(({ level, code, column, rows }) => `${level} ${code} ${column} ${rows}`);
-
-test('the catalogue is the program’s', () => {
-  const pathOf = (name) => new URL(`../../src/discovery/${name}_catalogue.cpp`, import.meta.url);
-  const source = ['key', 'model'].map((name) => readFileSync(pathOf(name), 'utf8')).join('');
-  const lists = source.matchAll(/constexpr auto (\w+) = std::to_array<std::string_view>\(\{(.*?)\}\)/gs);
-  const camel = (name) => name.replace(/_(.)/g, (_, letter) => letter.toUpperCase());
-  const wordsOf = (body) => [...body.matchAll(/"([^"]+)"/g)].map(([, word]) => word);
-  const program = Object.fromEntries([...lists].map(([, name, body]) => [camel(name), wordsOf(body)]));
-  delete program.secondGenKeys; // nobody asks for those
-  const { sentAs, ...known } = catalogue;
-  assert.deepEqual(program, known);
-});
 
 test('only what changes is sent, and can be taken back', () => {
   const rows = ['S1,ENC-1,,150', 'S2,NEW-2,"Room 2, left",', 'S3,WALL-3,,200'];

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+// If it fails, a listing shows the value of another key, or a cut one as whole.
 TEST(ReplyValue, IsFoundByNameAnywhere) {
   struct row {
     const char* reply;

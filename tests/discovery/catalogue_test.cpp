@@ -12,19 +12,21 @@ constexpr std::uint16_t every_class = 0x3F0;
 
 }  // namespace
 
-TEST(Models, StandInTheirTables) {
+// If it fails, a unit counts as another kind, and is sent settings that it does not take. script/check compares the
+// tables themselves with the console's.
+TEST(Models, AreFoundWhateverTheirCase) {
   struct row {
     const char* model;
     int decoder, encoder, wallplate, second_gen;
   };
   for (const row& row : {
-           row{"RX610", 1, 0, 0, 0}, {"RX620", 1, 0, 0, 0},       {"RX630", 1, 0, 0, 0},
-           {"KestR", 1, 0, 0, 0},    {"KestR-2", 1, 0, 0, 1},     {"QV8R", 1, 0, 0, 0},
-           {"TX610", 0, 1, 0, 0},    {"TX620", 0, 1, 0, 0},       {"TX630", 0, 1, 0, 0},
-           {"KestT", 0, 1, 0, 0},    {"KestT-PL", 0, 1, 1, 0},    {"KestT-PL-K", 0, 1, 1, 0},
-           {"KestT-2", 0, 1, 0, 1},  {"KestT-PL-RF", 0, 1, 1, 0}, {"QV8T", 0, 1, 0, 0},
-           {"T-PL", 0, 1, 1, 0},     {"T-PL-K", 0, 1, 1, 0},      {"T-PL-RF", 0, 1, 1, 0},
-           {"kestr-2", 1, 0, 0, 1},  {"KestR-2 ", 0, 0, 0, 0},    {"Kest", 0, 0, 0, 0},
+           row{"RX610", 1, 0, 0, 0},
+           {"TX610", 0, 1, 0, 0},
+           {"T-PL-RF", 0, 1, 1, 0},
+           {"KestT-2", 0, 1, 0, 1},
+           {"kestr-2", 1, 0, 0, 1},
+           {"KestR-2 ", 0, 0, 0, 0},
+           {"Kest", 0, 0, 0, 0},
        }) {
     EXPECT_EQ(is_decoder_model(row.model), row.decoder) << row.model;
     EXPECT_EQ(is_encoder_model(row.model), row.encoder) << row.model;
@@ -33,7 +35,8 @@ TEST(Models, StandInTheirTables) {
   }
 }
 
-TEST(Keys, GetTheAskedClassesThatHoldThem) {
+// If it fails, a command passes for a setting, or a setting goes to units that do not take it.
+TEST(Keys, HaveTheAskedClassesThatListThem) {
   struct row {
     std::string key;
     std::uint16_t asked;
@@ -49,7 +52,6 @@ TEST(Keys, GetTheAskedClassesThatHoldThem) {
            {"\n", every_class, 0, ""},
            {"IP.VLAN_TAG_DANTE", 0x300, 0x300, "IP.VLAN_TAG_DANTE"},
            {"VW.ACTIVE", every_class, 0xA0, "VW.ACTIVE"},
-           {"STREAM.HOST", every_class, 0x20, "STREAM.HOST"},
            {"VIDEO.HDCP_FORCE_OFF", every_class, 0x10, "VIDEO.HDCP_FORCE_OFF"},
            {"VIDEO.EDID3", every_class, 0x200, "VIDEO.EDID3"},
            {"AUDIO.DAC_MUX", every_class | 0xF, 0x100, "AUDIO.DAC_MUX"},

@@ -33,7 +33,8 @@ void discover(std::vector<scripted_answer> script) {
 
 }  // namespace
 
-TEST(OnePass, FurtherDatagramsGoWhereTheSearchPoints) {
+// If it fails, the datagrams after a unit's first one are lost, or go to another unit than in the field.
+TEST(OnePass, FurtherDatagramsGoToTheFileThatTheSearchFinds) {
   const std::time_t start = std::time(nullptr);
   discover({
       // A lone unit whose first "_" is followed by no digit: that reads as file 0.
@@ -65,7 +66,8 @@ TEST(OnePass, FurtherDatagramsGoWhereTheSearchPoints) {
                 unit("10.77.3.9", "", "DEBUG MC Zd\n"));
 }
 
-TEST(OnePass, ANumberOfNoNodeFileDrops) {
+// If it fails, a unit's text chooses a file outside of the node files.
+TEST(OnePass, ANumberWithoutANodeFileDropsTheDatagram) {
   discover({{.text = "_9&IP.ADDRESS=10.77.1.1&UNIT.ID=a&", .from = "10.77.1.1"},
             {.text = "UNIT.ID=lost&", .from = "10.77.1.1"}});
   const std::string log = read_file("/tmp/mcD.log");
@@ -76,14 +78,14 @@ TEST(OnePass, ANumberOfNoNodeFileDrops) {
   EXPECT_EQ(read_file("/tmp/discover.csv"), "UNIT.ID,IP.ADDRESS\r\na,10.77.1.1\r\n");
 }
 
+// If it fails, one empty datagram keeps a discovery waiting.
 TEST(OnePass, AnEmptyDatagramEndsTheCollectionAtOnce) {
   discover({{.text = "UNIT.ID=a&"}, {.text = ""}, {.text = "UNIT.ID=b&", .from = "10.77.1.2"}});
   EXPECT_EQ(read_file("/tmp/discover.csv"), "UNIT.ID,IP.ADDRESS\r\na,\r\n");
   EXPECT_EQ(read_file("/tmp/MCa.log"), "(missing)");
 }
 
-// Answers in another unit's name, from outside, oversized or without end: each sender fills its own line, and
-// the others' are whole.
+// If it fails, one bad unit (spoofed, foreign, oversized, endless) spoils the lines of the others.
 TEST(OnePass, AStrangerFillsItsOwnLine) {
   std::vector<scripted_answer> script{
       {.text = "UNIT.ID=a&IP.ADDRESS=10.77.1.1&", .from = "10.77.1.1"},
@@ -102,7 +104,8 @@ TEST(OnePass, AStrangerFillsItsOwnLine) {
   EXPECT_EQ(shell_output("grep -c IP=10.77.1.3 /tmp/mcD.log; grep -c IP= /tmp/mcD.log"), "255\n259\n");
 }
 
-TEST(TwoPass, AnAnswerIsWhatComesWithoutAGap) {
+// If it fails, a node file contains what another unit or an earlier run said.
+TEST(TwoPass, AnAnswerEndsAtASilence) {
   write_file("/tmp/node_7", "old");
   const fake_network network{{{.text = "one&"}, {.text = "two", .wait = 500ms, .from = "10.77.1.2"}}};
   const discovery_session session;
@@ -113,7 +116,7 @@ TEST(TwoPass, AnAnswerIsWhatComesWithoutAGap) {
   EXPECT_EQ(read_file("/tmp/node_7"), "one&");
 }
 
-// In the first pass 255 datagrams of a sender count, wherever they arrive.
+// If it fails, a flooding unit (more than 255 datagrams) hides others in the first pass.
 TEST(TwoPass, AFloodTakesNoPlacesInTheFirstPass) {
   std::vector<scripted_answer> script(300, {.text = "0123456789&"});
   script.push_back({.text = "other", .from = "10.77.1.2"});
@@ -131,7 +134,7 @@ TEST(TwoPass, AFloodTakesNoPlacesInTheFirstPass) {
   EXPECT_EQ(read_file("/tmp/MCb.log").find("hsdr() Exiting start:"), 0U);
 }
 
-// A round takes 255 datagrams of a sender. A flood that goes on does not hold it, and takes nothing from the next one.
+// If it fails, a flood holds up a round of the second pass, or leaves the next one nothing.
 TEST(TwoPass, EachRoundHasABudgetOfItsOwn) {
   constexpr auto less_than_a_silence = 60ms;
   std::vector<scripted_answer> script(300, {.text = "0123456789&"});

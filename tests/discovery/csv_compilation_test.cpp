@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "discovery/discovery_state.hpp"
@@ -30,16 +31,13 @@ std::string filled(std::size_t size, const std::string& end) {
 
 }  // namespace
 
+// If it fails, a line of the CSV shows a unit's values wrong, cut or in other columns.
 TEST(CsvCompilation, OneAnswerIsOneLine) {
   const std::string key63(63, 'k');
   const std::string value62(62, 'v');
-  struct row {
-    const char* keys;
-    std::string answer;
-    std::string line;
-  };
+  using row = std::tuple<const char*, std::string, std::string>;
   const std::string long_keys = "A\n" + key63 + "\n";
-  for (const row& row : {
+  for (const auto& [keys, answer, line] : {
            row{"A\nB\n", "=x&A=1&B=2&junk&", "1,2"},
            {"A\nB\n", "A=1&B=2", "1,"},
            {"A\nB\n", "", ","},
@@ -58,11 +56,12 @@ TEST(CsvCompilation, OneAnswerIsOneLine) {
            {"A\nB\n", filled(2044, "&A=1") + "&B=2&", "1,"},
            {"A\nB\n", filled(2043, "&A=1") + "&B=2&", "1,2"},
        }) {
-    EXPECT_EQ(compiled(row.keys, {row.answer}), row.line + "\r\n") << row.keys << row.answer;
+    EXPECT_EQ(compiled(keys, {answer}), line + "\r\n") << keys << answer;
   }
 }
 
-TEST(CsvCompilation, LinesAreOrderedByTheirFirstColumnAndRepeatsEndEmpty) {
+// If it fails, the CSV of a site changes its order, or a unit's line repeats.
+TEST(CsvCompilation, LinesAreOrderedByTheirFirstColumnAndRepeatsAreEmptyLines) {
   const auto answer = [](const std::string& first, const std::string& second) {
     return "A=" + first + "&B=" + second + "&";
   };
@@ -72,6 +71,7 @@ TEST(CsvCompilation, LinesAreOrderedByTheirFirstColumnAndRepeatsEndEmpty) {
             ",3\r\n10.0.0.10,2\r\n10.0.0.9,1\r\nZ,8\r\na,6\r\n\xC4,4\r\n,\r\n,\r\n");
 }
 
+// If it fails, the totals are wrong, or a unit is missing from the list of its kind.
 TEST(CsvCompilation, CountsModelsAndSelectsTheirLines) {
   compiled("UNIT.ID\nUNIT.MODEL\n", {"UNIT.ID=2&UNIT.MODEL=T-PL&", "UNIT.ID=4&unit.model=QV8T&",
                                      "UNIT.ID=see TX620&UNIT.MODEL=T-PL-K&"});

@@ -15,7 +15,7 @@ namespace {
 const lines addresses{"1.2.3.4",    "10.0.0.1",  "10.0.0.12", "10.0.0.123", "10.77.1.1",
                       "10.77.11.1", "112.3.4.5", "1.12.3.45", "9.9.9.9",    "255.255.255.255"};
 
-// What a reader with 128 bytes gets from the command line that the search stands for.
+// What a reader with 128 bytes gets from the command line that the search replaces.
 std::string grep_line(const std::string& address) {
   const std::string output =
       shell_output("grep -e \"IP\\.ADDRESS=" + address + "\" -e \"IP\\.STATIC_ADDRESS=" + address +
@@ -59,6 +59,7 @@ std::string random_text() {
 
 }  // namespace
 
+// If it fails, a unit that repeats keys takes time without end, or hides the other units.
 TEST(NodeSearch, AFloodOfRepeatedKeysHidesNothing) {
   std::string flood = "IP.ADDRESS=10.0.0.1&\r\n";
   while (flood.size() < 2000) flood += "IP.ADDRESS=IP.ADDRESS=9.9.9.9&";
@@ -68,7 +69,8 @@ TEST(NodeSearch, AFloodOfRepeatedKeysHidesNothing) {
   expect_greps_results(search);
 }
 
-// Texts are cut anywhere; files of an earlier run count in the order of their names, too.
+// If it fails, a further datagram of a unit goes to another unit's file than the command line would choose. Files of an
+// earlier run count, too.
 TEST(NodeSearch, AgreesWithGrepOnRandomFiles) {
   for (int round = 0; round < 12; ++round) {
     SCOPED_TRACE(round);

@@ -23,28 +23,35 @@ namespace {
 
 using std::chrono::milliseconds;
 
+// If it fails, an exported CSV starts other units than it lists.
 TEST(UnitsFile, IsReadWithTheQuotesOfAnExport) {
   const std::vector<csv_row> rows{{"a\"b", ""}, {"Room \"1", " left\""}, {"Room \"one\" a, b", "x"}};
   EXPECT_EQ(read_csv("\"a\"\"b\",\"\"\n\"Room \"1\", left\"\n\n\"Room \"one\" a, b\",x"), rows);
 }
 
-TEST(UnitsFile, WithAnUnknownFaultIsRefused) {
+// If it fails, a misspelt fault or option is none, and a test with it shows nothing.
+TEST(Options, WrongOnesAreRefused) {
   for (const char* wrong :
        {"SIM.DELAY\n1\n", "SIM.SPLIT\n0\n", "SIM.SILENT_AT\nnever\n", "SIM.ADDRESS\n1.2.3\n"}) {
     std::string problem;
     (void)describe_units(wrong, {}, problem);
     EXPECT_NE(problem, "") << wrong;
   }
-}
-
-TEST(Options, WrongOnesAreRefused) {
-  const std::vector<std::vector<const char*>> wrong{
-      {"--count"},          {"--count", "60001"}, {"--self=1"},       {"count", "1"},
-      {"--delay-ms", "1s"}, {"--log="},           {"--hostile=very"}, {"--refuse-at", "reboot"}};
   options chosen;
-  for (const auto& arguments : wrong) EXPECT_NE(read_options(arguments, chosen), "") << arguments[0];
+  for (const std::vector<const char*>& wrong :
+       std::vector<std::vector<const char*>>{{"--count"},
+                                             {"--count", "60001"},
+                                             {"--self=1"},
+                                             {"count", "1"},
+                                             {"--delay-ms", "1s"},
+                                             {"--log="},
+                                             {"--hostile=very"},
+                                             {"--refuse-at", "reboot"}}) {
+    EXPECT_NE(read_options(wrong, chosen), "") << wrong[0];
+  }
 }
 
+// If it fails, simulated units obey messages that real ones ignore.
 TEST(Request, IsTakenOnlyWhole) {
   using namespace std::string_view_literals;
   for (const std::string_view text : {
@@ -58,6 +65,7 @@ TEST(Request, IsTakenOnlyWhole) {
   }
 }
 
+// If it fails, the fleet keeps settings that were never saved, and an update without a save passes.
 TEST(Unit, IsDownWhileItRebootsAndForgetsWhatItDidNotSave) {
   constexpr moment start{};
   unit rebooted{{{{"UNIT.SERIAL", "S1"}, {"VW.NAME", "old"}}, {}, 0}, 0};
@@ -74,6 +82,7 @@ TEST(Unit, IsDownWhileItRebootsAndForgetsWhatItDidNotSave) {
   EXPECT_EQ(rebooted.value("VW.NAME"), "saved");
 }
 
+// If it fails, a large fleet has two units of one address or serial.
 TEST(MadeUpUnits, AreAllDifferent) {
   std::set<std::string> addresses, serials;
   for (unsigned number = 2; number < 2049; ++number) {
@@ -85,6 +94,7 @@ TEST(MadeUpUnits, AreAllDifferent) {
   EXPECT_EQ(serials.size(), 2047U);
 }
 
+// If it fails, hostile units are tame, or so wild that no test can find them in the CSV.
 TEST(HostileText, IsHostileAndStaysFindable) {
   const std::string plain = "UNIT.MODEL=TX610&UNIT.SERIAL=S1&IP.ADDRESS=10.77.1.1&VW.NAME=n&API=SUCCESS";
   for (std::size_t index = 0; index < 20; ++index) {
@@ -96,6 +106,7 @@ TEST(HostileText, IsHostileAndStaysFindable) {
   }
 }
 
+// If it fails, a site where all first datagrams come before all second ones cannot be simulated.
 TEST(Schedule, InterleavesWholeWaves) {
   std::vector<planned_send> batch;
   for (const std::size_t unit : {0U, 1U}) {

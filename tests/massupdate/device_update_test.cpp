@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include "discovery/discovery_state.hpp"
 #include "massupdate/import.hpp"
@@ -38,6 +39,7 @@ std::string sent(const std::string& csv) {
 
 }  // namespace
 
+// If it fails, a unit is sent a setting that its kind does not take, or under the wrong key.
 TEST(DeviceUpdate, EachModelGetsItsSettings) {
   start_unit();
   const std::string columns =
@@ -45,28 +47,24 @@ TEST(DeviceUpdate, EachModelGetsItsSettings) {
       "AUDIO.DAC_MUTE,IP.VLAN_TAG_EXPANSION,ip.netmask,UNIT.REBOOT,VIDEO.EDID";
   const std::string renamed = "&IP.ADDRESS=10.77.1.5&UNIT.SET_ID=K1&DANTE.SET_DEVICE_NAME=d n";
   const std::string common = "&IP.VLAN_TAG_EXPANSION=7&ip.netmask=m";
-  struct row {
-    const char* model;
-    std::string pairs;
-  };
-  for (const row& row : {
-           row{"RX610", renamed + "&VW.NAME=a,b" + common},
+  for (const auto& [model, pairs] : {
+           std::pair{std::string{"RX610"}, renamed + "&VW.NAME=a,b" + common},
            {"TX610", renamed + "&STREAM.BIT_RATE=9" + common},
            {"KestT-PL", renamed + "&STREAM.BIT_RATE=9&AUDIO.DAC_MUTE=1" + common},
            {"kestr-2", renamed + "&VW.NAME=a,b&AUDIO.DAC_MUTE=1" + common},
            {"Other", renamed},
        }) {
     const std::string cells = ",10.0.0.9,10.77.1.5,K1,d n,\"a,b\",9,1,7,m,TRUE,\r\n";
-    EXPECT_EQ(sent(columns + "\r\nS1," + row.model + cells),
-              "CMD=START&UNIT.ID=S1" + row.pairs + "&CMD=END\nUpdate Device #0 @ 10.0.0.9 Result is OK\n")
-        << row.model;
+    EXPECT_EQ(sent(columns + "\r\nS1," + model + cells),
+              "CMD=START&UNIT.ID=S1" + pairs + "&CMD=END\nUpdate Device #0 @ 10.0.0.9 Result is OK\n")
+        << model;
     EXPECT_EQ(discovery_socket, -1);
   }
   const caught_answer page;
   EXPECT_EQ(send_device_update(0), 8);
 }
 
-// The number of the unit's own keys bounds what is looked at, although the columns are those of the CSV.
+// If it fails, more columns are sent than the unit has keys: their number is the bound.
 TEST(DeviceUpdate, ColumnsBeyondTheKeysOfTheUnitAreNotSent) {
   import("UNIT.SERIAL\nUNIT.ID\n", "UNIT.SERIAL,MY_,UNIT.ID\r\nS1,x,K1\r\n");
   const caught_answer page;
@@ -74,6 +72,7 @@ TEST(DeviceUpdate, ColumnsBeyondTheKeysOfTheUnitAreNotSent) {
   EXPECT_NE(read_file("/tmp/site.log").find("\nCMD=START&UNIT.ID=S1&CMD=END {28}\n"), std::string::npos);
 }
 
+// If it fails, a unit sets a cut value.
 TEST(DeviceUpdate, AMessageIsSentWholeOrNotAtAll) {
   start_unit();
   std::string header = "UNIT.SERIAL,UNIT.MODEL";
@@ -95,7 +94,7 @@ TEST(DeviceUpdate, AMessageIsSentWholeOrNotAtAll) {
       read_file("/tmp/site.log").ends_with("S1\n    Message is longer than 2047 characters, not sent \n"));
 }
 
-// A valid device table names the unit in the log, and nowhere else.
+// If it fails, the site log names another unit than the one that was sent to.
 TEST(DeviceUpdate, TheLogNamesTheUnit) {
   start_unit();
   const auto expect_log = [](const std::string& address, const std::string& found, const std::string& number,
@@ -115,12 +114,12 @@ TEST(DeviceUpdate, TheLogNamesTheUnit) {
   vdt_free();
 }
 
-// No save can be sent: the socket takes no address.
+// If it fails, a unit counts as updated although it never saved.
 TEST(DeviceUpdateReply, WithoutAWayBackEndsAtTheSave) {
   std::array<int, 2> ends{};
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends.data()), 0);
   ASSERT_EQ(send(ends[1], "API=SUCCESS", 11, 0), 11);
-  discovery_socket = ends[0];
+  discovery_socket = ends[0];  // one that takes no address, so no save can be sent
   EXPECT_EQ(handle_device_update_reply(), 1);
   for (const int end : ends) close(end);
   const std::string inside = " Inside handle_device_update_reply() ";

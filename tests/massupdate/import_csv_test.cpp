@@ -38,6 +38,7 @@ struct row {
 
 }  // namespace
 
+// If it fails, a unit gets a value with quotes in it, half a value, or that of the next cell.
 TEST(ImportCsv, CellsFollowTheirQuotes) {
   const std::string v63(63, 'v');
   for (const row& row : {
@@ -67,7 +68,7 @@ TEST(ImportCsv, CellsFollowTheirQuotes) {
   }
 }
 
-// A cell reaches the key of its own header field, and no other.
+// If it fails, values reach the keys of other columns.
 TEST(ImportCsv, ColumnsNeverShift) {
   const std::string k63 = std::string(62, 'K') + "_";
   for (const row& row : {
@@ -84,6 +85,7 @@ TEST(ImportCsv, ColumnsNeverShift) {
   }
 }
 
+// If it fails, a CSV with many columns loses some that count, or writes past the table.
 TEST(ImportCsv, TheFirst128ColumnsCount) {
   std::string header;
   std::string line;
@@ -99,7 +101,7 @@ TEST(ImportCsv, TheFirst128ColumnsCount) {
   EXPECT_EQ(import_header_count(), 128);
 }
 
-// The mark stands behind the values.
+// If it fails, a unit is sent the settings of another kind. The flags follow the values.
 TEST(ImportCsv, ModelsMarkTheirRecordUnlessInTheLastColumn) {
   for (const row& row : {
            row{"unit.model,UNIT.ID\r\nqv8r,1", "unit.model=qv8r;UNIT.ID=1;32"},
@@ -113,7 +115,8 @@ TEST(ImportCsv, ModelsMarkTheirRecordUnlessInTheLastColumn) {
   }
 }
 
-TEST(ImportCsv, EveryLineBehindTheHeaderIsARecord) {
+// If it fails, rows count wrong, and results on the page are those of other rows.
+TEST(ImportCsv, EveryLineAfterTheHeaderIsARecord) {
   EXPECT_EQ(imported("UNIT.ID,VW.NAME\r\n1,\r\n\r\n2,x"),
             "UNIT.ID=1;VW.NAME=;|UNIT.ID=;|UNIT.ID=2;VW.NAME=x;");
   for (const char* csv : {"", "\r\n", "UNIT.ID", "UNIT.ID\r\n"}) EXPECT_EQ(import(keys, csv), 0) << csv;

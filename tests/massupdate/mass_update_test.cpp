@@ -74,8 +74,9 @@ lines confirmed(const std::string& reply) {
 
 }  // namespace
 
-// A reply is judged by its first 1500 bytes.
-TEST(MassUpdate, RefusalsAndDuplicatesEndWhereTheyStand) {
+// If it fails, a unit that refused counts as updated, or one that took its settings as failed. The first 1500 bytes of a
+// reply count.
+TEST(MassUpdate, ARefusalEndsTheExchange) {
   const std::string x(1489, 'x');
   struct row {
     std::string faults;
@@ -110,7 +111,7 @@ TEST(MassUpdate, RefusalsAndDuplicatesEndWhereTheyStand) {
   }
 }
 
-// The late answer to one unit's update does not reach the next unit's exchange.
+// If it fails, the late answer to one unit's update passes for that of the next unit.
 TEST(MassUpdate, AnAnswerCountsWithinFiveSecondsOnly) {
   const site units{"SIM.LATE_MS,SIM.SILENT_AT", {"5300,", "4600,", ",save", ",reboot"}};
   EXPECT_EQ(update(units.csv), result(0, "FAIL") + result(1, "OK") + result(2, "FAIL") + result(3, "FAIL"));
@@ -123,7 +124,7 @@ TEST(MassUpdate, AnAnswerCountsWithinFiveSecondsOnly) {
   EXPECT_EQ(read_file("/tmp/fleet.log").find("10.77.1.1 CMD=START&UNIT.ID=ALL"), std::string::npos);
 }
 
-// Save and reboot follow the answers: they go to the address and port that the last one came from.
+// If it fails, save and reboot do not go to the address and port that the last answer came from.
 TEST(MassUpdate, SaveAndRebootGoToWhoeverAnswers) {
   const site units{"SIM.ANSWER_FROM", {"10.77.1.2", ""}};
   EXPECT_EQ(update(header + "S0,10.77.9.9,N0,\r\n"), "Update Device #0 @ 10.77.9.9 Result is OK\n");
@@ -133,6 +134,7 @@ TEST(MassUpdate, SaveAndRebootGoToWhoeverAnswers) {
             "10.77.1.2 CMD=START&UNIT.ID=ALL&REBOOT=TRUE&CMD=END\n");
 }
 
+// If it fails, the unit configures itself over the network, or sends rows that contradict each other.
 TEST(MassUpdate, SkipsItselfFirstThenDuplicates) {
   const site units{"SIM.DELAY_MS", {"", "", ""}};
   plant_tool("astparam", "echo \"astparam $*\" >> /var/log/tools.log; printf 'me\\r\\n'");
@@ -155,7 +157,7 @@ TEST(MassUpdate, SkipsItselfFirstThenDuplicates) {
   EXPECT_EQ(read_file("/www/site.log"), log);
 }
 
-// An empty serial equals that of a unit that reports none.
+// If it fails, a unit does not know its own row. An empty serial is that of a unit that reports none.
 TEST(MassUpdate, OwnSerialIsWhatTheToolPrints) {
   plant_tool("astparam", "exit 1");
   EXPECT_EQ(update("IP.ADDRESS,UNIT.SERIAL\r\n10.77.1.1,\r\n"), "Skipping Myself #0 \n");
@@ -164,6 +166,7 @@ TEST(MassUpdate, OwnSerialIsWhatTheToolPrints) {
   EXPECT_EQ(update("UNIT.SERIAL,VW.NAME\r\n" + s63 + ",\r\n"), "Skipping Myself #0 \n");
 }
 
+// If it fails, records that nobody checked are sent.
 TEST(MassUpdate, RecordsThatFoundNoMemoryAreNotSent) {
   import(keys, header + "S0,,,\r\nS1,,,\r\n");
   kvp_free();

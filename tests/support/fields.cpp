@@ -14,7 +14,7 @@ std::ostream& operator<<(std::ostream& out, const field& shown) {
   return out << "[" << shown.name << "|" << shown.value << "|" << shown.file_name << "|" << shown.type << "]";
 }
 
-std::vector<field> fields_of_request() {
+std::vector<field> take_fields() {
   std::vector<field> fields;
   for (const cgiFormEntry* entry = cgiFormEntryFirst; entry != nullptr; entry = entry->next) {
     const bool is_file = entry->tfileName()[0] != '\0';
@@ -29,11 +29,6 @@ std::vector<field> fields_of_request() {
     }
     fields.push_back({entry->name(), value, entry->fileName(), entry->contentType()});
   }
-  return fields;
-}
-
-std::vector<field> take_fields() {
-  std::vector<field> fields = fields_of_request();
   cgiFreeResources();
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
   return fields;

@@ -10,13 +10,13 @@ bool is_only_line(const std::string& text) {
   return text.starts_with("Request Method: ") && text.find('\n') == text.size() - 1;
 }
 
-// What a command has left undone, or behind.
-void add_remains(const std::string& name, lines& found) {
+// Adds the link's state and the temporary files that a command should not have left.
+void add_remains(const std::string& command, difference_list& found) {
   const std::string link = read_file("/var/link");
-  const bool updates = name == "UPDATE_FIRMWARE";
-  if (link != (updates ? "stopped\n" : "running\n")) found.push_back(name + " link " + link);
+  const bool updates = command == "UPDATE_FIRMWARE";
+  if (link != (updates ? "stopped\n" : "running\n")) found.push_back({command, part::link, link});
   for (const std::string& file : list_folder("/dev/shm")) {
-    if (file.starts_with("cgic")) found.push_back(name + " left " + file);
+    if (file.starts_with("cgic")) found.push_back({command, part::left, file});
   }
 }
 
@@ -69,25 +69,35 @@ answer quick_site::while_serving(const std::function<answer()>& asked) const {
   return got;
 }
 
-lines quick_site::differences(const std::function<void(request&)>& change) const {
-  return differences_behind([&change](const known_command& command) {
+difference_list quick_site::differences(const std::function<void(request&)>& change) const {
+  return differences_when([&change](const known_command& command) {
     request sent = ask(command.name);
     if (change) change(sent);
     return run_program(sent);
   });
 }
 
-lines quick_site::differences_behind(const std::function<answer(const known_command&)>& asked) const {
-  lines found;
+difference_list quick_site::differences_when(const std::function<answer(const known_command&)>& asked) const {
+  difference_list found;
   for (const known_command& command : every_command) {
     const answer got = while_serving([&] { return asked(command); });
-    const std::string body = got.out.empty() ? "no answer" : body_of(command.name, got.out);
-    if (body != command.body) found.push_back(command.name + ": " + body);
-    if (got.status != 0) found.push_back(command.name + " status " + std::to_string(got.status));
-    if (!got.err.empty() && !is_only_line(got.err)) found.push_back(command.name + " stderr " + got.err);
+    const std::string body = body_of(command.name, got.out);
+    const bool is_page = got.out == page(command.name, body);
+    if (!is_page || body != command.body) {
+      found.push_back({command.name, is_page ? part::body : part::answer, body});
+    }
+    if (got.status != 0) found.push_back({command.name, part::status, std::to_string(got.status)});
+    if (!got.err.empty() && !is_only_line(got.err)) {
+      found.push_back({command.name, part::standard_error, got.err});
+    }
     add_remains(command.name, found);
   }
   return found;
+}
+
+std::ostream& operator<<(std::ostream& out, const difference& shown) {
+  constexpr std::array names{"body", "answer", "status", "standard error", "link", "left"};
+  return out << shown.command << " " << names[static_cast<std::size_t>(shown.what)] << ": " << shown.text;
 }
 
 request ask(const std::string& command, const std::string& words) {

@@ -5,7 +5,9 @@
 
 #include <array>
 #include <functional>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include "support/fake_network.hpp"
 #include "support/files.hpp"
@@ -20,6 +22,24 @@ struct known_command {
 // The 17 commands, in an order in which the later ones find what the earlier ones leave.
 extern const std::array<known_command, 17> every_command;
 
+// What is not as at a quick_site that lacks nothing.
+enum class part {
+  body,    // the lines inside the page
+  answer,  // all of it: there is no page around the lines, or nothing at all
+  status,
+  standard_error,
+  link,  // the state that the video link was left in
+  left,  // a temporary file that was left
+};
+struct difference {
+  std::string command;
+  part what;
+  std::string text;
+  bool operator==(const difference&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const difference& shown);
+using difference_list = std::vector<difference>;
+
 class quick_site {
  public:
   // An encoder and a decoder answer with these words among their values. The unit S1 takes what it is sent.
@@ -29,11 +49,9 @@ class quick_site {
   answer run(const request& sent, const std::function<void(pid_t)>& meanwhile = {}) const;
 
   // Asks for every command, after a change to its request, or in another way than by the program itself.
-  // Returns what differs from a unit without fault, a line each: "COMMAND: BODY" for another body, "no answer"
-  // for an empty one and the answer as it is for one without the frame, "COMMAND status N", "COMMAND stderr TEXT", "COMMAND link STATE", "COMMAND left FILE"
-  // for a temporary file.
-  lines differences(const std::function<void(request&)>& change = {}) const;
-  lines differences_behind(const std::function<answer(const known_command&)>& asked) const;
+  [[nodiscard]] difference_list differences(const std::function<void(request&)>& change = {}) const;
+  [[nodiscard]] difference_list differences_when(
+      const std::function<answer(const known_command&)>& asked) const;
 
  private:
   answer while_serving(const std::function<answer()>& asked) const;

@@ -38,6 +38,7 @@ struct Uploads : testing::TestWithParam<std::string> {};
 
 }  // namespace
 
+// If it fails, a browser or client that people use uploads another file than it was given.
 TEST_P(Uploads, ArriveByteForByte) {
   const std::string content = hard_content();
   const std::string path = "/tmp/a;b: \"Küche台\" 100%.jpg";
@@ -58,8 +59,8 @@ TEST_P(Uploads, ArriveByteForByte) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// A page of another site must not reach the program. busybox httpd checks no header, so there the attempts succeed: they
-// are real.
+// If it fails, a page of another site commands the unit through its visitor's browser. busybox httpd checks no header, so
+// there the attempts succeed: they are real.
 TEST(ForeignPage, ReachesNothing) {
   const bool is_guarded = web_server() != "busybox";
   start_web_server();

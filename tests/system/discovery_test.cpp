@@ -58,6 +58,7 @@ bool can_hold(int bytes) {
 
 }  // namespace
 
+// If it fails, a file or log of a one-pass discovery differs from those that integrators read.
 TEST(Discovery, OnePassLeavesEveryFile) {
   discover("1");
   EXPECT_EQ(read_file("/tmp/MCm.log"), "Using Mode 1\nRunning Original Discover Mode...\n");
@@ -70,10 +71,11 @@ TEST(Discovery, OnePassLeavesEveryFile) {
                    "discover.info", "encoders.csv", "fleet.out", "mcD.log"}));
 }
 
+// If it fails, a file or log of a two-pass discovery differs from those that integrators read.
 TEST(Discovery, TwoPassLeavesEveryFile) {
   discover("2");
   EXPECT_EQ(read_file("/tmp/MCm.log"), "Using Mode 2\nRunning 2-Pass Discover Mode...\n");
-  // The length of each node file stands in the listing made before they were deleted.
+  // The length of each node file is in the listing made before they were deleted.
   const std::string rounds =
       shell_output(R"(awk '{printf "HANDLER: round %d/4 = 44,%d\n", NR - 1, $5}' /tmp/discover.last)");
   EXPECT_EQ(
@@ -83,8 +85,8 @@ TEST(Discovery, TwoPassLeavesEveryFile) {
   EXPECT_EQ(read_file("/tmp/owned"), "(missing)");
 }
 
-// All first datagrams come ahead of the second ones: of every unit, both reach the CSV. No address begins
-// with another one, which the search for a known sender's file would take for it.
+// If it fails, units of a large site are missing from the CSV. All first datagrams come before the second ones. No address
+// begins with another one, which the search for a known sender's file would take for it.
 TEST(Discovery, TwoThousandUnitsAtOnceLoseNothing) {
   constexpr int units = 2047;
   constexpr int charged_bytes = units * 2 * 1280;  // what the system charges for short datagrams
@@ -103,6 +105,7 @@ TEST(Discovery, TwoThousandUnitsAtOnceLoseNothing) {
   EXPECT_EQ(read_file("/tmp/discover.info"), "Total=2047&Ecount=1024&Dcount=1023~~~\n");
 }
 
+// If it fails, a hostile unit adds lines, or leaves files.
 TEST(Discovery, HostileUnitsOnlyFillTheirOwnLines) {
   start_fleet("--count 60 --hostile --duplicate 2 --split 300 --flood 20");
   EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);

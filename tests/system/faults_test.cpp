@@ -1,5 +1,5 @@
 // A unit in trouble: each fault meets every command. A client sees what it should see, the link runs again,
-// and nothing is left behind.
+// and no temporary file is left.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,6 +12,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "support/quick_site.hpp"
@@ -30,12 +31,10 @@ void use_shell(const std::string& name) {
   std::filesystem::create_symlink("/usr/bin/" + name, "/bin/sh");
 }
 
-// An answer that is not whole, or something left behind.
-bool is_broken(const std::string& difference) {
-  if (difference.find(refusal(busy_message)) != std::string::npos) return false;
-  return std::ranges::any_of(
-      lines{": Content-type", ": no answer", " left ", " status "},
-      [&](const std::string& sign) { return difference.find(sign) != std::string::npos; });
+// Whether an answer is not whole, or something was left.
+bool is_broken(const difference& found) {
+  if (found.what == part::answer) return found.text != refusal(busy_message);
+  return found.what == part::status || found.what == part::left;
 }
 
 const std::string evil = "$(touch /var/owned);`touch /var/owned`'|touch /var/owned>&2";
@@ -49,8 +48,7 @@ void add_hostile_texts(request& sent) {
   }
 }
 
-// The programs that a request starts, with their arguments, sorted; those that were not found stand there,
-// too.
+// The programs that a request starts, with their arguments, sorted; those that were not found, too.
 lines programs_started(const quick_site& site, request sent) {
   std::filesystem::remove_all("/var/started");
   std::filesystem::create_directory("/var/started");
@@ -70,12 +68,13 @@ lines programs_started(const quick_site& site, request sent) {
 
 }  // namespace
 
-TEST(Tools, MissingOrFailingOnesAreMissedOnlyWhereTheySpeak) {
+// If it fails, a tool that is missing or fails takes a command with it. The link stays as it was.
+TEST(Tools, MissingOnesChangeOnlyWhatTheyPrint) {
   const quick_site site;
-  EXPECT_EQ(site.differences(), lines{});
-  // The link stays as it was.
-  const lines expected{"UPDATE_FIRMWARE link running\n", "DISCOVER_ENCODERS: MYSELF,,\nU1,10.77.1.1,\n",
-                       "GET_NODES: Device Listing:\n"};
+  EXPECT_EQ(site.differences(), difference_list{});
+  const difference_list expected{{"UPDATE_FIRMWARE", part::link, "running\n"},
+                                 {"DISCOVER_ENCODERS", part::body, "MYSELF,,\nU1,10.77.1.1,\n"},
+                                 {"GET_NODES", part::body, "Device Listing:\n"}};
   std::filesystem::remove("/bin/unix2dos");
   for (const std::string& name : unit_tools) plant_tool(name, "echo wrong >&2; exit 1");
   EXPECT_EQ(site.differences(), expected);
@@ -83,9 +82,8 @@ TEST(Tools, MissingOrFailingOnesAreMissedOnlyWhereTheySpeak) {
   EXPECT_EQ(site.differences(), expected);
 }
 
-// The command waits for it, whatever the server does meanwhile, and goes on as if nothing had been: what
-// other units have answered in the meantime is not lost.
-TEST(Tools, OneThatHangsEndsNothing) {
+// If it fails, a slow tool or a signal of the server cuts a command, or loses what units answered meanwhile.
+TEST(Tools, ASlowOneLosesNothing) {
   const quick_site site;
   for (const std::string tool : {"ast_send_event", "qelparam", "astparam"}) {
     const std::string path = tool_path(tool);
@@ -102,45 +100,44 @@ TEST(Tools, OneThatHangsEndsNothing) {
   }
 }
 
-// Missing ones, all of a row at once; /dev/shm, which the box mounts, is unwritable.
+// If it fails, a command that needs a file or folder that is missing says nothing, or takes others with it. All of a row
+// are missing at once; /dev/shm, which the box mounts, is unwritable.
 TEST(Files, MissingOnesAreAnsweredByTheCommandsThatNeedThem) {
   const quick_site site;
-  lines no_upload;
+  difference_list no_upload;
   for (const known_command& command : every_command) {
     if (!command.uploads()) continue;
-    no_upload.push_back(command.name + ": " + undecodable);
-    no_upload.push_back(command.name + " status 255");
-    if (command.name != "UPDATE_FIRMWARE") no_upload.push_back(command.name + " link stopped\n");
+    no_upload.push_back({command.name, part::answer, undecodable});
+    no_upload.push_back({command.name, part::status, "255"});
+    if (command.name != "UPDATE_FIRMWARE") no_upload.push_back({command.name, part::link, "stopped\n"});
   }
-  for (const char* line : {"GET_CSV_IMPORT: No Import CSV File Present\n",
-                           "PERFORM_CSV_UPDATE: ", "CHECK_IMPORT_CSV_STATUS: false"}) {
-    no_upload.emplace_back(line);
-  }
+  no_upload.push_back({"GET_CSV_IMPORT", part::body, "No Import CSV File Present\n"});
+  no_upload.push_back({"PERFORM_CSV_UPDATE", part::body, ""});
+  no_upload.push_back({"CHECK_IMPORT_CSV_STATUS", part::body, "false"});
   ASSERT_EQ(chmod("/dev/shm", S_IRUSR | S_IXUSR), 0);
   EXPECT_EQ(site.differences(), no_upload);
   chmod("/dev/shm", S_IRWXU);
   plant_tool("GUI", "");
   write_file("/var/info_local", "");
   const std::string eeprom = "/sys/devices/platform/videoip";
-  struct row {
-    lines paths, expected;
-  };
-  for (const row& row : {
+  using row = std::tuple<lines, difference_list>;
+  for (const auto& [paths, expected] : {
            row{{"/share", "/config", "/www/images", eeprom}, {}},
            {{eeprom + "/eeprom_content", "/dev/mtdblkxoem", "/var/info_local"}, {}},
            {{"/etc/keys.txt"},
-            {"GET_CSV_DISCOVER: DISCOVERED CSV DATA: Total=2&Ecount=1&Dcount=1~~~\n\n\r\n\r\n"}},
+            {{"GET_CSV_DISCOVER", part::body,
+              "DISCOVERED CSV DATA: Total=2&Ecount=1&Dcount=1~~~\n\n\r\n\r\n"}}},
        }) {
-    for (const std::string& path : row.paths) std::filesystem::rename(path, path + ".kept");
-    EXPECT_EQ(site.differences(), row.expected) << row.paths[0];
-    for (const std::string& path : row.paths) {
+    for (const std::string& path : paths) std::filesystem::rename(path, path + ".kept");
+    EXPECT_EQ(site.differences(), expected) << paths[0];
+    for (const std::string& path : paths) {
       std::filesystem::remove(path);
       std::filesystem::rename(path + ".kept", path);
     }
   }
 }
 
-// A unit may keep its logs and its files on other storage.
+// If it fails, a unit that keeps its logs and files on other storage, by links, loses them.
 TEST(Files, ALinkOfTheUnitIsFollowed) {
   const quick_site site;
   write_file("/var/params/UNIT.MCD_MODE", "2\n");
@@ -154,12 +151,12 @@ TEST(Files, ALinkOfTheUnitIsFollowed) {
     std::filesystem::remove(path);
     std::filesystem::create_symlink("/var/storage/" + name, path);
   }
-  for (const std::string& difference : site.differences()) EXPECT_FALSE(is_broken(difference)) << difference;
+  for (const difference& found : site.differences()) EXPECT_FALSE(is_broken(found)) << found;
   for (const std::string& name : names) EXPECT_NE(read_file("/var/storage/" + name), "") << name;
 }
 
-// Nothing at all, or what the command answers without a signal, by the same calls of the tools; where the body may
-// be cut, also the answer to such a one.
+// If it fails, a signal of the server leaves half a page, or the link stopped: the answer is the usual one, by the usual
+// calls of the tools, or none; where the body may be cut, it may also be the answer to a cut body.
 TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
   const quick_site site;
   std::mt19937 random{17};
@@ -196,8 +193,9 @@ TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
   }
 }
 
-// What bash, which obeys most, reports as it obeys SHELLOPTS goes nowhere, too.
-TEST(Environment, TextsOfTheClientAndOfTheServerAreNoProgram) {
+// If it fails, a client runs commands on the unit through a header or a variable. bash, which obeys most of them, is the
+// shell.
+TEST(Environment, TextsAreNeverRun) {
   const quick_site site;
   write_file("/var/evil", "touch /var/owned\n");
   use_shell("bash");
@@ -209,12 +207,12 @@ TEST(Environment, TextsOfTheClientAndOfTheServerAreNoProgram) {
     sent.environment["IFS"] = "/-_ t";
     sent.environment["CDPATH"] = "/var";
   }),
-            lines{});
+            difference_list{});
   EXPECT_FALSE(std::filesystem::exists("/var/owned"));
 }
 
-// No byte of a request or of a reply starts a program, in either mode of discovery: an import is one-pass.
-TEST(Environment, AHostileRequestStartsTheProgramsOfACleanOne) {
+// If it fails, a byte of a request or of a unit's reply starts a program, in one of the two modes of discovery.
+TEST(Environment, AHostileRequestStartsNoOtherProgram) {
   std::vector<lines> clean;
   plant_tool("update_fw.sh", "");
   write_file("/var/params/UNIT.MCD_MODE", "2\n");
@@ -237,24 +235,25 @@ TEST(Environment, AHostileRequestStartsTheProgramsOfACleanOne) {
   EXPECT_FALSE(std::filesystem::exists("/var/owned"));
 }
 
-TEST(Limits, OfTheServerAreMetAsThoseOfTheUnit) {
+// If it fails, a server that limits its programs (descriptors, stack, file size, closed outputs) gets half an answer.
+TEST(Limits, OfAServerLeaveWholeAnswers) {
   const quick_site site;
   const auto differences = [&site](const std::string& shell_prefix) {
     return site.differences([&shell_prefix](request& sent) { sent.shell_prefix = shell_prefix + "; exec"; });
   };
-  EXPECT_EQ(differences("ulimit -n 12"), lines{});
-  EXPECT_EQ(differences(is_sanitized() ? "ulimit -s 256" : "ulimit -s 64"), lines{});
+  EXPECT_EQ(differences("ulimit -n 12"), difference_list{});
+  EXPECT_EQ(differences(is_sanitized() ? "ulimit -s 256" : "ulimit -s 64"), difference_list{});
   for (const char* limit : {"-n 8", "-n 6", "-n 5", "-n 4", "-f 1"}) {
-    for (const std::string& difference : differences("ulimit " + std::string{limit})) {
-      EXPECT_FALSE(is_broken(difference)) << limit << " " << difference;
+    for (const difference& found : differences("ulimit " + std::string{limit})) {
+      EXPECT_FALSE(is_broken(found)) << limit << " " << found;
     }
   }
-  lines no_answers;
-  for (const known_command& command : every_command) no_answers.push_back(command.name + ": no answer");
+  difference_list no_answers;
+  for (const known_command& command : every_command) no_answers.push_back({command.name, part::answer, ""});
   for (const char* closed : {"exec >&-", "exec 2>&- >&-", "exec > /dev/full"}) {
     EXPECT_EQ(differences(closed), no_answers) << closed;
   }
   // This shell runs the unit's tools with few descriptors, too: where they run, the link is what it should be.
   use_shell("bash");
-  EXPECT_EQ(differences("ulimit -n 6"), lines{});
+  EXPECT_EQ(differences("ulimit -n 6"), difference_list{});
 }

@@ -7,6 +7,7 @@
 
 class Flood : public testing::TestWithParam<const char*> {};
 
+// If it fails, one flooding unit blocks all requests for ever.
 TEST_P(Flood, EndsACommandNoLaterThanAfterAMinute) {
   start_fleet("--count 1 --flood 100000000 --gap-ms 1");
   const std::string command = GetParam();

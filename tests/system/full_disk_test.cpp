@@ -1,5 +1,4 @@
-// A unit whose /dev/shm and /tmp take one MiB each, and its other folders little more: a file that is not
-// whole goes nowhere.
+// A unit whose /dev/shm and /tmp take one MiB each, and its other folders little more: no cut file is used.
 
 #include <gtest/gtest.h>
 
@@ -31,12 +30,14 @@ void fill(const std::string& folder, std::size_t left = 0) {
 
 }  // namespace
 
+// If it fails, a unit installs half a firmware image.
 TEST(FullDisk, ACutImageNeverReachesTheUpdateScript) {
   EXPECT_EQ(upload("UPDATE_FIRMWARE", disk_size + 1), undecodable);
   EXPECT_EQ(tool_calls(), (lines{"ast_send_event -1 e_stop_link"}));
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
+// If it fails, an upload whose last bytes did not fit passes for whole, or stops the services.
 TEST(FullDisk, AFileThatFailsWhenItIsClosedIsADecodingFailure) {
   write_file("/dev/shm/filler", std::string(disk_size, 'f'));
   plant_tool("thumber", "sleep 1000");
@@ -47,6 +48,7 @@ TEST(FullDisk, AFileThatFailsWhenItIsClosedIsADecodingFailure) {
   EXPECT_NE(shell_output("sleep 0.3; pidof thumber"), "");
 }
 
+// If it fails, a cut splash image is installed, or nobody learns why it was not.
 TEST(FullDisk, AShortWriteOfStagingIsLogged) {
   write_file("/dev/shm/filler", std::string(32'768, 'f'));
   // The first is noticed by a write, the other when the file is closed.
@@ -61,35 +63,36 @@ TEST(FullDisk, AShortWriteOfStagingIsLogged) {
   }
 }
 
-TEST(FullDisk, EveryCommandAnswersAsFarAsItGets) {
+// If it fails, a command says nothing of a full disk, or one that needs no disk fails with it.
+TEST(FullDisk, IsNamedByTheCommandsThatNeedIt) {
   const quick_site site;
   const auto differences = [&site](const lines& folders) {
     for (const std::string& folder : folders) fill(folder);
-    lines found = site.differences();
+    difference_list found = site.differences();
     for (const std::string& folder : folders) std::filesystem::remove(folder + "/filler");
     return found;
   };
-  const std::string no_edid = ": <p>Error: Failed to update EDID</p>\n";
-  const lines without_tmp{
-      "UPDATE_EDID" + no_edid,
-      "UPDATE_EDID1" + no_edid,
-      "UPDATE_EDID2" + no_edid,
-      "UPDATE_EDID3" + no_edid,
-      "GET_CSV_DISCOVER: DISCOVERED CSV DATA: ---\n",
-      "CSV_IMPORT: <p>Failed to import csv file (C)</p>\n",
-      "GET_CSV_IMPORT: No Import CSV File Present\n",
-      "PERFORM_CSV_UPDATE: ",
-      "CHECK_IMPORT_CSV_STATUS: false",
-      "GET_NODES: Device Listing:\n",
-  };
+  difference_list without_tmp;
+  for (const char* command : {"UPDATE_EDID", "UPDATE_EDID1", "UPDATE_EDID2", "UPDATE_EDID3"}) {
+    without_tmp.push_back({command, part::body, "<p>Error: Failed to update EDID</p>\n"});
+  }
+  for (const auto& [command, body] : {std::pair{"GET_CSV_DISCOVER", "DISCOVERED CSV DATA: ---\n"},
+                                      {"CSV_IMPORT", "<p>Failed to import csv file (C)</p>\n"},
+                                      {"GET_CSV_IMPORT", "No Import CSV File Present\n"},
+                                      {"PERFORM_CSV_UPDATE", ""},
+                                      {"CHECK_IMPORT_CSV_STATUS", "false"},
+                                      {"GET_NODES", "Device Listing:\n"}}) {
+    without_tmp.push_back({command, part::body, body});
+  }
   EXPECT_EQ(differences({"/tmp"}), without_tmp);
-  EXPECT_EQ(differences({"/www", "/share", "/config"}), lines{});
+  EXPECT_EQ(differences({"/www", "/share", "/config"}), difference_list{});
   std::filesystem::remove("/xoem/default.jpg");
-  EXPECT_EQ(differences({"/xoem"}), lines{"UPDATE_SPLASH: <p>Failed to update splash</p>\n"});
+  EXPECT_EQ(differences({"/xoem"}),
+            (difference_list{{"UPDATE_SPLASH", part::body, "<p>Failed to update splash</p>\n"}}));
 }
 
-// What the disk does not take whole could set cut values.
-TEST(FullDisk, OfAFailedImportOnlyAWholeOneStays) {
+// If it fails, a cut import stays, and units are sent half values.
+TEST(FullDisk, AFailedImportLeavesNoCutFile) {
   const std::string failed = "<p>Failed to import csv file (C)</p>\n";
   write_file("/tmp/import.csv", "old");
   plant_tool("mv", "exit 1");
@@ -105,7 +108,7 @@ TEST(FullDisk, OfAFailedImportOnlyAWholeOneStays) {
   EXPECT_EQ(read_file("/tmp/import.csv"), "(missing)");
 }
 
-// Of ten thousand lines of 64 bytes the disk takes some; none is cut.
+// If it fails, the CSV of a discovery ends with half a line. The disk takes some of ten thousand lines of 64 bytes.
 TEST(FullDisk, ACutDiscoveryKeepsItsWholeLines) {
   write_file("/etc/keys.txt", "A\n");
   device_count = 10'000;

@@ -1,5 +1,4 @@
-// Requests and clients that come at a bad moment or mean no good: always the given answer, never a hang, nothing left
-// behind.
+// Requests and clients that come at a bad moment or mean no good: always the given answer, never a hang, no file left.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -24,7 +23,7 @@ struct pipe_ends {
 
 }  // namespace
 
-// A process list that does not even hold this process cannot be trusted.
+// If it fails, two requests run at once where the process list cannot be read: one without this process.
 TEST(Guard, AnEmptyProcessListRefuses) {
   request blind = get("CMD=GET_NODES");
   blind.environment["PATH"] = "/usr/local/bin:/bin";
@@ -32,14 +31,14 @@ TEST(Guard, AnEmptyProcessListRefuses) {
   EXPECT_EQ(run_program(blind).out, refusal(busy_message));
 }
 
-// Without a shell no query can be started: that counts as finding nothing.
+// If it fails, a unit without a shell refuses every request.
 TEST(Guard, AQueryThatCannotBeStartedAdmits) {
   std::filesystem::rename("/bin/sh", "/bin/no_sh");
   EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, page("GET_NODES", "No Nodes Detected\n"));
   EXPECT_EQ(run_program(get("CMD=DISCOVER_ENCODERS")).out, page("DISCOVER_ENCODERS", ""));
 }
 
-// Otherwise uploads of killed requests would fill the RAM. Files of other programs must stay.
+// If it fails, uploads of killed requests fill the RAM, or files of other programs are deleted.
 TEST(Guard, AnAdmittedRequestRemovesTheUploadsOfKilledOnes) {
   const lines others{"cgicABC.12", "cgicABC123x", "cgi-uploadABC123", "cgixABC123"};
   for (const std::string& name : others) write_file("/dev/shm/" + name, "kept");
@@ -57,7 +56,7 @@ TEST(Guard, AnAdmittedRequestRemovesTheUploadsOfKilledOnes) {
   EXPECT_FALSE(std::filesystem::exists("/dev/shm/cgicABC123"));
 }
 
-// Also where the server has asked for reads that do not wait.
+// If it fails, two requests run at once, or a slow body is cut where the server asked for reads that do not wait.
 TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   const pipe_ends body{O_NONBLOCK};
   const int out = open("/tmp/first.answer", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -69,9 +68,8 @@ TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   EXPECT_EQ(read_file("/tmp/first.answer"), page("GET_NODES", "No Nodes Detected\n"));
 }
 
-// Its answer is at its end, so its client may ask again, though its server has not noticed yet that it is
-// dead.
-TEST(Guard, ARequestRightBehindAnotherIsServed) {
+// If it fails, a client that asks again as soon as it has its answer is refused: the first process is still there.
+TEST(Guard, ARequestRightAfterAnotherIsServed) {
   request cut = post("CMD=GET_NODES");
   cut.environment["CONTENT_LENGTH"] = "100";
   for (const request& first : {get("CMD=GET_NODES"), cut}) {
@@ -85,6 +83,7 @@ TEST(Guard, ARequestRightBehindAnotherIsServed) {
   }
 }
 
+// If it fails, odd variables or fields end the program without an answer.
 TEST(Hostile, OddRequestsGetTheirAnswer) {
   request odd_variables = get("CMD=");
   for (const char* name : {"SERVER_PORT", "PATH_INFO", "HTTP_COOKIE", "REMOTE_HOST", "CONTENT_LENGTH"}) {
@@ -98,6 +97,7 @@ TEST(Hostile, OddRequestsGetTheirAnswer) {
             page("\xFF\x80\x01", "<p>No command supplied</p>\n"));
 }
 
+// If it fails, a large announcement ends the program without an answer, or takes the memory of the unit.
 TEST(Hostile, AnAnnouncedLengthBeyondTheMemoryIsADecodingFailure) {
   request huge = post("CMD=GET_NODES");
   huge.environment["CONTENT_LENGTH"] = "2147483647";
@@ -112,7 +112,7 @@ TEST(Hostile, AnAnnouncedLengthBeyondTheMemoryIsADecodingFailure) {
   EXPECT_EQ(run_program(fields).out, undecodable);
 }
 
-// What a server ignores or blocks, its programs inherit.
+// If it fails, a tool that never stops writing runs for ever, because it inherited how the server treats SIGPIPE.
 TEST(Hostile, ATalkativeToolEndsEvenWhereTheServerIgnoresAndBlocksPipes) {
   plant_tool("qelparam", "while true; do echo 64; done");
   sigset_t pipes;
@@ -123,7 +123,7 @@ TEST(Hostile, ATalkativeToolEndsEvenWhereTheServerIgnoresAndBlocksPipes) {
   EXPECT_EQ(run_program(get("CMD=DISCOVER_DECODERS")).out, page("DISCOVER_DECODERS", ""));
 }
 
-// The server ends its child, or the client is gone: what has arrived of an upload is deleted.
+// If it fails, a lost client or a signal leaves half an upload in RAM, or half an upload is used.
 TEST(Hostile, ABodyThatStopsComingIsADecodingFailure) {
   std::signal(SIGTERM, SIG_IGN);
   request slow = post("--b\r\nContent-Disposition: form-data; name=file; filename=f\r\n\r\n" +
@@ -150,7 +150,7 @@ TEST(Hostile, ABodyThatStopsComingIsADecodingFailure) {
   }
 }
 
-// Bytes after the body may belong to the next request on the same stream.
+// If it fails, the next request on the same stream loses its first bytes.
 TEST(Hostile, ABodyIsReadToItsLengthAndNotBeyond) {
   const std::string part = "--b\r\nContent-Disposition: form-data; name=CMD\r\n\r\nGET_NODES\r\n--b--\r\n";
   for (const request& sent : {post("CMD=GET_NODES"), post(part, "multipart/form-data; boundary=b")}) {
@@ -166,6 +166,7 @@ TEST(Hostile, ABodyIsReadToItsLengthAndNotBeyond) {
   }
 }
 
+// If it fails, a client that reads slowly gets a cut page.
 TEST(Hostile, AnAnswerThatIsReadSlowlyIsWhole) {
   const std::string csv(300'000, 'c');
   write_file("/tmp/import.csv", csv);
@@ -185,7 +186,7 @@ TEST(Hostile, AnAnswerThatIsReadSlowlyIsWhole) {
   EXPECT_EQ(wait_for(process), 0);
 }
 
-// It would end by SIGPIPE ahead of its work.
+// If it fails, a client that left stops the link for good: SIGPIPE ends the tool before it sends the event.
 TEST(Hostile, AToolThatTalksToAClientThatLeftDoesItsWork) {
   plant_tool("ast_send_event", "echo event; echo $2 > /var/link");
   pipe_ends pipe;

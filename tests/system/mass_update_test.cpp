@@ -18,7 +18,7 @@ std::string orders() {
 
 }  // namespace
 
-// The whole story: discover a site, edit its CSV, upload it, update, discover again.
+// If it fails, a site that is discovered, edited as a CSV and updated is not what the CSV says.
 TEST(MassUpdate, ASiteBecomesWhatItsCsvSays) {
   start_fleet("--log /tmp/fleet.log --self --count 23 --reboot-ms 500");
   body_of("DISCOVER_DEVICES_API");
@@ -48,6 +48,7 @@ TEST(MassUpdate, ASiteBecomesWhatItsCsvSays) {
                                                      "sed 's/^10.77.1.9,/10.77.2.9,/' | LC_ALL=C sort"));
 }
 
+// If it fails, a CSV larger than the memory updates some units, or ends the program without an answer.
 TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   start_fleet("--log /tmp/fleet.log --count 1");
   std::string many = "UNIT.SERIAL,UNIT.ID\r\n";
@@ -66,7 +67,7 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   EXPECT_EQ(orders(), "");
 }
 
-// The first three datagrams decide; what else one row's strangers send is not the next row's.
+// If it fails, a noisy unit's datagrams decide the results of the rows after it: three count, for its own row.
 TEST(MassUpdate, AStrangersNoiseStaysWithItsRow) {
   std::string flood;
   for (int i = 0; i < 300; ++i) flood += "|API=SUCCESS";

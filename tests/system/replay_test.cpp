@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <random>
 #include <string>
 
@@ -22,6 +23,7 @@ std::string traces_of_upload() {
 
 }  // namespace
 
+// If it fails, a captured request does not do again what it did on the unit.
 TEST(Replay, ALiveUploadGivesTheSameAnswerAgain) {
   std::filesystem::copy_file(ECHO_CGI, "/www/cgi-bin/echo.cgi");
   start_web_server();
@@ -60,23 +62,21 @@ TEST(Replay, ALiveUploadGivesTheSameAnswerAgain) {
   }
 }
 
+// If it fails, the tool hides why a capture is of no use, or gives the program files of its own.
 TEST(ReplayTool, PrintsWhatItFindsOrWhatWentWrong) {
-  struct row {
-    std::string arguments, output;
-  };
   write_file("/tmp/other", std::string("\7\0\0\0CGIC1.0", 11));
   write_file("/tmp/short", std::string("\7\0\0\0CGIC2.0", 11));
   // No variable, and an entry with a content but without a name of the file.
   const std::string entry("\1\0\0\0u\0\0\0\0\0\0\0\0\0\0\0\0\2\0\0\0\1\0\0\0xy", 27);
   write_file("/tmp/nameless", std::string("\7\0\0\0CGIC2.0", 11) + std::string(84, '\0') + entry);
-  for (const row& row : {
-           row{"", "cgi-replay: usage: cgi-replay FILE [PROGRAM [ARGUMENT...]]\n2\n"},
+  for (const auto& [arguments, output] : std::map<std::string, std::string>{
+           {"", "cgi-replay: usage: cgi-replay FILE [PROGRAM [ARGUMENT...]]\n2\n"},
            {"/tmp/other", "cgi-replay: /tmp/other is no capture file of this version\n1\n"},
            {"/tmp/short", "cgi-replay: /tmp/short cannot be opened or read to its end\n1\n"},
            {"/tmp/nameless",
             "CONTENT_LENGTH=0\n\nu: upload of 2 bytes, file name \"\", content type \"\"\n0\n"},
            {"/tmp/nameless ls /proc/self/fd", "0\n1\n2\n3\n0\n"},  // 3 is the folder itself
        }) {
-    EXPECT_EQ(shell_output(CGI_REPLAY " " + row.arguments + " 2>&1; echo $?"), row.output);
+    EXPECT_EQ(shell_output(CGI_REPLAY " " + arguments + " 2>&1; echo $?"), output);
   }
 }

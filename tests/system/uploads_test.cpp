@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include "support/fake_network.hpp"
 #include "support/files.hpp"
@@ -33,6 +34,7 @@ void block(const std::string& path) {
 
 }  // namespace
 
+// If it fails, a failed update leaves the unit without a splash image, or loses the new one.
 TEST(UpdateSplash, WithoutAMoveTheLastOneStays) {
   write_file("/share/default.jpg", "last");
   std::filesystem::remove_all("/xoem");
@@ -42,6 +44,7 @@ TEST(UpdateSplash, WithoutAMoveTheLastOneStays) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{"source_file"});
 }
 
+// If it fails, people cut the power during an update because no display warns them, or its log is empty.
 TEST(UpdateFirmware, WarnsOnADisplayOnlyAndKeepsTheScriptsWords) {
   const std::string started = "<p>Updating firmware ret:0</p>\n";
   EXPECT_EQ(upload("UPDATE_FIRMWARE", file_field("image")), started);
@@ -58,6 +61,7 @@ TEST(UpdateFirmware, WarnsOnADisplayOnlyAndKeepsTheScriptsWords) {
   EXPECT_EQ(read_file("/dev/shm/uf_e"), "wrong\n");
 }
 
+// If it fails, an update starts without an image.
 TEST(UpdateFirmware, WithoutAFileOrAMoveStartsNothing) {
   EXPECT_EQ(upload("UPDATE_FIRMWARE", ""), "<p>Failed to update firmware</p>\n");
   block("/dev/shm/fw.tar.gz");
@@ -68,6 +72,7 @@ TEST(UpdateFirmware, WithoutAFileOrAMoveStartsNothing) {
   EXPECT_EQ(tool_calls(), lines(4, "ast_send_event -1 e_stop_link"));
 }
 
+// If it fails, an import keeps line ends that the update does not read.
 TEST(CsvImport, ConvertsLineEndsAndReplacesTheLastOne) {
   EXPECT_EQ(upload("CSV_IMPORT", file_field("a,b\n1,2\r\n\nend")), "<p>Importing csv</p>\n");
   EXPECT_EQ(upload("CSV_IMPORT", ""), "<p>Failed to import csv file (JS)</p>\n");
@@ -78,13 +83,12 @@ TEST(CsvImport, ConvertsLineEndsAndReplacesTheLastOne) {
   EXPECT_EQ(upload("CSV_IMPORT", file_field("a")), "<p>Failed to import csv file (C)</p>\n");
 }
 
+// If it fails, a command takes another part of the upload than its file, or pages read what became of it wrong.
 TEST(Staging, TakesTheFirstFieldNamedFile) {
   const std::string header = "form-data; name=\"file\"; filename=\"";  // of the 1023 characters of its value
   const std::string no_upload = "file name: \nfile size: 0 bytes\nCould not open the file.\n";
-  struct row {
-    std::string fields, log, staged;
-  };
-  for (const row& row : {
+  using row = std::tuple<std::string, std::string, std::string>;
+  for (const auto& [fields, log, staged] : {
            row{file_field(""), "file name: client.bin\nfile size: 0 bytes\n", ""},
            {field("name=File; filename=f", "x"), "No file was uploaded.\n", "(missing)"},
            {file_field("x", ""), no_upload, "(missing)"},
@@ -96,13 +100,14 @@ TEST(Staging, TakesTheFirstFieldNamedFile) {
             std::string(2500, 'c')},
        }) {
     std::filesystem::remove("/xoem/default.jpg");
-    upload("UPDATE_SPLASH", row.fields);
-    EXPECT_EQ(read_file("/www/upload_file.txt"), row.log);
-    EXPECT_EQ(read_file("/xoem/default.jpg"), row.staged) << row.log;
-    EXPECT_EQ(list_folder("/dev/shm"), lines{}) << row.log;
+    upload("UPDATE_SPLASH", fields);
+    EXPECT_EQ(read_file("/www/upload_file.txt"), log);
+    EXPECT_EQ(read_file("/xoem/default.jpg"), staged) << log;
+    EXPECT_EQ(list_folder("/dev/shm"), lines{}) << log;
   }
 }
 
+// If it fails, an upload that cannot be staged passes for installed.
 TEST(Staging, WithoutItsFilesItFails) {
   std::filesystem::create_directory("/dev/shm/source_file");
   EXPECT_EQ(upload("UPDATE_EDID3", file_field("x")), "<p>Failed to update edid</p>\n");
@@ -114,26 +119,25 @@ TEST(Staging, WithoutItsFilesItFails) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
+// If it fails, an EDID of a wrong size is installed, or a right one is not, byte for byte.
 TEST(UpdateEdid, TheSizeDecides) {
   const std::string invalid = "<p>Error: Invalid EDID</p>\n";
   const std::string updating = "<p>Updating edid</p>\n";
   const std::string failed = updating + "<p>Error: Failed to update EDID</p>\n";
   std::string bytes;
   for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
-  struct row {
-    std::size_t size;
-    std::string active, custom;
-  };
-  for (const row& row : {row{255, failed, invalid}, {256, updating, ""}, {257, updating, invalid}}) {
-    const std::string block = (bytes + "x").substr(0, row.size);
+  using row = std::tuple<std::size_t, std::string, std::string>;
+  for (const auto& [size, active, custom] :
+       {row{255, failed, invalid}, {256, updating, ""}, {257, updating, invalid}}) {
+    const std::string block = (bytes + "x").substr(0, size);
     // The reply to the last message plays no part.
     fake_service service{{{"A=1&", "API=FAIL"}, {""}}};
-    EXPECT_EQ(upload("UPDATE_EDID", file_field(block)), row.active) << row.size;
-    EXPECT_EQ(read_file("/tmp/edid.bin"), row.active == failed ? block : "(missing)") << row.size;
-    EXPECT_EQ(read_file("/tmp/edid.edid"), row.active == failed ? "" : "(missing)") << row.size;
-    EXPECT_EQ(upload("UPDATE_EDID2", file_field(block)), row.custom) << row.size;
-    EXPECT_EQ(read_file("/tmp/edid.bin"), row.custom == invalid ? block : "(missing)") << row.size;
-    EXPECT_EQ(service.end().size(), row.custom.empty() ? 2U : 0U) << row.size;
+    EXPECT_EQ(upload("UPDATE_EDID", file_field(block)), active) << size;
+    EXPECT_EQ(read_file("/tmp/edid.bin"), active == failed ? block : "(missing)") << size;
+    EXPECT_EQ(read_file("/tmp/edid.edid"), active == failed ? "" : "(missing)") << size;
+    EXPECT_EQ(upload("UPDATE_EDID2", file_field(block)), custom) << size;
+    EXPECT_EQ(read_file("/tmp/edid.bin"), custom == invalid ? block : "(missing)") << size;
+    EXPECT_EQ(service.end().size(), custom.empty() ? 2U : 0U) << size;
   }
   EXPECT_EQ(read_file("/sys/devices/platform/videoip/eeprom_content"),
             shell_output("od -An -v -tx1 /share/CUSTOM_2.cbin | sed 's/ \\(..\\)/0x\\1,/g'"));
@@ -142,6 +146,7 @@ TEST(UpdateEdid, TheSizeDecides) {
   EXPECT_EQ(read_file("/config/CUSTOM_2.cbin"), bytes);
 }
 
+// If it fails, the unit is left with an EDID that its service does not use.
 TEST(UpdateEdid, WithoutTheServiceTheParameterStays) {
   EXPECT_EQ(upload("UPDATE_EDID3", file_field(std::string(256, 'e'))),
             "<p>Error: API command to update EDID failed</p>\n");

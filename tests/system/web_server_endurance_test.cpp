@@ -28,6 +28,7 @@ std::string left_processes() {
 
 }  // namespace
 
+// If it fails, requests in a row are refused, or leave processes.
 TEST_F(Endurance, AThousandRequestsInARowAreAllServed) {
   const std::string whole = page("CHECK_IMPORT_CSV_STATUS", "false");
   std::string expected;
@@ -41,8 +42,8 @@ TEST_F(Endurance, AThousandRequestsInARowAreAllServed) {
   EXPECT_EQ(read_file("/var/link"), "running\n");
 }
 
-// The client sees the first result as it comes, and leaves. Some servers kill the program a few seconds
-// later.
+// If it fails, a client that leaves after the first result ends the update of a site. Some servers kill the program a few
+// seconds later.
 TEST_F(Endurance, AMassUpdateOutlivesItsClient) {
   std::string units = "UNIT.SERIAL,IP.ADDRESS,SIM.SILENT_AT\r\n";
   std::string csv = "UNIT.SERIAL,UNIT.ID\r\n";

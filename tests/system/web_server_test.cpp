@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "support/files.hpp"
 #include "support/program.hpp"
@@ -26,6 +27,7 @@ std::string html(const std::string& command, const std::string& body) {
 
 }  // namespace
 
+// If it fails, a web server changes a body or hides a status.
 TEST_F(WebServer, PassesUrlEncodedBodiesAndStatusesOn) {
   EXPECT_EQ(shell_output("curl -s --data-urlencode 'CMD=<b>&' " + url),
             html("<b>&", "<p>No command supplied</p>\n"));
@@ -35,7 +37,7 @@ TEST_F(WebServer, PassesUrlEncodedBodiesAndStatusesOn) {
             "500");
 }
 
-// The same pages as without a server between.
+// If it fails, a command's page is not the same behind a web server.
 TEST_F(WebServer, PassesEveryCommandOn) {
   const quick_site site;
   plant_tool("update_fw.sh", "sleep 0.1");
@@ -46,51 +48,44 @@ TEST_F(WebServer, PassesEveryCommandOn) {
                                   : " '" + url + "?CMD=" + command.name + "'";
     return answer{0, header + shell_output("curl -sS" + asked), ""};
   };
-  EXPECT_EQ(site.differences_behind(fetch), lines{});
+  EXPECT_EQ(site.differences_when(fetch), difference_list{});
 }
 
-// Requests of another site's page are refused before the program starts; curl and the unit's own pages pass.
+// If it fails, another site's page starts the program, or curl and the unit's own pages are refused.
 TEST_F(WebServer, RefusesWhatAForeignPageSends) {
   if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd looks at no header";
-  struct row {
-    std::string header;
-    bool is_of_the_unit;  // else it comes from a page of another site
-  };
   write_file("/www/upload_file.txt", "of the site");
-  for (const row& row : {
-           row{"X-None: 1", true},
-           {"Sec-Fetch-Site: same-origin", true},
-           {"Sec-Fetch-Site: none", true},
-           {"Sec-Fetch-Site: same-site", false},
-           {"Sec-Fetch-Site: cross-site", false},
-           {"Origin: http://127.0.0.1:8080", true},
-           {"Origin: https://127.0.0.1:8080", true},
-           {"Origin: http://127.0.0.1", false},
-           {"Origin: http://127.0.0.1:8080.evil", false},
-           {"Origin: http://evil/127.0.0.1:8080", false},
-           {"Origin: null", false},
-           {"Host: localhost:8080", true},
-           {"Host: 10.77.0.1", true},
-           {"Host: [fe80::1]:8080", true},
-           {"Host: unit", true},
-           {"Host: rebound.example:8080", false},
-           {"Host: 10.77.0.1.rebound.example", false},
-       }) {
-    const std::string expected = row.is_of_the_unit ? "200" : "403";
-    const std::string ask = "curl -s -o /dev/null -w '%{http_code}' -H '" + row.header + "' ";
+  for (const auto& [header, is_of_the_unit] : {std::pair{"X-None: 1", true},
+                                               {"Sec-Fetch-Site: same-origin", true},
+                                               {"Sec-Fetch-Site: none", true},
+                                               {"Origin: http://127.0.0.1:8080", true},
+                                               {"Origin: https://127.0.0.1:8080", true},
+                                               {"Host: localhost:8080", true},
+                                               {"Host: 10.77.0.1", true},
+                                               {"Host: [fe80::1]:8080", true},
+                                               {"Host: unit", true},
+                                               {"Sec-Fetch-Site: same-site", false},
+                                               {"Sec-Fetch-Site: cross-site", false},
+                                               {"Origin: http://127.0.0.1", false},
+                                               {"Origin: http://127.0.0.1:8080.evil", false},
+                                               {"Origin: http://evil/127.0.0.1:8080", false},
+                                               {"Origin: null", false},
+                                               {"Host: rebound.example:8080", false},
+                                               {"Host: 10.77.0.1.rebound.example", false}}) {
+    const std::string expected = is_of_the_unit ? "200" : "403";
+    const std::string ask = "curl -s -o /dev/null -w '%{http_code}' -H '" + std::string{header} + "' ";
     write_file("/tmp/dbgCGI.log", "unchanged");
     write_file("/var/log/tools.log", "");
-    EXPECT_EQ(shell_output(ask + url + "?CMD=GET_NODES"), expected) << row.header;
-    EXPECT_EQ(shell_output(ask + "-F CMD=UPDATE_SPLASH -F file=@/etc/keys.txt " + url), expected)
-        << row.header;
-    EXPECT_EQ(shell_output(ask + "http://127.0.0.1:8080/upload_file.txt"), expected) << row.header;
-    if (row.is_of_the_unit) continue;
-    EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "unchanged") << row.header;
-    EXPECT_EQ(read_file("/var/log/tools.log"), "") << row.header;
+    EXPECT_EQ(shell_output(ask + url + "?CMD=GET_NODES"), expected) << header;
+    EXPECT_EQ(shell_output(ask + "-F CMD=UPDATE_SPLASH -F file=@/etc/keys.txt " + url), expected) << header;
+    EXPECT_EQ(shell_output(ask + "http://127.0.0.1:8080/upload_file.txt"), expected) << header;
+    if (is_of_the_unit) continue;
+    EXPECT_EQ(read_file("/tmp/dbgCGI.log"), "unchanged") << header;
+    EXPECT_EQ(read_file("/var/log/tools.log"), "") << header;
   }
 }
 
-// Other spellings of the guarded paths must not get around the check.
+// If it fails, another spelling of a path gets around the check of foreign pages.
 TEST_F(WebServer, RefusesForeignPagesUnderEverySpelling) {
   if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd looks at no header";
   write_file("/www/site.csv", "of the site");
@@ -105,7 +100,7 @@ TEST_F(WebServer, RefusesForeignPagesUnderEverySpelling) {
   }
 }
 
-// Contradicting headers end in a status or a closed connection, and leave no file.
+// If it fails, contradicting headers hang the server or the program, or leave a file.
 TEST_F(WebServer, SurvivesHostileHeaders) {
   const std::string multipart = "Content-Type: multipart/form-data; boundary=b\\r\\n";
   const std::string part =
@@ -135,7 +130,7 @@ TEST_F(WebServer, SurvivesHostileHeaders) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// With validators, so that a browser does not show an old splash image.
+// If it fails, a browser shows an old splash image, or the console loads unpacked.
 TEST_F(WebServer, ServesGzippedFilesWithValidators) {
   if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd sends no validators";
   write_file("/www/page.js", std::string(10'000, 'j'));
@@ -155,7 +150,7 @@ TEST_F(WebServer, ServesGzippedFilesWithValidators) {
             "304");
 }
 
-// Switches on the marked lines of each configuration.
+// If it fails, the marked lines of a sample configuration do not ask for a password, or not on every path.
 TEST(WebServerLogin, AsksForANameAndEncrypts) {
   if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd has no TLS";
   const std::string hash = shell_output("openssl passwd -6 secret");
@@ -172,6 +167,7 @@ TEST(WebServerLogin, AsksForANameAndEncrypts) {
   }
 }
 
+// If it fails, markup in a command runs in the browser of whoever follows a link to it.
 TEST_F(WebServer, MakesTheEchoedCommandHarmless) {
   if (web_server() == "busybox") GTEST_SKIP() << "busybox httpd sets no headers";
   const std::string headers = shell_output("curl -s -D - -o /dev/null " + url + "?CMD=x");
@@ -179,7 +175,7 @@ TEST_F(WebServer, MakesTheEchoedCommandHarmless) {
   EXPECT_NE(headers.find("X-Content-Type-Options: nosniff"), std::string::npos) << headers;
 }
 
-// All of them may get the refusal, but nothing else. Those that do ask again one after the other.
+// If it fails, requests at once get half pages. All may be refused; those that are ask again one after the other.
 TEST_F(WebServer, TwentyAtOnceGetACompletePageOrTheRefusal) {
   write_file("/tmp/refusal", refusal(busy_message).substr(refusal("").find("<HTML>")));
   const std::string ask = "curl -s -o /tmp/answer.$i '" + url + "?CMD=CHECK_IMPORT_CSV_STATUS'";

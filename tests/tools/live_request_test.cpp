@@ -4,6 +4,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "cgi/multipart.hpp"
@@ -45,13 +46,11 @@ std::vector<field> decoded(const std::string& type) {
 
 }  // namespace
 
-TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
+// If it fails, a replay sends a request that no client could have sent.
+TEST(LiveRequest, IsRefusedWhenNoClientCanSendIt) {
   const std::string no_header = "a field whose texts no header can hold";
-  struct row {
-    field sent;
-    std::string type, problem;
-  };
-  for (const row& row : {
+  using row = std::tuple<field, std::string, std::string>;
+  for (const auto& [sent, type, problem] : {
            row{{"a\nb", ""}, multipart, no_header},
            {{"\"a;", ""}, multipart, no_header},
            {{"a", "", "f", "\""}, multipart, no_header},
@@ -62,15 +61,16 @@ TEST(LiveRequest, IsRefusedWhenItNeverArrivedSo) {
            {{std::string(1008, 'n') + "\"", ""}, multipart, no_header},
            {{"a", "", "f"}, url_encoded, "an upload in a url-encoded request"},
        }) {
-    append_field(row.sent);
-    EXPECT_EQ(write_body(row.type), row.problem) << row.sent;
-    if (row.problem.empty()) {
-      EXPECT_EQ(decoded(row.type), std::vector<field>{row.sent});
+    append_field(sent);
+    EXPECT_EQ(write_body(type), problem) << sent;
+    if (problem.empty()) {
+      EXPECT_EQ(decoded(type), std::vector<field>{sent});
     }
     cgiFreeResources();
   }
 }
 
+// If it fails, a replayed request has other fields than the captured one.
 TEST(LiveRequest, RandomRequestsAreDecodedToTheSameFields) {
   constexpr int rounds = 2'000;
   std::mt19937 random{61};

@@ -16,7 +16,8 @@ const std::string timed_out = "&HANDLER=INTERNAL_REPLY_ERROR_x:-1_errno:11";
 
 }  // namespace
 
-TEST(LocalApi, RepliesGoOnBehindAnAmpersandForUpToFiveDatagrams) {
+// If it fails, an EDID upload misses a failure that the API reported late, or waits for datagrams that never come.
+TEST(LocalApi, RepliesContinueAfterAnAmpersandForUpToFiveDatagrams) {
   const std::string full(1500, 'f');
   const std::string whole = std::string(1499, 'w') + "&";
   struct row {
@@ -49,6 +50,7 @@ TEST(LocalApi, RepliesGoOnBehindAnAmpersandForUpToFiveDatagrams) {
   EXPECT_EQ(service.end(), messages);
 }
 
+// If it fails, an empty answer of the API passes for success.
 TEST(LocalApi, AnEmptyDatagramIsAFailure) {
   fake_service service{{{"A=1&", "", "B=2"}}};
   EXPECT_EQ(send_local_api_command("message"), -1);
@@ -56,6 +58,7 @@ TEST(LocalApi, AnEmptyDatagramIsAFailure) {
   EXPECT_EQ(api_reply_text.view().substr(0, marker.size()), marker);
 }
 
+// If it fails, a message that never left costs its client the whole time-out, or passes for sent.
 TEST(LocalApi, WhatCannotBeSentIsNotWaitedFor) {
   EXPECT_EQ(send_local_api_command(""), 0);
   EXPECT_EQ(send_local_api_command(std::string(70'000, 'm')), -1);

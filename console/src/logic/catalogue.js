@@ -1,5 +1,5 @@
-// What the unit knows by heart: its key classes and its models, which decide what a mass update sends to whom. The
-// tables are those of the program; a test holds the two against each other.
+// What the unit knows by heart: its key classes and its models, which decide what a mass update sends to whom.
+// tools/catalogue writes this file from the program's tables; script/build runs it.
 
 const words = (text) => text.trim().split(/\s+/);
 
@@ -34,29 +34,35 @@ export const encoderKeys = words(`
 export const decoderKeys = words(`
   VW.ACTIVE VW.COLUMN VW.ENABLED VW.MAX_COLUMNS VW.MAX_ROWS VW.NAME VW.OVERALL_HEIGHT VW.OVERALL_WIDTH
   VW.ROTATE VW.ROW VW.STRETCH VW.VISIBLE_HEIGHT VW.VISIBLE_WIDTH STREAM.HOST VIDEO.FORMAT
-  VIDEO.SOURCE_TIMEOUT VIDEO.POWER_SAVE VIDEO.OUTPUT VIDEO.GENLOCK VIDEO.INFO_TEXT VIDEO.OSD_TEXT
-  AUDIO.MUTE
+  VIDEO.SOURCE_TIMEOUT VIDEO.POWER_SAVE VIDEO.OUTPUT VIDEO.GENLOCK VIDEO.INFO_TEXT VIDEO.OSD_TEXT AUDIO.MUTE
 `);
 
 export const extendedKeys = words(`
   AUDIO.DAC_MUTE AUDIO.DAC_MUX IP.VLAN_TAG_DANTE IP.VLAN_TAG_STREAM IP.VLAN_TRUNK_MODE
 `);
 
-export const decoderModels = words('RX610 RX620 RX630 KestR KestR-2 QV8R');
-export const encoderModels = words(
-  'TX610 TX620 TX630 KestT KestT-PL KestT-PL-K KestT-PL-RF KestT-2 QV8T T-PL T-PL-K T-PL-RF',
-);
-export const wallplateModels = words('KestT-PL KestT-PL-K KestT-PL-RF T-PL T-PL-K T-PL-RF');
-export const secondGenModels = words('KestT-2 KestR-2');
+export const decoderModels = words(`
+  RX610 RX620 RX630 KestR KestR-2 QV8R
+`);
+
+export const encoderModels = words(`
+  TX610 TX620 TX630 KestT KestT-PL KestT-PL-K KestT-PL-RF KestT-2 QV8T T-PL T-PL-K T-PL-RF
+`);
+
+export const wallplateModels = words(`
+  KestT-PL KestT-PL-K KestT-PL-RF T-PL T-PL-K T-PL-RF
+`);
+
+export const secondGenModels = words(`
+  KestT-2 KestR-2
+`);
 
 // Keys that a message carries under another name; matched without regard to case.
-export const sentAs = new Map(
-  Object.entries({
-    'IP.STATIC_ADDRESS': 'IP.ADDRESS',
-    'IP.STATIC_NETMASK': 'IP.NETMASK',
-    'IP.STATIC_GATEWAY': 'IP.GATEWAY',
-    'IP.STATIC_DNS_SERVER': 'IP.DNS_SERVER',
-    'UNIT.ID': 'UNIT.SET_ID',
-    'DANTE.DEVICE_NAME': 'DANTE.SET_DEVICE_NAME',
-  }),
-);
+export const sentAs = new Map([
+  ['IP.STATIC_ADDRESS', 'IP.ADDRESS'],
+  ['IP.STATIC_NETMASK', 'IP.NETMASK'],
+  ['IP.STATIC_GATEWAY', 'IP.GATEWAY'],
+  ['IP.STATIC_DNS_SERVER', 'IP.DNS_SERVER'],
+  ['UNIT.ID', 'UNIT.SET_ID'],
+  ['DANTE.DEVICE_NAME', 'DANTE.SET_DEVICE_NAME'],
+]);

@@ -28,9 +28,8 @@ void print_words(const char* name, std::span<const std::string_view> words) {
 
 int main() {
   std::printf(
-      "// What the unit knows by heart: its key classes and its models, which decide what a mass update "
-      "sends to "
-      "whom.\n// tools/catalogue writes this file from the program's tables; script/build runs it.\n\n"
+      "// The unit's key classes and models, which decide what a mass update sends to whom.\n"
+      "// tools/catalogue writes this file from the program's tables; script/build runs it.\n\n"
       "const words = (text) => text.trim().split(/\\s+/);\n");
   print_words("excludedKeys", excluded_keys);
   print_words("statusKeys", status_keys);

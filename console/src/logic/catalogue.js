@@ -1,4 +1,4 @@
-// What the unit knows by heart: its key classes and its models, which decide what a mass update sends to whom.
+// The unit's key classes and models, which decide what a mass update sends to whom.
 // tools/catalogue writes this file from the program's tables; script/build runs it.
 
 const words = (text) => text.trim().split(/\s+/);

@@ -9,7 +9,7 @@ import { ask, hadMemory, shell } from './machine.mjs';
 const free = async () => Number(await shell(1, "awk '/MemAvailable/ {print $2}' /proc/meminfo"));
 const found = async () => Number(await shell(1, "grep -c '^10\\.77\\.' /www/site.csv"));
 
-// On a busy host the emulated network loses datagrams: one of three discoveries finds all.
+// On a busy host the emulated network loses some datagrams: one of three discoveries finds all, the others nearly all.
 async function discoverAll(deed = () => {}) {
   for (let tries = 1; ; ++tries) {
     const started = Date.now();
@@ -17,7 +17,7 @@ async function discoverAll(deed = () => {}) {
     const units = await found();
     console.log(`${units} units in ${Date.now() - started} ms`);
     if (units === 2047) return;
-    assert.ok(tries < 3, `${units} units`);
+    assert.ok(units > 2000 && tries < 3, `${units} units`);
   }
 }
 

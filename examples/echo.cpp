@@ -53,8 +53,8 @@ void write_cookies() {
   cgiStringArrayFree(names);
 }
 
-// A request contains cookies and files, so only the owner may read its capture. mkstemp creates the file with mode 0600
-// and O_EXCL; rename then replaces the capture of the last request.
+// A request contains cookies and files, so only the owner may read its capture. mkstemp creates the file with
+// mode 0600 and O_EXCL; rename then replaces the capture of the last request.
 bool keep_request() {
   char path[] = "/tmp/request.cgicXXXXXX";
   const int descriptor = mkstemp(path);

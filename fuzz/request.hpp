@@ -17,5 +17,5 @@ using text_reader = cgiFormResultType (*)(const char* name, char* result, int ma
 // beginning of the text, and the result must say so.
 void check_limits(text_reader read, const char* name, std::size_t enough);
 
-// Reads the fields through every accessor, into buffers of exactly the size passed.
+// Reads the fields through most accessors, into buffers of exactly the size passed.
 void check_accessors();

@@ -11,10 +11,11 @@ constexpr std::size_t most_waiting = 200'000;
 
 }  // namespace
 
-// Sorts by wave and delays each wave to the end of the one before:
+// Sorts by wave and delays each wave to the last due time of the one before:
 //
-//     unit 1   first   second                   unit 1   first            second
-//     unit 2           first   second    ->     unit 2           first            second
+//     due      0 ms           1 ms                  0 ms    1 ms
+//     unit 1   first second                         first           second
+//     unit 2                  first second    ->            first           second
 //
 // A due time is moved later only, never earlier.
 void interleave(std::vector<planned_send>& batch) {

@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-// The socket address of a dotted IPv4 address and a port in host byte order. A text that is no dotted address
+// The socket address of a dotted IPv4 address and a port in host byte order. A text that inet_aton refuses
 // gives 0.0.0.0.
 [[nodiscard]] sockaddr_in datagram_address(const char* dotted, std::uint16_t port);
 

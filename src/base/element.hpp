@@ -1,5 +1,5 @@
 // Indexing with signed numbers. Rows, columns and units are counted in int, with -1 for none; the standard
-// containers index with std::size_t. The conversion is in these two functions only.
+// containers index with std::size_t. Indexing with a signed number goes through these.
 
 #pragma once
 

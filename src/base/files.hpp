@@ -78,8 +78,9 @@ void delete_regular_file(const char* path);
 // True when something exists at the path, readable or not. A symlink to nothing does not count.
 [[nodiscard]] bool file_exists(const char* path);
 
-// Identifies the state of a file: inode number, size in bytes and time of the last change. Every write to the
-// file and every replacement of it changes the mark. All zero for a missing file.
+// Identifies the state of a file: inode number, size in bytes and time of the last change. A replacement of
+// the file changes the mark, and so does a write in a later tick of the kernel's clock. All zero for a
+// missing file.
 struct file_mark {
   std::uint64_t number = 0;
   std::int64_t size = 0;

@@ -1,5 +1,6 @@
 // Handles that close themselves when they leave their scope. No child inherits one: every function that opens
-// a file, pipe or socket (files.hpp, shell.hpp, datagram.hpp) sets the close-on-exec flag.
+// a file, pipe or socket (files.hpp, shell.hpp, datagram.hpp) sets the close-on-exec flag. The exception is
+// mkstemp's fd in temp_file, which is closed at once.
 
 #pragma once
 

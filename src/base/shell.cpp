@@ -94,7 +94,7 @@ class ignored_signals {
   }
 
   // The signals to reset in a child: those that this process did not ignore before. One that the web server
-  // made us ignore stays ignored.
+  // made us ignore stays ignored, but only in a program that has not called catch_ending_signals.
   [[nodiscard]] sigset_t of_children() const {
     sigset_t set;
     sigemptyset(&set);

@@ -5,7 +5,7 @@
 // the logs' readers on the unit know them so: a text that would make the command longer than its buffer is
 // cut.
 //
-//     echo "Using TTL 64" >> /tmp/MCt.log\0        at most short_command_size bytes
+//     echo "Using TTL 64" > /tmp/MCt.log\0         at most short_command_size bytes
 //           └ what is logged
 //
 // A zero byte ends a text. A line that cannot be written is lost: a log is no reason to fail the request.

@@ -23,8 +23,8 @@ cgiFormResultType find_number(const char* name, std::string_view starts, const c
   return begins ? cgiFormSuccess : cgiFormBadType;
 }
 
-template <typename Number>
 // Clamps the number that was read. A default is left alone.
+template <typename Number>
 cgiFormResultType clamp_found(cgiFormResultType found, Number* result, Number min, Number max) {
   if (found != cgiFormSuccess) return found;
   const Number read = *result;

@@ -46,7 +46,8 @@ cgiEntryTexts texts_of(const part_headers& part, std::string_view temporary_name
           .tfileName = temporary_name};
 }
 
-// Reads the headers up to the empty line after them. Headers other than these two are ignored.
+// Reads the headers up to the empty line after them. Headers other than these two are ignored. Quirk: any
+// line without a name or a value ends them, too, and the lines after it belong to the body.
 void read_headers(cgiBodyStream& stream, part_headers& part) {
   fixed_text<part_text_size> name;
   fixed_text<part_text_size> value;

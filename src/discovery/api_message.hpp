@@ -10,7 +10,7 @@
 
 #include "base/fixed_text.hpp"
 
-// The queries of discovery. query_none, addressed to no unit, is always sent before one of the others.
+// The queries of discovery. query_none, addressed to no unit, is sent before a query to the group.
 inline constexpr std::string_view query_none = "CMD=START&UNIT.ID=NONE&QUERY.STATUS=TRUE&CMD=END";
 inline constexpr std::string_view query_status = "CMD=START&UNIT.ID=ALL&QUERY.STATUS=TRUE&CMD=END";
 inline constexpr std::string_view query_all = "CMD=START&UNIT.ID=ALL&QUERY.ALL=TRUE&CMD=END";

@@ -1,4 +1,5 @@
-// The tables of parameter keys and of device models. script/build writes them into the console's catalogue, too.
+// The tables of parameter keys and of device models. script/build writes them into the console's catalogue,
+// too.
 
 #pragma once
 

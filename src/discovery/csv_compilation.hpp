@@ -1,7 +1,7 @@
 // CSV compilation: turns the collected answers into the files that the web page shows.
 //   /tmp/discover.csv    a line for each unit after the header line from ckht, ordered by the first column
 //   /tmp/discover.info   Total=%d&Ecount=%d&Dcount=%d~~~
-//   /tmp/encoders.csv    the lines of discover.csv that contain a name of an older list of encoder models
+//   /tmp/encoders.csv    the lines of discover.csv with one of 9 of the 12 encoder models, a list of its own
 //   /tmp/decoders.csv    the same with the decoder models
 
 #pragma once

@@ -11,7 +11,7 @@ inline constexpr std::uint16_t KEY_CLASS_STATUS = 0x40;   // values that a unit 
 inline constexpr std::uint16_t KEY_CLASS_EXCLUDED =
     0x80;  // queries, commands, unit-only settings: no CSV column
 inline constexpr std::uint16_t KEY_CLASS_EXTENDED = 0x100;  // only for wall-plate and second-generation units
-inline constexpr std::uint16_t KEY_CLASS_SECOND_GEN = 0x200;  // only for second-generation units
+inline constexpr std::uint16_t KEY_CLASS_SECOND_GEN = 0x200;  // not used by the program
 
 // Returns those of the given classes that the key has. Letter case counts. Every key that ends in "_" is
 // KEY_CLASS_EXCLUDED. A key that is null, empty or longer than 63 bytes has no class. Replaces the key's

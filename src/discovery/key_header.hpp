@@ -2,8 +2,9 @@
 //   key_header_table      the keys of that file in their order; mode 1
 //   import_header_table   the accepted keys of an imported CSV's header line; any other mode
 //   limits                128 keys a table, 63 bytes a key; keys may repeat
-// A key with KEY_CLASS_EXCLUDED is not a column. Quirk: in a keys file with CR LF line ends the key still
-// ends in its carriage return when it is classified, so there the excluded keys do become columns.
+// A key with KEY_CLASS_EXCLUDED is not a column of key_header_table. Quirk: in a keys file with CR LF line
+// ends the key still ends in its carriage return when it is classified, so there the excluded keys do become
+// columns.
 
 #pragma once
 

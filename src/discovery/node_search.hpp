@@ -12,10 +12,10 @@
 // The text after a key is kept as a window: its first 15 bytes as two 64-bit numbers. An address becomes two
 // numbers and a mask that is zero at its dots, so one comparison takes a few instructions:
 //
-//     file      UNIT.ID=a&IP.ADDRESS=10.77.11.5&UNIT.MODEL=...
-//     window                         10.77.11.5&UNIT
-//     address                        10.77.1
-//     mask                           FF FF 00 FF FF 00 FF 00 ...      equal under the mask: 10.77.1 matches
+//     file      UNIT.ID=a&IP.ADDRESS=10.77.11.50&UNIT.MODEL=...
+//     window                         10.77.11.50&UNI
+//     address                        10.77.11.5                equal under the mask: 10.77.11.5 matches
+//     mask                           FF FF 00 FF FF 00 FF FF 00 FF 00 ...
 //
 // Several windows may match and a dot matches anything, so a hash cannot find the first: every window is
 // compared.
@@ -57,8 +57,8 @@ class node_search {
 
   using file_path = fixed_text<272>;  // the folder and a name of up to 255 bytes
 
+  // What is known about one node file.
   struct node_file {
-    // What is known about one node file.
     std::uint64_t size = 0;
     std::uint64_t line_start = 0;  // offset of the last line
     // The start of the file, as far as a search prints it. Most files are one line, so they are not read

@@ -1,7 +1,7 @@
 // Record table: the values of many units. It has a row for each unit and a cell for each column of a column
 // list.
 //
-//     text    . 1 0 . 7 7 . 1 . 5 S 1 2 T X 6 1 0 ...     all values, one after the other
+//     text    \0 1 0 . 7 7 . 1 . 5 S 1 2 T X 6 1 0 ...    all values, one after the other
 //     cells   (1,9) (10,3) (13,5)                         row 0: offset and length of each value
 //             (0,0) (18,4) (1,0)                          row 1: not set, a value, set without a value
 //

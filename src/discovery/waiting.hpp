@@ -5,7 +5,7 @@
 //       a datagram: use it, continue    a sender_budget limits the datagrams of each sender
 //       else a silence: count it        the loop's own rule decides whether it is the last one
 //       pause_for(pause_after_silence)
-//     }                                 a collection_time limits the whole
+//     }                                 a collection_time limits the whole, except in collect_node_reply
 //
 // A silence is a receive without a datagram: a time-out, an error or an empty datagram. The loops differ in
 // how they count silences:
@@ -13,8 +13,10 @@
 //     loop                 a datagram resets   the last silence is
 //     hsdr                 yes                 the fifth or later, once the window of 3 s is over
 //     collect_node_reply   no                  the first after data, else the fifth
-//     discover_one_pass    no                  the sixth or later, once the window is over; any error
-//     list_devices         no                  the first after a listed unit, else the fifth; any error
+//     discover_one_pass    no                  the sixth or later, once the window is over
+//     list_devices         no                  the first after a listed unit, else the fifth
+//
+// An error or an empty datagram ends the last two at once.
 
 #pragma once
 

@@ -24,11 +24,13 @@ constexpr const char* busy_message =
     "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
 constexpr const char* updating_message = "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
 
-// What the process list says: no other request, some other request, or nothing because pidof did not start.
+// What the process list says: no other request, some other request, or nothing because not even a shell could
+// be started to ask.
 enum class other_requests { none, some, unknown };
 
 // Looks for other handler processes. pidof prints this process too, so one id means none but us. An empty
-// list is wrong and counts as "some", which refuses; without a working pidof the request is admitted.
+// list is wrong and counts as "some", which refuses; so does a missing pidof. Only when not even a shell can
+// be started is the request admitted.
 other_requests find_other_requests() {
   fixed_text<32> processes;
   switch (shell_first_line("pidof handler.cgi", processes)) {

@@ -21,14 +21,14 @@ constexpr int encoder_mode = 1;
 constexpr std::size_t datagram_size = 1500;
 
 // Reads one of this unit's own settings, without its line end. Empty when the tool prints nothing. Returns
-// false when the tool could not be started.
+// false when no shell could be started.
 bool read_own_setting(const char* command, fixed_text<64>& value) {
   const first_line result = shell_first_line(command, value);
   value.assign_cut(without_line_end(value.view()));
   return result != first_line::not_started;
 }
 
-// Writes the line of this unit. It is left out when the tool cannot be started.
+// Writes the line of this unit. It is left out when no shell can be started.
 void list_myself() {
   fixed_text<64> stream_host;
   fixed_text<64> stream_address;

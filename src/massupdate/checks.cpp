@@ -205,9 +205,11 @@ class pair_line {
 // records. The twins are sorted by turn. Those marked so far are kept sorted by record in front of the
 // others, and each turn merges its new ones in:
 //
-//     twins by turn    (5,0) (9,0) (2,3) (7,3)        record, turn
-//     turns 0 to 2     5 9   | 2 7                    marked, by record | not yet
-//     turns 3 and up   2 5 7 9 |
+//     twins by turn    (5,0) (9,0) (3,2) (2,3) (0,5)   record, turn
+//     turns 0 and 1    5 9 | 3 2 0                     marked, by record | not yet
+//     turn 2           3 5 9 | 2 0
+//     turns 3 and 4    2 3 5 9 | 0
+//     turns 5 and up   0 2 3 5 9 |
 //
 // So each turn only runs over the lines that it logs.
 void log_pairs(const char* table, int records, std::span<twin> twins) {

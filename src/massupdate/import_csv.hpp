@@ -10,10 +10,10 @@
 
 #pragma once
 
-// Reads the file at path into kvp_table, a record for each data line, under the keys that ckht read before.
-// Marks each record with the kind of its model. A file that cannot be opened has no records. Without memory
-// the lines are counted, but kvp_table is absent. Returns the number of data lines and stores it in
-// device_count and current_record.
+// Reads the file at path into kvp_table, a record for each data line, under those keys of its
+// header line that akkh accepts, so ckht must have read the unit's own keys. Marks each record with the kind
+// of its model. A file that cannot be opened has no records. Without memory the lines are counted, but
+// kvp_table is absent. Returns the number of data lines and stores it in device_count and current_record.
 int load_import_csv(const char* path);
 
 // Loads the CSV, passes the records to send_csv_to_devices when the flag is above 0, and releases them.

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Reads this unit's serial, without a line end. Leaves `serial` unchanged when the tool cannot be started.
+// Reads this unit's serial, without a line end. Leaves `serial` unchanged when no shell can be started.
 void read_own_serial(fixed_text<64>& serial) {
   fixed_text<64> line;
   if (shell_first_line("astparam g UNIT.SERIAL", line) == first_line::not_started) return;

@@ -1,5 +1,5 @@
 // Mass update: sends every imported record to its unit, one after the other.
-//   answer     "Update Device #%d @ %s Result is %s" for each record that was sent, flushed at once; a line
+//   answer     "Update Device #%d @ %s Result is %s" for each record that was tried, flushed at once; a line
 //              for this unit's own record; none for a record with duplicate data
 //   site log   started anew; a line for each step of each record
 //   takes      up to 15 s a record

@@ -1,5 +1,5 @@
-// Settings that a unit reports under one key and takes under another. Their classes do not matter. script/build writes
-// them into the console's catalogue, too.
+// Settings that a unit reports under one key and takes under another. The unit's model does not matter for
+// them. script/build writes them into the console's catalogue, too.
 
 #pragma once
 

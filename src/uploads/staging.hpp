@@ -4,6 +4,7 @@
 
 #pragma once
 
-// Stops the unit's link and stages the upload. Returns 0 when the complete upload is in the staging file,
-// else -1; a part of it may then be there. Writes nothing into the answer.
+// Stops the unit's link and stages the upload. Returns 0 when all that could be read of the upload is in the
+// staging file: a read error counts as EOF. Else returns -1; a part of it may then be there. Writes nothing
+// into the answer.
 [[nodiscard]] int stage_uploaded_file();

@@ -10,8 +10,8 @@
 #include "base/trace.hpp"
 #include "support/files.hpp"
 
-// The box maps a single uid, so the test cannot make a link of another user. It changes our own uid instead: geteuid
-// is wrapped, and the links then belong to somebody else.
+// The box maps a single uid, so the test cannot make a link of another user. It changes our own uid instead:
+// geteuid is wrapped, and the links then belong to somebody else.
 namespace {
 
 bool is_another_user = false;
@@ -36,7 +36,8 @@ void write_all(const std::string& folder) {
   log.replace("text");
 }
 
-// If it fails, another user of the unit has us overwrite a file through a link, or links of ours are not followed.
+// If it fails, another user of the unit has us overwrite a file through a link, or links of ours are not
+// followed.
 TEST(Links, OurOwnAreFollowedAndThoseOfOthersAreNot) {
   char folder[] = "/tmp/linksXXXXXX";
   ASSERT_NE(mkdtemp(folder), nullptr);

@@ -144,7 +144,8 @@ TEST(CaptureFile, FailuresLeaveAnEmptyList) {
   }
 }
 
-// If it fails, a capture that was cut in transfer is replayed as if it was whole, or changes the request that runs.
+// If it fails, a capture that was cut in transfer is replayed as if it was whole, or changes the request that
+// runs.
 TEST(CaptureFile, EveryCutFailsOrLoadsWholeEntries) {
   const std::string head = capture_head(1);
   const std::string first = entry("a", "1");
@@ -159,7 +160,8 @@ TEST(CaptureFile, EveryCutFailsOrLoadsWholeEntries) {
     EXPECT_EQ(cgiContentLength, length < head.size() ? 7 : 1) << length;
     EXPECT_TRUE(result == cgiEnvironmentSuccess || fields.empty()) << length;
   }
-  // IO, then for each entry success within its name of five bytes and memory after it, or IO in the content of an upload.
+  // IO, then for each entry success within its name of five bytes and memory after it, or IO in the content
+  // of an upload.
   EXPECT_EQ(results, std::string(head.size(), '0') + "2020202020" + std::string(first.size() - 5, '1') +
                          "2121212121" + std::string(second.size() - 10, '1') + "00000" + "22");
 }

@@ -87,8 +87,8 @@ TEST(RecordTable, KeepsWhatIsSet) {
   EXPECT_EQ(records.rows(), 0);
 }
 
-// If it fails, a unit loses settings in the CSV because of where its datagrams end. What counts is the first 2048 bytes
-// up to a zero byte.
+// If it fails, a unit loses settings in the CSV because of where its datagrams end. What counts is the first
+// 2048 bytes up to a zero byte.
 TEST(ArrivingAnswers, PiecesGiveWhatTheWholeTextGives) {
   for (const char* key : {"A", "B", "A&B"}) key_header_table.add(key, 0);
   device_count = 1;

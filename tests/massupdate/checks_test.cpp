@@ -34,8 +34,8 @@ std::string pair_line(const std::string& name, std::size_t i, std::size_t j) {
 
 using unit_texts = std::vector<std::string>;  // unit id, address, serial
 
-// Visits every pair in both orders: marks the second record of an equal pair, and logs it when it is marked by then.
-// A record contains no empty text but for the serial, which is in the last column.
+// Visits every pair in both orders: marks the second record of an equal pair, and logs it when it is marked
+// by then. A record contains no empty text but for the serial, which is in the last column.
 std::string compare_all(const std::vector<unit_texts>& units, std::vector<bool>& marks) {
   std::string log;
   marks.assign(units.size(), false);

@@ -15,7 +15,8 @@ namespace {
 const std::string keys = "UNIT.SERIAL\nIP.ADDRESS\nUNIT.ID\nVW.NAME\n";
 const std::string header = "UNIT.SERIAL,IP.ADDRESS,UNIT.ID,VW.NAME\r\n";
 
-// Units of the site, a row each: the serial, the address 10.77.1.<row>, the faults. Their CSV gives each an id.
+// Units of the site, a row each: the serial, the address 10.77.1.<row>, the faults. Their CSV gives each an
+// id.
 struct site {
   explicit site(const std::string& fault_columns, const lines& rows) {
     std::string units = "UNIT.SERIAL,IP.ADDRESS," + fault_columns + "\r\n";
@@ -74,8 +75,8 @@ lines confirmed(const std::string& reply) {
 
 }  // namespace
 
-// If it fails, a unit that refused counts as updated, or one that took its settings as failed. The first 1500 bytes of a
-// reply count.
+// If it fails, a unit that refused counts as updated, or one that took its settings as failed. The first 1500
+// bytes of a reply count.
 TEST(MassUpdate, ARefusalEndsTheExchange) {
   const std::string x(1489, 'x');
   struct row {

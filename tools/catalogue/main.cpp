@@ -1,5 +1,5 @@
-// Prints console/src/logic/catalogue.js: the program's tables of keys and models, for the console and site(1).
-// script/build writes the file anew.
+// Prints console/src/logic/catalogue.js: the program's tables of keys and models, for the console and
+// site(1). script/build writes the file anew.
 
 #include <cstdio>
 #include <span>

@@ -14,7 +14,7 @@
 #include "base/handles.hpp"
 #include "support/files.hpp"
 
-// If it fails, a parameter that a tool prints is read cut, or that of another tool is.
+// If it fails, a unit's setting is read cut, or one that its tool does not print has the value read before.
 TEST(Shell, FirstLineSaysWhetherOneWasRead) {
   fixed_text<8> line;
   EXPECT_EQ(shell_first_line("echo one; echo two", line), first_line::read);
@@ -34,8 +34,8 @@ TEST(Shell, ChildrenInheritTheStandardDescriptorsOnly) {
   EXPECT_EQ(descriptors.view(), "0  1  2  3\n");
 }
 
-// What a line leaves behind when one of the two ways runs it: its status, its two outputs, and the tool's words and
-// environment. A shell adds variables of its own, which no tool reads.
+// What a line leaves behind when one of the two ways runs it: its status, its two outputs, and the tool's
+// words and environment. A shell adds variables of its own, which no tool reads.
 template <typename Run>
 std::string result_of(Run run, const char* line) {
   write_file("/tmp/out", "before\n");

@@ -40,7 +40,7 @@ texts take(char** array) {
 
 using text_reader = cgiFormResultType (*)(const char* name, char* result, int max);
 
-// Nothing behind the limit is touched, and what is copied is the beginning of the whole copy, all of it unless
+// Nothing after the limit is touched, and what is copied is the beginning of the whole copy, all of it unless
 // the result says that it was cut.
 void check_limits(text_reader copy, const char* name) {
   constexpr int size = 40;

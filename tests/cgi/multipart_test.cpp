@@ -78,8 +78,8 @@ found_text search(cgiBoundary which, const std::string& boundary, const std::str
   return {result, {bytes.begin(), bytes.end()}, rest};
 }
 
-// The same search one byte at a time. Where the bytes differ, the pattern's first one is passed on, and the others wait
-// after those that wait already.
+// The same search one byte at a time. Where the bytes differ, the pattern's first one is passed on, and the
+// others wait after those that wait already.
 found_text search_slowly(const std::string& pattern, std::string waiting, std::string body) {
   const auto read = [&](char& byte) {
     std::string& from = waiting.empty() ? body : waiting;
@@ -130,9 +130,14 @@ TEST(Multipart, BodiesBecomeFields) {
            {"--b\r\nX-" + long_text + ": " + long_text + "\r\ncONTENT-tYPE: text/x\r\n" +
                 part("NAME=a", "1", "content - TYPE:t\n") + "--",
             {0, {{"a", "1", "", "t"}}}},
-           // Only form-data counts, and a blank behind it belongs to it.
+           // Only form-data counts, and a blank after it belongs to it.
            {other + "attachment; name=a\r\n\r\n1\r\n" + other + "form-data ; name=a\r\n\r\n1\r\n--b--",
             {0, {}}},
+           // After a boundary "--" closes the body. Another two bytes with "-" in front belong to the next
+           // part, any others are dropped.
+           {"--b\r\nx", {0, {}}},
+           {"--b-x: y\r\n" + part("name=a", "1") + "xy" + part("name=b", "2") + "--",
+            {0, {{"a", "1"}, {"b", "2"}}}},
        }) {
     for (const std::size_t piece : {0U, 20U}) {
       EXPECT_EQ(decode("b", body, piece), expected) << body << piece;
@@ -151,8 +156,8 @@ TEST(Multipart, AStreamWithoutADescriptorIsReadAll) {
   EXPECT_EQ(take_fields(), (std::vector<field>{{"a", "1"}}));
 }
 
-// If it fails, the fast searches lose or invent bytes of an upload, or end it at a place that only looks like the
-// boundary. In the preamble, a boundary that overlaps such a place is missed on purpose.
+// If it fails, the fast searches lose or invent bytes of an upload, or end it at a place that only looks like
+// the boundary. In the preamble, a boundary that overlaps such a place is missed on purpose.
 TEST(BoundarySearch, FindsWhatTheSlowSearchFinds) {
   std::mt19937 random{19};
   const auto below = [&random](std::size_t limit) { return random() % limit; };

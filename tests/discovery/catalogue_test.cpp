@@ -1,19 +1,52 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "discovery/catalogue_tables.hpp"
 #include "discovery/key_catalogue.hpp"
 #include "discovery/model_catalogue.hpp"
+#include "massupdate/rename_table.hpp"
 
 namespace {
 
 constexpr std::uint16_t every_class = 0x3F0;
 
+// A checksum of texts in their order: FNV-1a, with a line feed after each text.
+std::uint32_t checksum(std::span<const std::string_view> texts) {
+  std::uint32_t sum = 0x811C9DC5;
+  for (const std::string_view text : texts) {
+    for (const char byte : std::string{text} + '\n') {
+      sum = (sum ^ static_cast<unsigned char>(byte)) * 0x01000193;
+    }
+  }
+  return sum;
+}
+
 }  // namespace
 
-// If it fails, a unit counts as another kind, and is sent settings that it does not take. script/check compares the
-// tables themselves with the console's.
+// If it fails, a key or a model is misspelt, missing or in another table. Who changes a table changes what a
+// site is sent, so says so here, too.
+TEST(Catalogue, TablesAreUnchanged) {
+  std::vector<std::string_view> renamed;
+  for (const rename_row& row : rename_table) renamed.insert(renamed.end(), {row.record_key, row.sent_as});
+  EXPECT_EQ(checksum(renamed), 0x06E6D6A7U);
+  EXPECT_EQ(checksum(excluded_keys), 0xB4AF2578U);
+  EXPECT_EQ(checksum(status_keys), 0x8F8E91CDU);
+  EXPECT_EQ(checksum(encoder_keys), 0x4C5EEE53U);
+  EXPECT_EQ(checksum(decoder_keys), 0x1A7F72BBU);
+  EXPECT_EQ(checksum(extended_keys), 0xB54F34F1U);
+  EXPECT_EQ(checksum(second_gen_keys), 0x03326454U);
+  EXPECT_EQ(checksum(decoder_models), 0xAC495B47U);
+  EXPECT_EQ(checksum(encoder_models), 0x92491A5CU);
+  EXPECT_EQ(checksum(wallplate_models), 0xF88B6620U);
+  EXPECT_EQ(checksum(second_gen_models), 0x92C4642FU);
+}
+
+// If it fails, a unit counts as another kind, and is sent settings that it does not take.
 TEST(Models, AreFoundWhateverTheirCase) {
   struct row {
     const char* model;

@@ -40,7 +40,7 @@ TEST(OnePass, FurtherDatagramsGoToTheFileThatTheSearchFinds) {
       // A lone unit whose first "_" is followed by no digit: that reads as file 0.
       {.text = "UNIT.ID=a&IP.STATIC_ADDRESS=10.77.1.1&", .from = "10.77.1.1"},
       {.text = "IP.ADDRESS=more&", .from = "10.77.1.1"},
-      // Two files by now: the name stands in front.
+      // Two files by now: the line that is found starts with the file's name.
       {.text = "UNIT.ID=b&IP.ADDRESS=10.77.1.20&", .from = "10.77.1.20"},
       {.text = "UNIT.ID=bb&", .from = "10.77.1.20"},
       // The address is found in front of the further digit, in the file of another unit.

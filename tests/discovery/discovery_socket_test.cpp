@@ -65,6 +65,16 @@ TEST(DiscoverySocket, ModeReadingsAndBothDatagramsOnTheWire) {
   EXPECT_EQ(discovery_socket, -1);
 }
 
+// If it fails, a collection counts its silences slower or faster, so it lasts longer or misses slow units.
+TEST(DiscoverySocket, ReceivesWaitAHundredMilliseconds) {
+  const discovery_session session;
+  timeval wait{};
+  socklen_t size = sizeof wait;
+  getsockopt(discovery_socket, SOL_SOCKET, SO_RCVTIMEO, &wait, &size);
+  EXPECT_EQ(wait.tv_sec, 0);
+  EXPECT_EQ(wait.tv_usec, 100'000);
+}
+
 // If it fails, a unit that the network cannot reach is missing from the CSV without a trace.
 TEST(DiscoverySocket, AUnicastQueryThatCannotBeSentIsLogged) {
   const discovery_session session;

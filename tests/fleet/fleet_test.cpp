@@ -29,7 +29,7 @@ TEST(UnitsFile, IsReadWithTheQuotesOfAnExport) {
   EXPECT_EQ(read_csv("\"a\"\"b\",\"\"\n\"Room \"1\", left\"\n\n\"Room \"one\" a, b\",x"), rows);
 }
 
-// If it fails, a misspelt fault or option is none, and a test with it shows nothing.
+// If it fails, a misspelt fault or option is ignored: its test passes without the fault.
 TEST(Options, WrongOnesAreRefused) {
   for (const char* wrong :
        {"SIM.DELAY\n1\n", "SIM.SPLIT\n0\n", "SIM.SILENT_AT\nnever\n", "SIM.ADDRESS\n1.2.3\n"}) {

@@ -26,8 +26,8 @@ class fake_network {
   fake_network& operator=(const fake_network&) = delete;
   ~fake_network();
 
-  // The datagrams that reached the group or a unit of the script, in order. Waits until `count` have come, for
-  // at most 5 s.
+  // The datagrams that reached the group or a unit of the script, in order. Waits until `count` have come,
+  // for at most 5 s.
   std::vector<std::string> heard(std::size_t count);
 
  private:
@@ -42,8 +42,9 @@ class fake_network {
   std::thread thread_;
 };
 
-// The unit's own API service at 127.0.0.1, scripted word by word: the n-th message is answered by the n-th list of
-// datagrams, and further ones by silence. The messages stand among the calls of the tools, too, after "api ".
+// The unit's own API service at 127.0.0.1, scripted word by word: the n-th message is answered by the n-th
+// list of datagrams, and further ones by silence. The messages are in the log of the tools' calls, too, after
+// "api ".
 class fake_service {
  public:
   explicit fake_service(std::vector<std::vector<std::string>> replies);

@@ -16,8 +16,8 @@ struct field {
 
 std::ostream& operator<<(std::ostream& out, const field& shown);
 
-// The fields of the request, which is then released: that must leave no temporary file. Each such file must be readable for
-// its owner alone and as long as its entry says.
+// The fields of the request, which is then released: that must leave no temporary file. Each such file must
+// be readable for its owner alone and as long as its entry says.
 std::vector<field> take_fields();
 
 // Appends a field to the request; one with a file name is an upload.

@@ -25,7 +25,7 @@ request get(const std::string& query);
 request post(const std::string& body, const std::string& type = "application/x-www-form-urlencoded");
 request post_file(const std::string& command, const std::string& content, const std::string& name = "f");
 
-// Runs the program to its end. What is done meanwhile is given the number of its process.
+// Runs the program and waits until it exits. `meanwhile` is called with its pid while it runs.
 answer run_program(const request& sent, const std::function<void(pid_t)>& meanwhile = {});
 
 // Starts the program with these descriptors as its standard input and output; the caller closes them.
@@ -57,6 +57,7 @@ inline const std::string undecodable = "Status: 500 Error reading form data\r\n\
 // What the program writes around the body lines of a command.
 std::string page(const std::string& command, const std::string& body);
 
-// The body lines of a command's answer, or of its answer to a GET; the whole of one without the page around it.
+// The body lines of a command's answer, or of its answer to a GET; the whole of one without the page around
+// it.
 std::string body_of(const std::string& command, const std::string& answer);
 std::string body_of(const std::string& command);

@@ -1,4 +1,5 @@
-// Uploads by real web clients through a real web server: the bytes and the name that a client sends are what arrives.
+// Uploads by real web clients through a real web server: the bytes and the name that a client sends are what
+// arrives.
 
 #include <gtest/gtest.h>
 
@@ -14,8 +15,8 @@
 
 namespace {
 
-// The beginnings of the boundaries that the clients make, each broken off, the last one by the real boundary, and
-// bytes of all kinds.
+// The beginnings of the boundaries that the clients make, each broken off, the last one by the real boundary,
+// and bytes of all kinds.
 std::string hard_content() {
   std::string text = "--\r\none\r\ntwo\rthree\n\nfour\r\r\n\n\r";
   for (std::size_t dashes = 0; dashes < 64; ++dashes) text += "\r\n" + std::string(dashes, '-') + "\r";
@@ -59,8 +60,8 @@ TEST_P(Uploads, ArriveByteForByte) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// If it fails, a page of another site commands the unit through its visitor's browser. busybox httpd checks no header, so
-// there the attempts succeed: they are real.
+// If it fails, a page of another site commands the unit through its visitor's browser. busybox httpd checks
+// no header, so there the attempts succeed: they are real.
 TEST(ForeignPage, ReachesNothing) {
   const bool is_guarded = web_server() != "busybox";
   start_web_server();

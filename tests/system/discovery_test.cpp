@@ -85,8 +85,8 @@ TEST(Discovery, TwoPassLeavesEveryFile) {
   EXPECT_EQ(read_file("/tmp/owned"), "(missing)");
 }
 
-// If it fails, units of a large site are missing from the CSV. All first datagrams come before the second ones. No address
-// begins with another one, which the search for a known sender's file would take for it.
+// If it fails, units of a large site are missing from the CSV. All first datagrams come before the second
+// ones. No address begins with another one, which the search for a known sender's file would take for it.
 TEST(Discovery, TwoThousandUnitsAtOnceLoseNothing) {
   constexpr int units = 2047;
   constexpr int charged_bytes = units * 2 * 1280;  // what the system charges for short datagrams

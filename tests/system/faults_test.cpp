@@ -100,8 +100,8 @@ TEST(Tools, ASlowOneLosesNothing) {
   }
 }
 
-// If it fails, a command that needs a file or folder that is missing says nothing, or takes others with it. All of a row
-// are missing at once; /dev/shm, which the box mounts, is unwritable.
+// If it fails, a command that needs a file or folder that is missing says nothing, or takes others with it.
+// All of a row are missing at once; /dev/shm, which the box mounts, is unwritable.
 TEST(Files, MissingOnesAreAnsweredByTheCommandsThatNeedThem) {
   const quick_site site;
   difference_list no_upload;
@@ -155,8 +155,9 @@ TEST(Files, ALinkOfTheUnitIsFollowed) {
   for (const std::string& name : names) EXPECT_NE(read_file("/var/storage/" + name), "") << name;
 }
 
-// If it fails, a signal of the server leaves half a page, or the link stopped: the answer is the usual one, by the usual
-// calls of the tools, or none; where the body may be cut, it may also be the answer to a cut body.
+// If it fails, a signal of the server leaves half a page, or the link stopped: the answer is the usual one,
+// by the usual calls of the tools, or none; where the body may be cut, it may also be the answer to a cut
+// body.
 TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
   const quick_site site;
   std::mt19937 random{17};
@@ -193,8 +194,8 @@ TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
   }
 }
 
-// If it fails, a client runs commands on the unit through a header or a variable. bash, which obeys most of them, is the
-// shell.
+// If it fails, a client runs commands on the unit through a header or a variable. bash, which obeys most of
+// them, is the shell.
 TEST(Environment, TextsAreNeverRun) {
   const quick_site site;
   write_file("/var/evil", "touch /var/owned\n");
@@ -211,7 +212,8 @@ TEST(Environment, TextsAreNeverRun) {
   EXPECT_FALSE(std::filesystem::exists("/var/owned"));
 }
 
-// If it fails, a byte of a request or of a unit's reply starts a program, in one of the two modes of discovery.
+// If it fails, a byte of a request or of a unit's reply starts a program, in one of the two modes of
+// discovery.
 TEST(Environment, AHostileRequestStartsNoOtherProgram) {
   std::vector<lines> clean;
   plant_tool("update_fw.sh", "");
@@ -235,7 +237,8 @@ TEST(Environment, AHostileRequestStartsNoOtherProgram) {
   EXPECT_FALSE(std::filesystem::exists("/var/owned"));
 }
 
-// If it fails, a server that limits its programs (descriptors, stack, file size, closed outputs) gets half an answer.
+// If it fails, a server that limits its programs (descriptors, stack, file size, closed outputs) gets half an
+// answer.
 TEST(Limits, OfAServerLeaveWholeAnswers) {
   const quick_site site;
   const auto differences = [&site](const std::string& shell_prefix) {
@@ -253,7 +256,8 @@ TEST(Limits, OfAServerLeaveWholeAnswers) {
   for (const char* closed : {"exec >&-", "exec 2>&- >&-", "exec > /dev/full"}) {
     EXPECT_EQ(differences(closed), no_answers) << closed;
   }
-  // This shell runs the unit's tools with few descriptors, too: where they run, the link is what it should be.
+  // This shell runs the unit's tools with few descriptors, too: where they run, the link is what it should
+  // be.
   use_shell("bash");
   EXPECT_EQ(differences("ulimit -n 6"), difference_list{});
 }

@@ -1,4 +1,5 @@
-// Requests and clients that come at a bad moment or mean no good: always the given answer, never a hang, no file left.
+// Requests and clients that come at a bad moment or mean no good: always the given answer, never a hang, no
+// file left.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ struct pipe_ends {
 
 }  // namespace
 
-// If it fails, two requests run at once where the process list cannot be read: one without this process.
+// If it fails, two requests change the unit at once while pidof prints nothing, not even this process.
 TEST(Guard, AnEmptyProcessListRefuses) {
   request blind = get("CMD=GET_NODES");
   blind.environment["PATH"] = "/usr/local/bin:/bin";
@@ -56,7 +57,8 @@ TEST(Guard, AnAdmittedRequestRemovesTheUploadsOfKilledOnes) {
   EXPECT_FALSE(std::filesystem::exists("/dev/shm/cgicABC123"));
 }
 
-// If it fails, two requests run at once, or a slow body is cut where the server asked for reads that do not wait.
+// If it fails, two requests run at once, or a slow body is cut where the server asked for reads that do not
+// wait.
 TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   const pipe_ends body{O_NONBLOCK};
   const int out = open("/tmp/first.answer", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -68,7 +70,8 @@ TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   EXPECT_EQ(read_file("/tmp/first.answer"), page("GET_NODES", "No Nodes Detected\n"));
 }
 
-// If it fails, a client that asks again as soon as it has its answer is refused: the first process is still there.
+// If it fails, a client that asks again as soon as it has its answer is refused: the first process is still
+// there.
 TEST(Guard, ARequestRightAfterAnotherIsServed) {
   request cut = post("CMD=GET_NODES");
   cut.environment["CONTENT_LENGTH"] = "100";
@@ -105,14 +108,15 @@ TEST(Hostile, AnAnnouncedLengthBeyondTheMemoryIsADecodingFailure) {
   std::string text;
   for (int i = 0; i < 6'000'000; ++i) text += "a&";
   request fields = post(text);
-  // The sanitizer needs an address space of its own; there its own limit stands for the small unit's memory.
+  // The sanitizer needs an address space of its own; there its own limit replaces that of the small unit.
   if (is_sanitized()) fields = huge;
   if (!is_sanitized()) huge.shell_prefix = fields.shell_prefix = "ulimit -v 131072; exec";
   EXPECT_EQ(run_program(huge).out, undecodable);
   EXPECT_EQ(run_program(fields).out, undecodable);
 }
 
-// If it fails, a tool that never stops writing runs for ever, because it inherited how the server treats SIGPIPE.
+// If it fails, a tool that never stops writing runs for ever, because it inherited how the server treats
+// SIGPIPE.
 TEST(Hostile, ATalkativeToolEndsEvenWhereTheServerIgnoresAndBlocksPipes) {
   plant_tool("qelparam", "while true; do echo 64; done");
   sigset_t pipes;

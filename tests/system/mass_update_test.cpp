@@ -57,7 +57,7 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   write_file("/tmp/1000000.csv", many);
   request update = get("CMD=PERFORM_CSV_UPDATE");
   update.environment["ASAN_OPTIONS"] = "allocator_may_return_null=1:max_allocation_size_mb=64";
-  // The sanitizer needs an address space of its own; there its own limit stands for the small unit's memory.
+  // The sanitizer needs an address space of its own; there its own limit replaces that of the small unit.
   if (!is_sanitized()) update.shell_prefix = "ulimit -v 262144; exec";
   for (const std::string records : {"2", "1000000"}) {
     std::filesystem::rename("/tmp/" + records + ".csv", "/tmp/import.csv");
@@ -67,7 +67,8 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   EXPECT_EQ(orders(), "");
 }
 
-// If it fails, a noisy unit's datagrams decide the results of the rows after it: three count, for its own row.
+// If it fails, a noisy unit's datagrams decide the results of the rows after it: three count, for its own
+// row.
 TEST(MassUpdate, AStrangersNoiseStaysWithItsRow) {
   std::string flood;
   for (int i = 0; i < 300; ++i) flood += "|API=SUCCESS";

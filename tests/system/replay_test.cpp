@@ -72,7 +72,7 @@ TEST(ReplayTool, PrintsWhatItFindsOrWhatWentWrong) {
   for (const auto& [arguments, output] : std::map<std::string, std::string>{
            {"", "cgi-replay: usage: cgi-replay FILE [PROGRAM [ARGUMENT...]]\n2\n"},
            {"/tmp/other", "cgi-replay: /tmp/other is no capture file of this version\n1\n"},
-           {"/tmp/short", "cgi-replay: /tmp/short cannot be opened or read to its end\n1\n"},
+           {"/tmp/short", "cgi-replay: /tmp/short cannot be opened or read completely\n1\n"},
            {"/tmp/nameless",
             "CONTENT_LENGTH=0\n\nu: upload of 2 bytes, file name \"\", content type \"\"\n0\n"},
            {"/tmp/nameless ls /proc/self/fd", "0\n1\n2\n3\n0\n"},  // 3 is the folder itself

@@ -9,8 +9,8 @@
 
 #include "support/quick_site.hpp"
 
-// If it fails, a request is not served, or a text in it does more than appear in the page and the log. A log line is as
-// long as when a command line of 255 characters wrote it.
+// If it fails, a request is not served, or a text in it does more than appear in the page and the log. A log
+// line is as long as when a command line of 255 characters wrote it.
 TEST(Smoke, OneRequestFromStartToExit) {
   const std::string sent = "%24(touch+/tmp/owned)%3b%60reboot%60%22'\\n%25s%7c%26" + std::string(5000, 'q');
   const std::string command = "$(touch /tmp/owned);`reboot`\"'\\n%s|&" + std::string(5000, 'q');
@@ -27,7 +27,8 @@ TEST(Smoke, OneRequestFromStartToExit) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// If it fails, a command answers something else, or the unit's tools are called otherwise or in another order.
+// If it fails, a command answers something else, or the unit's tools are called otherwise or in another
+// order.
 TEST(Smoke, EveryCommandAnswersAndCallsItsTools) {
   const std::string stop = "ast_send_event -1 e_stop_link\n";
   const std::string reconnect = "ast_send_event -1 e_reconnect\n";

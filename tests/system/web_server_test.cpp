@@ -1,4 +1,4 @@
-// The program behind a real web server, asked by a real client.
+// The program started by a real web server, asked by a real client.
 
 #include <gtest/gtest.h>
 
@@ -37,7 +37,7 @@ TEST_F(WebServer, PassesUrlEncodedBodiesAndStatusesOn) {
             "500");
 }
 
-// If it fails, a command's page is not the same behind a web server.
+// If it fails, a web server changes a command's page.
 TEST_F(WebServer, PassesEveryCommandOn) {
   const quick_site site;
   plant_tool("update_fw.sh", "sleep 0.1");
@@ -175,7 +175,8 @@ TEST_F(WebServer, MakesTheEchoedCommandHarmless) {
   EXPECT_NE(headers.find("X-Content-Type-Options: nosniff"), std::string::npos) << headers;
 }
 
-// If it fails, requests at once get half pages. All may be refused; those that are ask again one after the other.
+// If it fails, requests at once get half pages. All may be refused; those that are ask again one after the
+// other.
 TEST_F(WebServer, TwentyAtOnceGetACompletePageOrTheRefusal) {
   write_file("/tmp/refusal", refusal(busy_message).substr(refusal("").find("<HTML>")));
   const std::string ask = "curl -s -o /tmp/answer.$i '" + url + "?CMD=CHECK_IMPORT_CSV_STATUS'";

@@ -79,7 +79,7 @@ TEST(LiveRequest, RandomRequestsAreDecodedToTheSameFields) {
     for (char& byte : text) byte = letters[random() % letters.size()];
     return text;
   };
-  // A text that came out of a header holds either mark, never both, nor begins with a quote.
+  // A text that came out of a header contains ";" or quotes, never both, and does not begin with a quote.
   const auto header_text = [&](std::size_t longest) {
     return random() % 2 == 0 ? text_of("ab;=: \t\\", longest) : "x" + text_of("ab\"=: \t\\", longest);
   };

@@ -16,7 +16,8 @@ const std::string timed_out = "&HANDLER=INTERNAL_REPLY_ERROR_x:-1_errno:11";
 
 }  // namespace
 
-// If it fails, an EDID upload misses a failure that the API reported late, or waits for datagrams that never come.
+// If it fails, an EDID upload misses a failure that the API reported late, or waits for datagrams that never
+// come.
 TEST(LocalApi, RepliesContinueAfterAnAmpersandForUpToFiveDatagrams) {
   const std::string full(1500, 'f');
   const std::string whole = std::string(1499, 'w') + "&";
@@ -43,7 +44,7 @@ TEST(LocalApi, RepliesContinueAfterAnAmpersandForUpToFiveDatagrams) {
   for (std::size_t i = 0; i < rows.size(); ++i) {
     messages.push_back("message " + std::to_string(i));
     EXPECT_EQ(send_local_api_command(messages.back()), rows[i].result) << i;
-    // Successive replies stand directly one behind the other, up to the limit of the text.
+    // Replies follow each other without anything in between, up to the limit of the text.
     replies = (replies + rows[i].reply).substr(0, 4095);
     EXPECT_EQ(api_reply_text.view(), replies) << i;
   }

@@ -112,7 +112,7 @@ std::string failure_text(cgiEnvironmentResultType result) {
     case cgiEnvironmentMemory:
       return "ends inside an entry, or is too large";
     default:
-      return "cannot be opened or read to its end";
+      return "cannot be opened or read completely";
   }
 }
 

@@ -16,6 +16,9 @@ import { answers, ask, hadMemory, md5, result, send, shell, urls } from './machi
 const leftovers = 'ls /dev/shm | grep -v "^fw.tar.gz$\\|^uf"';
 const edid = Buffer.concat([Buffer.from('00ffffffffffff00', 'hex'), Buffer.alloc(248, 7)]);
 
+// An update of the test before this one may not have noticed yet that its file is no archive.
+const updateEnds = () => shell(1, 'while pidof update_fw.sh > /dev/null; do sleep 1; done');
+
 // The box's unit with the same neighbours. Returns a procedure like `ask`, and one that ends it.
 async function openBox() {
   const shared = mkdtempSync(join(tmpdir(), 'booted-'));
@@ -77,6 +80,7 @@ test('every command answers with the bytes of the box', async () => {
 test('the link is stopped first and reconnected last, also for a client that leaves', async () => {
   const events = () =>
     shell(1, "grep -h ast_send /var/log/tools.log | sed 's/.* //' | tr '\\n' ' '; cat /var/link");
+  await updateEnds();
   await shell(1, ': > /var/log/tools.log');
   await ask('GET_NODES');
   assert.equal(await events(), 'e_stop_link e_reconnect running\n');
@@ -116,8 +120,7 @@ test('an upload that does not fit is refused and leaves nothing; firmware of 16 
 });
 
 test('after a firmware update the unit restarts', async () => {
-  // The update before this one still finds out that it has no archive.
-  await shell(1, 'while pidof update_fw.sh > /dev/null; do sleep 1; done');
+  await updateEnds();
   await shell(1, 'cd /tmp && echo new > version && tar -czf fw.tar.gz version');
   const archive = Buffer.from(await shell(1, 'base64 /tmp/fw.tar.gz'), 'base64');
   const before = Number(await shell(1, 'cut -d. -f1 /proc/uptime'));

@@ -39,7 +39,8 @@ const states = async () =>
 async function cell(serial, column) {
   const box = page.getByRole('region', { name: 'Settings to send' });
   const find = async (wanted, place) => {
-    for (let left = 0; (await wanted.count()) === 0; left = (left + 500) % 5000) {
+    for (let left = 0; (await wanted.count()) === 0; left += 500) {
+      assert.ok(left <= 5000, `no ${serial}, or no ${column}`);
       await box.evaluate((element, to) => element.scrollTo(to, 0), left);
       await page.waitForTimeout(100);
     }

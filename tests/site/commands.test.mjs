@@ -56,7 +56,7 @@ test('a wrong command line sends nothing and ends with 64', async () => {
   assert.match((await site('--help')).out, /site apply FILE URL/);
 });
 
-test('a refusal with bare line feeds in its header, as busybox httpd passes it on, is a refusal', async () => {
+test('a refusal with bare line feeds in its header, as busybox httpd passes it on, is a refusal', async (context) => {
   const refusal =
     'HTTP/1.1 200 OK\r\nContent-type: text/html,\n\n' +
     '<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 ' +
@@ -65,8 +65,8 @@ test('a refusal with bare line feeds in its header, as busybox httpd passes it o
   await new Promise((resolve) => {
     unit.listen(0, '127.0.0.1', resolve);
   });
+  context.after(() => unit.close());
   const { events } = await siteJson('discover', `127.0.0.1:${unit.address().port}`, '--wait', '0');
-  unit.close();
   assert.equal(events.find(({ event }) => event === 'error')?.kind, 'updating');
 });
 

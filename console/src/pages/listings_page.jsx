@@ -64,7 +64,8 @@ function Result({ result: { columns, rows, addressAt: place, note, text, csv } }
               <tr key={at}>
                 {row.map((cell, column) => (
                   <td key={column}>
-                    {visible(cell)} <OwnMark when={column === place && cell === ownAddress} />
+                    {visible(cell)}
+                    <OwnMark when={column === place && cell === ownAddress} />
                   </td>
                 ))}
               </tr>

@@ -180,15 +180,17 @@ export function EditGrid(grid) {
   const box = useRef(null);
   const { row, column } = active;
   const all = useMemo(() => [{ key: 'number', title: '#', width: 20 }, ...columns], [columns]);
-  useScrollTo(box, activeId, row, column + 1, edgesOf(all));
+  const bringActive = useScrollTo(box, activeId, row, column + 1, edgesOf(all));
   const selection = selectionOf(active);
   // Keys that come before the input has the focus follow the one that opened it.
-  const start = (text, more = false) =>
-    canEdit(column) &&
+  const start = (text, more = false) => {
+    if (!canEdit(column)) return;
+    bringActive(); // the input is in the page only with its cell
     setEditing((open) => {
       if (!open) return { row, column, text };
       return more ? { ...open, text: open.text + text } : open;
     });
+  };
   const save = (at, place, text) => {
     setEditing(null);
     if (text !== null && text !== (rows[at].cells[place] ?? '')) edit([[at, place, text]]);

@@ -28,7 +28,7 @@ export function Matrix({ label, corner, rows, columns, crossing, active, activat
     [columns],
   );
   const [top, bottom] = useRowsInSight(box, rows.length);
-  const [left, right] = useColumnsInSight(box, edges, 1).map((place) => place - 1);
+  const [left, right] = useColumnsInSight(box, edges, true, 1).map((place) => place - 1);
   useScrollTo(box, activeId, active.row, active.column + 1, edges);
   const onKeyDown = (event) => {
     const next = moved(active, event.key, rows.length, columns.length);

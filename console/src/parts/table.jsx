@@ -4,7 +4,6 @@ import { useLayoutEffect, useMemo, useRef, useState } from 'preact/hooks';
 
 // Pixels of a row, as in console.css: fingers need more than a mouse.
 export const rowHeight = matchMedia('(pointer: coarse)').matches ? 44 : 28;
-const spare = 6; // items beyond those in sight, on both sides
 
 // Whether the page is being printed.
 function usePrinting() {
@@ -23,10 +22,12 @@ function usePrinting() {
 }
 
 // Which of `count` items are in the page: those that `find(element)` says are in sight of a scrolling element, [first, end],
-// and some beside them. `guess` are those before the element is there; `deps` change when other items are meant.
+// and `spare` ones on both sides; all of them where there is no `find`. `guess` are those before the element is there; `deps`
+// change when other items are meant.
 function useInSight(box, count, spare, guess, find, deps = []) {
   const [range, setRange] = useState(guess);
   useLayoutEffect(() => {
+    if (!find) return undefined;
     const element = box.current;
     const look = () => {
       const [first, end] = find(element);
@@ -42,8 +43,8 @@ function useInSight(box, count, spare, guess, find, deps = []) {
       element.removeEventListener('scroll', look);
     };
   }, deps);
-  // Paper has no scroll bar.
-  if (usePrinting()) return [0, count];
+  const printing = usePrinting(); // paper has no scroll bar
+  if (!find || printing) return [0, count];
   return [Math.max(0, Math.min(range[0], count)), Math.min(count, range[1])];
 }
 
@@ -61,8 +62,9 @@ export const edgesOf = (columns) =>
 const narrow = 6; // pixels of a character, in any font
 
 // The columns in sight, [first, end], of those after the first one, which is always in sight. `edges` are where each one
-// begins, and where the last one ends, in any unit; `least` is how many pixels it has at least.
-export function useColumnsInSight(box, edges, least = narrow) {
+// begins, and where the last one ends, in any unit; `least` is how many pixels it has at least. All columns of a table that is
+// not `wide` count as in sight.
+export function useColumnsInSight(box, edges, wide, least = narrow) {
   const width = edges.at(-1);
   const count = edges.length - 1;
   const between = (from, to) => {
@@ -74,17 +76,17 @@ export function useColumnsInSight(box, edges, least = narrow) {
     const scale = element.firstElementChild.offsetWidth / width;
     return between(element.scrollLeft / scale + edges[1], (element.scrollLeft + element.clientWidth) / scale);
   };
-  const [first, end] = useInSight(box, count, 3, between(0, innerWidth / least), find, [edges]);
+  const [first, end] = useInSight(box, count, 3, between(0, innerWidth / least), wide && find, [edges]);
   return [Math.max(1, first), end];
 }
 
 // Where to scroll from `at`, no further than needed, to see what is between `start` and `end` in a window of `length`.
 const nearest = (at, length, start, end) => (start < at ? start : Math.max(at, end - length));
 
-// Brings a cell into sight whenever it is another one. It is known by its id; one that is not in the page yet is met by
-// its row, and by its place among the `edges` of columns.
+// Brings a cell into sight whenever it is another one. It is known by its id; one that is not in the page yet is found by
+// its row, and by its place among the `edges` of columns. Returns the procedure that does so at another time.
 export function useScrollTo(box, id, row, place, edges) {
-  useLayoutEffect(() => {
+  const bring = () => {
     const cell = document.getElementById(id);
     if (cell) {
       cell.scrollIntoView({ block: 'nearest', inline: 'nearest' });
@@ -99,7 +101,9 @@ export function useScrollTo(box, id, row, place, edges) {
       nearest(element.scrollLeft, element.clientWidth - names, start - names, end - names),
       nearest(element.scrollTop, element.clientHeight - head, top, bottom),
     );
-  }, [row, place]);
+  };
+  useLayoutEffect(bring, [row, place]);
+  return bring;
 }
 
 function SortableHead({ column, place, sort, onSort }) {
@@ -147,8 +151,7 @@ export function Table({
   const box = boxRef ?? ownBox;
   const edges = useMemo(() => edgesOf(columns), [columns]);
   const [top, bottom] = useRowsInSight(box, rows.length);
-  const seen = useColumnsInSight(box, edges);
-  const [left, right] = wide ? seen : [1, columns.length];
+  const [left, right] = useColumnsInSight(box, edges, wide);
   const focus = role === 'grid' ? {} : { tabIndex: 0 };
   const across = (renderCell) => [
     <SpaceBeside key="before" columns={left - 1} />,
@@ -197,7 +200,8 @@ export function fittingWidth(title, texts) {
   const counts = Array(widest).fill(0); // of texts that are so long; the longest ones are not counted
   for (const { length } of texts) if (length < widest) counts[length] += 1;
   let long = 0;
-  for (let left = Math.floor(texts.length * 0.98); long < widest && left >= counts[long]; ++long)
-    left -= counts[long];
+  if (texts.length > 0)
+    for (let left = Math.floor(texts.length * 0.98); long < widest && left >= counts[long]; ++long)
+      left -= counts[long];
   return Math.max(6, Math.min(widest, Math.max(title.length * 1.15 + 3, long) + 2));
 }

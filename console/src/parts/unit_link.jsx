@@ -6,7 +6,14 @@ import { texts } from '../texts.js';
 
 export const isOwn = (unit, ownSerial) => ownSerial !== '' && unit.values['UNIT.SERIAL'] === ownSerial;
 
-export const OwnMark = ({ when }) => (when ? <span class="mark own">{texts.thisUnit}</span> : null);
+// With the blank between it and what it marks.
+export const OwnMark = ({ when }) =>
+  when ? (
+    <>
+      {' '}
+      <span class="mark own">{texts.thisUnit}</span>
+    </>
+  ) : null;
 
 // The name as a text, for places where no link can be.
 export const titleOf = (unit, ownSerial) =>

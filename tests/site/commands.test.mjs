@@ -2,15 +2,15 @@
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { mkdirSync, mkdtempSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { settledPlaces } from '../../tools/site/src/apply.js';
 import { commands, options } from '../../tools/site/src/command_line.js';
-import { readOpenBatch } from '../../tools/site/src/run.js';
-import { readRun, runOf } from '../../tools/site/src/run_store.js';
+import { Run, readOpenBatch } from '../../tools/site/src/run.js';
+import { continueRun, readRun, runOf } from '../../tools/site/src/run_store.js';
 import { readSite } from '../../console/src/logic/site.js';
 import { compareSettings } from '../../tools/site/src/verify.js';
 import { site, siteJson, startSite } from './site.mjs';
@@ -68,6 +68,36 @@ test('a refusal with bare line feeds in its header, as busybox httpd passes it o
   context.after(() => unit.close());
   const { events } = await siteJson('discover', `127.0.0.1:${unit.address().port}`, '--wait', '0');
   assert.equal(events.find(({ event }) => event === 'error')?.kind, 'updating');
+});
+
+// A discovery stops the video of the unit that is asked, for nothing if its result is lost.
+test('a file that cannot be read or written is named before any unit is asked', async (context) => {
+  let asked = 0;
+  const unit = createServer((client) => {
+    asked += 1;
+    client.on('error', () => {}).end();
+  });
+  await new Promise((resolve) => {
+    unit.listen(0, '127.0.0.1', resolve);
+  });
+  context.after(() => unit.close());
+  const address = `127.0.0.1:${unit.address().port}`;
+  const none = join(folder, 'none', 'file');
+  const table = [
+    [['upload', 'csv', none, address], `${none} cannot be read (ENOENT).`],
+    [['discover', address, '-o', none], `${none} cannot be written (ENOENT).`],
+    [['discover', address, '-o', folder], `${folder} cannot be written (EISDIR).`],
+    [['discover', address, address, '-o', now], `${now} cannot be written (EEXIST).`],
+  ];
+  for (const [words, text] of table) {
+    const { status, events } = await siteJson(...words);
+    assert.deepEqual([status, events[0].text, asked], [3, text, 0], words.join(' '));
+  }
+  // A discovery that fails leaves a file as it is, and makes none.
+  const before = readFileSync(now, 'utf8');
+  for (const path of [now, join(folder, 'new.csv')])
+    assert.equal((await site('discover', address, '--wait', '0', '-o', path)).status, 3);
+  assert.deepEqual([readFileSync(now, 'utf8'), existsSync(join(folder, 'new.csv'))], [before, false]);
 });
 
 test('a check ends with 0, 1 for what is held back or doubtful, 2 for faults', async () => {
@@ -180,7 +210,12 @@ test('a run that was cut off tells what was sent and what is not known', async (
     events.map(({ serial, state }) => `${serial} ${state}`),
     ['S1 ok', 'S2 unknown', 'S3 unsent', 'S4 unsent'],
   );
-  const tally = { ok: 1, fail: 0, skipped: 0, unsent: 2, unknown: 1 };
+  // What is found out later is not lost in the line that the power cut short.
+  const journal = continueRun(head.id);
+  journal.add({ row: 1, state: 'fail', reason: 'refused' });
+  journal.close();
+  assert.equal(statesOf(readRun(head.id)), 'ok fail unsent unsent');
+  const tally = { ok: 1, fail: 1, skipped: 0, unsent: 2, unknown: 0 };
   const about = { event: 'run', run: head.id, started: '', url: 'http://unit', file: 'f', of: '' };
   writeFileSync(join(folder, 'site', '20261125-130000-0abc.jsonl'), '{"id":"20261125-13'); // before anything was sent
   assert.deepEqual((await siteJson('runs')).events, [{ ...about, ...tally }]);
@@ -191,6 +226,25 @@ test('a run that was cut off tells what was sent and what is not known', async (
   });
   const { status, events: listed } = await none.ended;
   assert.deepEqual([status, listed[0].text], [3, 'There is no run yet.']);
+});
+
+// A person who has said yes to a change is not asked the same again before the next batch.
+test('changes that were accepted are no changes any more', async () => {
+  const all = rows.map((row) => ({ ...row, was: row.id, old: { 'VW.NAME': 'Room' } }));
+  const lines = rows.map(({ serial }) => `${serial},RX610,${serial === 'S1' ? 'NEW' : ''},Hall,\r\n`);
+  const text = `UNIT.SERIAL,UNIT.MODEL,UNIT.ID,VW.NAME,\r\n${lines.join('')}`;
+  const run = new Run(null, { rows: all, text, seen: [], date: '' }, true);
+  // The id that S1 would get is taken now, S2 has another name, S4 is gone.
+  const found = ['S1,DEC-1,RX610,Room', 'S2,DEC-2,RX610,Theirs', 'S3,DEC-3,RX610,Room', 'S9,NEW,RX610,Room'];
+  const site = readSite(['UNIT.SERIAL,UNIT.ID,UNIT.MODEL,VW.NAME', ...found].join('\r\n'));
+  const unit = { wait: 0, readStatic: async () => null, discover: async () => site };
+  const changes = await run.compareAgain(unit);
+  assert.deepEqual(
+    changes.map(({ at, key, code }) => `${at} ${key ?? code}`),
+    ['1 VW.NAME', '3 gone', '0 id-taken'],
+  );
+  run.accept(changes);
+  assert.deepEqual(await run.compareAgain(unit), []);
 });
 
 test('the site log of another update tells nothing of a batch', async () => {

@@ -5,8 +5,9 @@ import { preflight } from '../../../console/src/logic/preflight.js';
 import { draftOf } from '../../../console/src/logic/unit_csv.js';
 import { texts } from '../../../console/src/texts.js';
 import { UsageError } from './command_line.js';
+import { readFile } from './files.js';
 import { canAsk, clearProgress, confirm, event, line, notSent, notice, table } from './output.js';
-import { changesNothing, draftFromBytes, planOf, readFile, tellPlan } from './plan.js';
+import { changesNothing, draftFromBytes, planOf, tellPlan } from './plan.js';
 import { Run, readOpenBatch, runRow, tallyOf, tallyText, tellResult } from './run.js';
 import { allRuns, continueRun, newRun, readRun } from './run_store.js';
 import { status } from './status.js';
@@ -86,7 +87,11 @@ async function consentAgain(run, changes, options) {
     if (options.json) event('outdated', { row: number, serial, id, ...change, text });
     else line(`${id || serial}: ${text}`);
   }
-  if (!options.yes) return (await confirm(`${words.paused.changed} Go on?`)) ? status.good : status.declined;
+  if (!options.yes) {
+    if (!(await confirm(`${words.paused.changed} Go on?`))) return status.declined;
+    run.accept(changes);
+    return status.good;
+  }
   notSent(`Not sent: ${words.paused.changed}`, options.json);
   return status.faults;
 }

@@ -2,7 +2,8 @@
 
 import { UsageError } from './command_line.js';
 import { forEachUnit } from './discover.js';
-import { draftFromBytes, planOf, readFile, siteFromFile, statusOf, tellPlan } from './plan.js';
+import { readFile } from './files.js';
+import { draftFromBytes, planOf, siteFromFile, statusOf, tellPlan } from './plan.js';
 
 async function siteFor(address, options) {
   if (options.against) return { site: siteFromFile(options.against) };

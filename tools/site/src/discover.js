@@ -5,6 +5,7 @@ import { join } from 'node:path';
 import { texts } from '../../../console/src/texts.js';
 import { writeSpreadsheet } from '../../../console/src/logic/spreadsheet_csv.js';
 import { UsageError } from './command_line.js';
+import { openOutput, withFile } from './files.js';
 import { event, notice, table, write } from './output.js';
 import { status } from './status.js';
 import { Unit, accessOf, explain, kindOf } from './unit.js';
@@ -98,10 +99,20 @@ function showTable(found, several) {
 
 const fileName = (url) => `${url.replace(/^http:\/\//, '').replace(/[^A-Za-z0-9.-]/g, '_')}.csv`;
 
-// Each site into a file of its own where there are several.
-function writeFiles(found, several, format, path) {
-  if (!several) return writeFileSync(path, csvOf(found, false, format));
-  for (const one of found) writeFileSync(join(path, fileName(one.url)), csvOf([one], false, format));
+// A file for one site, a folder with a file each for several. Returns {write(found), drop()}.
+function openPlace(path, several, format) {
+  if (!several) {
+    const { write: put, drop } = openOutput(path);
+    return { write: (found) => put(csvOf(found, false, format)), drop };
+  }
+  withFile(path, 'written', () => mkdirSync(path, { recursive: true }));
+  const write = (found) => {
+    for (const one of found) {
+      const file = join(path, fileName(one.url));
+      withFile(file, 'written', () => writeFileSync(file, csvOf([one], false, format)));
+    }
+  };
+  return { write, drop: () => {} };
 }
 
 export async function discover(addresses, options) {
@@ -111,15 +122,23 @@ export async function discover(addresses, options) {
   if (options.output && !['csv', 'spreadsheet'].includes(format))
     throw new UsageError('--output writes csv or spreadsheet');
   const several = addresses.length > 1;
-  if (several && options.output) mkdirSync(options.output, { recursive: true });
-  const { results, result } = await forEachUnit(addresses, options, async (unit) => {
-    const site = await unit.discover();
-    tell(unit.url, site, options.json);
-    return { url: unit.url, site };
-  });
-  const found = results.filter(Boolean);
+  // Before a unit is asked: a discovery stops its video.
+  const place = options.output && openPlace(options.output, several, format);
+  let found = [];
+  let result;
+  try {
+    const ended = await forEachUnit(addresses, options, async (unit) => {
+      const site = await unit.discover();
+      tell(unit.url, site, options.json);
+      return { url: unit.url, site };
+    });
+    found = ended.results.filter(Boolean);
+    ({ result } = ended);
+  } finally {
+    if (found.length === 0) place?.drop();
+  }
   if (found.length === 0) return result;
-  if (options.output) writeFiles(found, several, format, options.output);
+  if (place) place.write(found);
   else if (!options.json && format === 'table') showTable(found, several);
   else if (!options.json) write(csvOf(found, several, format));
   return result;

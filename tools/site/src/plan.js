@@ -1,25 +1,16 @@
 // What a file of settings would do to a site: the console's checks, said at a shell.
 
-import { readFileSync } from 'node:fs';
 import { readDraft } from '../../../console/src/logic/draft.js';
 import { gatherProblems, preflight } from '../../../console/src/logic/preflight.js';
 import { readSite } from '../../../console/src/logic/site.js';
 import { texts } from '../../../console/src/texts.js';
+import { readFile } from './files.js';
 import { event, line, table } from './output.js';
 import { status } from './status.js';
 
 const words = texts.configure;
 const mostProblems = 100; // that are listed one by one
 const mostRanges = 12; // of rows, in one line of the list
-
-// Reads a file that a command line names.
-export function readFile(path) {
-  try {
-    return readFileSync(path);
-  } catch ({ code }) {
-    throw new Error(`${path} cannot be read (${code}).`);
-  }
-}
 
 export const draftFromBytes = (bytes, site) => readDraft(bytes, site.text, site.keys);
 

@@ -1,5 +1,5 @@
-// A mass update from this side: the rows go to the unit in batches, which it sends to their units; the site log and the
-// answer tell what becomes of each. The unit cannot stop an update, so stopping is done between batches.
+// A mass update from this side: the unit is sent the rows in batches, and sends each row to its unit. What becomes of a row is
+// read in the site log and in the unit's answer. The unit cannot stop an update, so a run stops between batches only.
 
 import { failureOf } from '../../../console/src/logic/answer.js';
 import { changesSince, csvOf, tallyOf as countStates, waiting } from '../../../console/src/logic/run.js';
@@ -31,13 +31,14 @@ const reasonTexts = {
   stopped: 'the run was stopped before its turn',
 };
 
-// By which a site log is known again as long as nothing writes to it.
+// Two readings of a site log with the same age are the same log: nothing has written to it between them.
 const ageOf = (file) => (file ? `${file.modified} ${file.bytes.length}` : '');
 
 // Whether a log has been written to since it was of `age`, or since `date`, by the unit's clock.
 const isNewer = (log, { age, date }) => ageOf(log) !== age && !(Date.parse(log.modified) <= Date.parse(date));
 
 const mostCompared = 10; // times in a row that another update precedes a batch, until it is given up
+const longestReturn = 60_000; // milliseconds for units to answer that another update has restarted
 
 // What is kept of a row, sent again when that is wanted, and compared with the site before it is sent.
 export function runRow({ number, values, unit, settings, cells }) {
@@ -75,9 +76,9 @@ export function tellResult(id, row, { state, reason }, json) {
   line(`${symbols[state] ?? '–'} ${said.join('  ')}`);
 }
 
-// Reads the site log until `over()`, and then until it tells of all records: a web server may know the size that a file had
-// a second ago. The log that was there `before` does not count, be it a little longer by now: the unit discovers for seconds
-// before it begins a new one. Returns when it was first read after `over()`, by the unit's clock.
+// Reads the site log again and again until `over()`, and then until it has the end of every record, since a web server may
+// still know a size of a second ago. The unit discovers for seconds before it begins a new log; until then the log of `before`
+// is there, which is left out. Returns the time of the first reading after `over()`, by the unit's clock.
 async function followSiteLog(unit, before, over, show) {
   let text = '';
   let length = 0;
@@ -228,7 +229,7 @@ class Batch {
 }
 
 // What is known of the rows of a run, as it goes on.
-//   compared  {age, date}: a site log that is not newer tells of nothing that the plan does not know
+//   compared  {age, date}: a site log that is newer is of another update, after the site was compared with the plan
 //   seen      the problems that were shown
 export class Run {
   constructor(journal, { rows, text, seen, date }, json) {
@@ -253,14 +254,30 @@ export class Run {
     return this.records.filter(({ state }) => state === 'fail' || state === 'unknown').length;
   }
 
+  // A person goes on with these changes: they are no news any more. A unit that is gone is not waited for again.
+  accept(changes) {
+    for (const { at, key, now, code, detail } of changes) {
+      const row = this.rows[at];
+      if (key) row.old[key] = now;
+      else if (code === 'gone') row.was = '';
+      else this.seen.push(code + detail);
+    }
+  }
+
   // Compares what is not sent yet with the site as it is now, once the units that restart are back. Returns what has changed
   // since the plan was made, as the console's runs have it.
   async compareAgain(unit) {
     const places = [...this.rows.keys()].filter((at) => this.records[at].state === 'unsent');
     const log = await unit.readStatic(siteLogFile);
+    const longest = Math.min(unit.wait, longestReturn);
+    if (!this.json)
+      notice(
+        `Another update has run. Discovering again, for up to ${longest / 1000} s until all units of the plan answer…`,
+      );
     const site = await discoverAll(
       unit,
       places.map((at) => this.rows[at]).filter(({ was }) => was),
+      longest,
     );
     this.compared = { age: ageOf(log), date: site.modified };
     const rows = this.rows.map(({ serial, was, settings, old }) => ({

@@ -34,6 +34,10 @@ class Journal {
     writeSync(this.#file, `${JSON.stringify(entry)}\n`);
   }
 
+  endLine() {
+    writeSync(this.#file, '\n');
+  }
+
   // Before anything is sent, it is on the disk that it may have been.
   begin(from, to, before) {
     this.add({ begin: [from, to], before });
@@ -57,7 +61,12 @@ export function newRun(head) {
   return journal;
 }
 
-export const continueRun = (id) => new Journal(id, 'a');
+// The line that was being written when the power went gets its end, so that the next one is a line of its own.
+export function continueRun(id) {
+  const journal = new Journal(id, 'a');
+  if (!readFileSync(pathOf(id), 'utf8').endsWith('\n')) journal.endLine();
+  return journal;
+}
 
 function entriesOf(path) {
   const entries = [];

@@ -5,8 +5,8 @@ import { texts } from '../../../console/src/texts.js';
 import { RequestFailure, RequestQueue } from '../../../console/src/logic/request_queue.js';
 import { readSite } from '../../../console/src/logic/site.js';
 import { UsageError, unitUrl } from './command_line.js';
+import { readFile } from './files.js';
 import { askPassword, canAsk } from './output.js';
-import { readFile } from './plan.js';
 import { openTransport, sleep } from './transport.js';
 
 const siteFile = '/site.csv';

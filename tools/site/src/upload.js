@@ -1,6 +1,6 @@
 // site upload: a file for one unit, looked at first, since the unit checks next to nothing.
 
-import { createReadStream, openSync, readSync, closeSync, statSync } from 'node:fs';
+import { accessSync, closeSync, constants, createReadStream, openSync, readSync, statSync } from 'node:fs';
 import { basename } from 'node:path';
 import { Readable } from 'node:stream';
 import { failureOf } from '../../../console/src/logic/answer.js';
@@ -8,6 +8,7 @@ import { hashFile, readArchive } from '../../../console/src/logic/archive.js';
 import { edidSize, readEdid } from '../../../console/src/logic/edid.js';
 import { texts } from '../../../console/src/texts.js';
 import { openUnit } from './discover.js';
+import { withFile } from './files.js';
 import { canAsk, clearProgress, confirm, event, line, notSent, notice, progress } from './output.js';
 import { status } from './status.js';
 import { sleep } from './transport.js';
@@ -32,7 +33,10 @@ class DiskFile {
   constructor(path) {
     this.path = path;
     this.name = basename(path);
-    const about = statSync(path);
+    const about = withFile(path, 'read', () => {
+      accessSync(path, constants.R_OK);
+      return statSync(path);
+    });
     if (!about.isFile()) throw new Error(`${path} is no file.`);
     this.size = about.size;
   }

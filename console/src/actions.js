@@ -16,7 +16,7 @@ const siteFile = '/site.csv';
 const backInterval = 2000;
 const askInterval = 30_000;
 
-// Every answer tells whether a firmware update runs.
+// Every answer shows whether a firmware update runs.
 async function send(command, options) {
   const answer = await sendCommand(command, options);
   if (answer.kind === 'updating') firmwareBegun('again');
@@ -104,8 +104,8 @@ export async function openDraft(file) {
   showDraft({ name: file.name, source: 'file', ...draft });
 }
 
-// Drafts the chosen units in their order, all of the site by id when none are given: each with its settings, and of what
-// units only report no more than tells them apart. Returns whether the draft is there.
+// Drafts the chosen units in their order, all of the site by id when none are given. The draft has their settings; of what
+// units only report it has serial, model and address, by which they are known. Returns whether the draft is there.
 export function draftFromSite(chosen) {
   if (!mayReplaceDraft()) return false;
   const { site, base } = get();

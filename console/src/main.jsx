@@ -1,4 +1,4 @@
-// The console: its pages, and the line that tells what the unit is doing.
+// The console: its pages, and the line that says what the unit is doing.
 
 import { render } from 'preact';
 import { useEffect, useState } from 'preact/hooks';

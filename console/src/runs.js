@@ -92,7 +92,7 @@ async function followSiteLog(before, over, show) {
 const ownLog = 'ownLog'; // the version of the log that the last update of this browser has left
 let othersLog = new SiteLog();
 
-// Whether the log tells of another console's update that a discovery of that time knows nothing of.
+// Whether the log is of another console's update, and newer than a discovery of that time.
 const isNewTo = (log, time) =>
   log !== null && log.version !== recall(ownLog) && Date.parse(log.modified) > Date.parse(time);
 
@@ -106,7 +106,7 @@ async function lookForOthers() {
   return log;
 }
 
-// Keeps looking, as long as the page is seen and neither sends nor waits to send: then the run itself looks.
+// Looks again and again while the page is seen, except while it sends or waits to send: then the run itself looks.
 export async function watchOthers() {
   for (;;) {
     const looks = !document.hidden && !['sending', 'waiting'].includes(get().run?.step);
@@ -136,7 +136,7 @@ async function compareAgain(unit, log) {
 
 // A batch
 
-// A batch goes on when the connection to it is lost. Waits until its log tells of all records, or of nothing more.
+// A batch goes on when the connection to it is lost. Waits until its log has the end of every record, or grows no more.
 // Returns whether it has ended.
 async function silence(logSoFar) {
   let length = 0;
@@ -181,7 +181,7 @@ async function prepare(unit, batch, signal) {
   throw new RequestFailure('busy', '');
 }
 
-// What the log and the answer tell of the run's batch.
+// What is known of the run's batch from the log and the answer.
 class BatchProgress {
   log = '';
   lines = [];
@@ -318,7 +318,7 @@ export function startRun(plan, name, pace) {
   return drive();
 }
 
-// Shows a run that was under way when the page was left: its batch went on, and the log tells what became of it.
+// Shows a run that was under way when the page was left: its batch went on, and what became of it is read in the log.
 async function resumeRun(run) {
   set({ run });
   if (run.step === 'sending') {

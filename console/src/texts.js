@@ -117,7 +117,7 @@ export const texts = {
 
   configure: {
     heading: 'Configure many units',
-    noSite: 'Discover the units first: what changes is told by comparing with what they have.',
+    noSite: 'Discover the units first: what changes is found by comparing with what they have.',
     outdated: 'An update has run since the last discovery: what is compared with may have changed.',
     drop: 'Drop a CSV here, or choose one',
     dropHint:
@@ -309,9 +309,9 @@ export const texts = {
       mostOptions: (count) => (count === 0 ? 'no failure' : times(count, 'failure', 'failures')),
     },
     notTheSameCsv:
-      'The unit holds another CSV than the one just uploaded; somebody else is at work. Nothing was sent.',
+      'The unit has another CSV than the one just uploaded; somebody else is at work. Nothing was sent.',
 
-    resumed: 'The page was left while the update ran. What is shown is what the unit’s site log tells.',
+    resumed: 'The page was left while the update ran. What is shown comes from the unit’s site log.',
     running: 'The update runs',
     stages: {
       waiting: 'The update is prepared',
@@ -390,13 +390,13 @@ export const texts = {
       'not-sent': 'nothing was sent to it',
       'no-answer': 'did not answer within 5 s; it may have taken the settings',
       refused: 'refused the settings',
-      'save-not-sent': 'took the settings, could not be told to save',
+      'save-not-sent': 'took the settings, but the command to save could not be sent',
       'no-save': 'took the settings, did not confirm that it saved them',
       'save-refused': 'took the settings, refused to save them',
-      'reboot-not-sent': 'saved, could not be told to restart',
+      'reboot-not-sent': 'saved, but the command to restart could not be sent',
       'no-reboot': 'saved, did not confirm the restart',
       'not-reached': 'the update ended before its turn, as far as is known',
-      unclear: 'the site log does not tell clearly what became of it',
+      unclear: 'the site log does not say clearly what became of it',
       duplicate: 'shares an identity with another row',
     },
     report: 'Report',
@@ -433,7 +433,7 @@ export const texts = {
       faults: {
         empty: 'The file is empty.',
         gzip: 'Not a gzip file: no firmware.',
-        damaged: 'The file cannot be unpacked to its end: damaged, or cut short while it was downloaded.',
+        damaged: 'The file cannot be unpacked completely: damaged, or cut short while it was downloaded.',
         tar: 'There is no tar archive in the file: no firmware.',
       },
       good: (members, size) =>
@@ -502,7 +502,7 @@ export const texts = {
       neighbours: ['Neighbours', 'The units that this unit has as neighbours.'],
       discovered: [
         'Last discovery',
-        'Totals and CSV as the unit holds them, those of a mass update included.',
+        'The totals and the CSV of the last discovery, also of one that a mass update made.',
       ],
       imported: ['Imported CSV', 'The CSV uploaded last, as the unit reads it.'],
       trial: [
@@ -521,7 +521,7 @@ export const texts = {
     asRead: (records, refused, unused) =>
       times(records, 'record', 'records') +
       (refused.length > 0 ? `; refused columns: ${refused.join(', ')}` : '') +
-      (unused.length > 0 ? `; never sent, too many columns stand in front: ${unused.join(', ')}` : ''),
+      (unused.length > 0 ? `; never sent, since too many columns come before: ${unused.join(', ')}` : ''),
     download: 'Download',
   },
 

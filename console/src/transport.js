@@ -96,7 +96,7 @@ export async function lookAt(path) {
 }
 
 // Returns {bytes, text, modified, whole} of a static file, null when there is none. `from` asks for what follows so many
-// bytes of it; `whole` tells whether the server sent all of it. Throws a RequestFailure when the unit cannot be reached, or
+// bytes of it; `whole` is whether the server sent all of it. Throws a RequestFailure when the unit cannot be reached, or
 // when a login has ended.
 export async function readStatic(path, from = 0) {
   // One byte more than is wanted: a server answers a range of nothing with an error.

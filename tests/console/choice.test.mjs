@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { passing, selectedAfter, sorted } from '../../console/src/logic/choice.js';
 
+// What a filter hides is not configured, so a unit that it misses is forgotten.
 test('items are chosen by kind and by a text in any cell', () => {
   const items = [
     { kind: { encoder: true }, marks: ['id'], texts: () => ['Hall 3', undefined] },
@@ -24,6 +25,7 @@ test('items are chosen by kind and by a text in any cell', () => {
   assert.deepEqual(sorted(['10', '9', '', '9a'], 'down', String), ['10', '9a', '9', '']);
 });
 
+// Only selected units are configured. A range must not reach one that is not shown.
 test('a click with Shift selects, or gives up, all from the click before', () => {
   const list = ['a', 'b', 'c', 'd', 'e'];
   const table = [

@@ -16,6 +16,7 @@ const keys = ['UNIT.SERIAL', 'UNIT.MODEL', 'VW.NAME', 'UNIT.ID'];
 const bytes = (text) => new TextEncoder().encode(text);
 const textsOf = ({ rows }) => rows.map((row) => row.map(({ text }) => text).join('|'));
 
+// Where this differs from the unit, the preflight shows values that units do not get.
 test('a CSV is read as the unit reads it', () => {
   const long = 'x'.repeat(64);
   const table = [
@@ -42,6 +43,7 @@ test('a CSV is read as the unit reads it', () => {
   assert.deepEqual(readAsUnit(`${pushedOut},\r\n`, keys).unused, keys.slice(-1));
 });
 
+// People write titles above the header and call settings by names of their own.
 test('a header is found below titles, and what people call a setting is understood', () => {
   const lines = [
     [
@@ -77,6 +79,7 @@ test('a header is found below titles, and what people call a setting is understo
   for (const [header, key] of Object.entries(table)) assert.equal(suggestedKey(header, all), key, header);
 });
 
+// A value that the unit would read in another way must be refused, not sent.
 test('what is written for the unit is read back', () => {
   for (const value of ['plain', 'a,b', 'say "x"', ' blanks ', '', ',', "'", '=1+1', 'Küche']) {
     assert.equal(whyNotWritable(value), null);
@@ -96,6 +99,7 @@ test('what is written for the unit is read back', () => {
   assert.equal(whyNotWritable('ü'.repeat(32)), 'too-long');
 });
 
+// Separators, encodings and quotes depend on the program and its language.
 test('spreadsheets are read whatever they write', () => {
   const table = [
     [bytes('a,b\n1,2'), ['a|b', '1|2'], []],
@@ -116,6 +120,7 @@ test('spreadsheets are read whatever they write', () => {
   }
 });
 
+// A quote inside a value of the unit, read as a spreadsheet’s, would swallow the lines after it.
 test('lines of the unit itself are read by its own rules', () => {
   const lines = ['A,B,C', '"x, y",,', '"q",b,"1,2"', '"5 inch,b,', "'-x,b,"].join('\r\n');
   const rows = ['x, y||', '"q"|b|1,2', '"5 inch|b|', "'-x|b|"];
@@ -128,6 +133,7 @@ test('lines of the unit itself are read by its own rules', () => {
   assert.deepEqual(edited.notes, [['quote-open', 6]]);
 });
 
+// An id that begins with “=” would be carried out by whoever opens the file.
 test('a spreadsheet takes no cell for a formula', () => {
   const cells = ['=1+1', '-5', '+49 x', '@a', 'a"b', 'c,d', 'a;b', 'two\nlines', 'e'];
   const text = writeSpreadsheet([cells]);

@@ -10,6 +10,7 @@ import { hashFile, kindsOf, readArchive } from '../../console/src/logic/archive.
 import { readEdid } from '../../console/src/logic/edid.js';
 import { makeEdid, makeTar } from './sample_files.mjs';
 
+// The unit stores any 256 bytes, and a source that cannot read them sends no picture.
 test('the faults of an EDID are named', () => {
   const good = makeEdid('DESK 24');
   const changed = (at, value) => good.map((byte, place) => (place === at ? value : byte));
@@ -27,6 +28,7 @@ test('the faults of an EDID are named', () => {
   assert.equal(readEdid(new Uint8Array(256)).timing, null);
 });
 
+// The unit checks nothing: a wrong file can leave it dead.
 test('a firmware file must be a whole gzip file with a tar archive in it', async () => {
   const tar = makeTar('firmware.bin', 2_500_000);
   const whole = gzipSync(tar);
@@ -44,6 +46,7 @@ test('a firmware file must be a whole gzip file with a tar archive in it', async
   assert.equal(await hashFile(new Blob([whole])), hash); // of three pieces
 });
 
+// A header that two pieces share must be found; a new version of a member is no missing member.
 test('the members of an archive are found wherever its pieces end, and compared without versions', async () => {
   const folder = mkdtempSync('/tmp/tar-');
   const long = `${'n'.repeat(120)}.bin`; // in a header of its own

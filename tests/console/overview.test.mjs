@@ -29,6 +29,7 @@ const site = siteOf(
   '10.0.1.7,UNCLEAR,RX610,D7,,239.0.0.3',
 );
 
+// Where one of the two is missed, the matrix shows a decoder without its source.
 test('a decoder’s source is found by address and by stream address', () => {
   const streams = readStreams(site);
   const listed = streams.decoders.map(({ name, state, source }) => `${name} ${state} ${source?.name ?? ''}`);
@@ -62,10 +63,11 @@ test('a decoder’s source is found by address and by stream address', () => {
   );
 });
 
+// Decoders that are given units’ addresses must not get one stream address among them.
 test('a new source is named as the site’s decoders name theirs', () => {
   const encoders = ['10.0.0.1,A,TX610,E1,239.0.0.1,', '10.0.0.2,B,TX610,E2,,'];
   const table = [
-    [[], '239.0.0.1 10.0.0.2'], // no decoder tells
+    [[], '239.0.0.1 10.0.0.2'], // no decoder has a host
     [['10.0.1.1,C,RX610,D1,,239.0.0.1'], '239.0.0.1 10.0.0.2'],
     [['10.0.1.1,C,RX610,D1,,10.0.0.1'], '10.0.0.1 10.0.0.2'],
   ];
@@ -75,6 +77,7 @@ test('a new source is named as the site’s decoders name theirs', () => {
   }
 });
 
+// A setting of another page must not overwrite other cells or give a unit a second row.
 test('settings go into the cells of a draft, whatever it has already', () => {
   const [unit] = site.units.filter(({ values }) => values['UNIT.SERIAL'] === 'D1');
   const change = { unit, key: 'STREAM.HOST', value: '239.0.0.2' };
@@ -99,6 +102,7 @@ test('settings go into the cells of a draft, whatever it has already', () => {
   }
 });
 
+// Spreadsheets drop leading zeros; the unit would get a second row with other values.
 test("a row whose serial lost its leading zeros is the unit's row", () => {
   const unit = { values: { 'UNIT.SERIAL': '00001000' } };
   const draft = { columns: ['UNIT.SERIAL', 'VW.NAME'], rows: [{ number: 2, cells: ['1000', 'Hall'] }] };
@@ -109,6 +113,7 @@ test("a row whose serial lost its leading zeros is the unit's row", () => {
   );
 });
 
+// A name that turns text around could pass for the name of another unit.
 test('characters that nobody sees are shown as their numbers, all others as they are', () => {
   const table = [
     ['R\u202eL', 'R⟨U+202E⟩L'],
@@ -122,6 +127,7 @@ test('characters that nobody sees are shown as their numbers, all others as they
   for (const [text, shown] of table) assert.equal(visible(text), shown);
 });
 
+// A link to a unit must also work for a unit that reports no serial.
 test('a unit is found by its serial, or by its name, and its settings are grouped', () => {
   const keys = 'UNIT.ID,UNIT.SERIAL,STREAM.10,IP.ADDRESS,STREAM.9,VW.NAME';
   const { units, ...rest } = readSite(
@@ -137,6 +143,7 @@ test('a unit is found by its serial, or by its name, and its settings are groupe
   ]);
 });
 
+// A value that slipped into another column must not pass for a setting.
 test('lines that cannot be read for certain are counted and marked', () => {
   const table = [
     // a line, units, units marked, lines of units that are hidden
@@ -154,6 +161,7 @@ test('lines that cannot be read for certain are counted and marked', () => {
   }
 });
 
+// A unit whose id or address changed is the same unit.
 test('two states of a site are compared by serial', () => {
   const now = siteOf(
     '10.0.0.1,ENC-ONE,TX610,E10,239.0.0.10,',
@@ -166,6 +174,7 @@ test('two states of a site are compared by serial', () => {
   assert.deepEqual(listed, ['BY-STREAM STREAM.HOST 239.0.0.10 239.0.0.2', 'ENC-ONE UNIT.ID ENC-10 ENC-ONE']);
 });
 
+// Whoever looks for units with old firmware looks at the top of the list.
 test('firmware is listed by model, the oldest version first', () => {
   const lines = ['A,TX610,3.10.0', 'B,TX610,3.9.1', 'D,RX610,3.9.1', 'C,TX610,3.9.1', 'E,TX610,'];
   const listed = firmwareByModel(readSite(['UNIT.ID,UNIT.MODEL,UNIT.FIRMWARE', ...lines].join('\r\n')));
@@ -176,6 +185,7 @@ test('firmware is listed by model, the oldest version first', () => {
   assert.deepEqual(texts, expected);
 });
 
+// A setting that is missing in it stays changed after a restore.
 test('the way back has the old value of every setting that a unit takes', () => {
   const lines = ['IP.ADDRESS,UNIT.MODEL,UNIT.SERIAL,UNIT.FIRMWARE,VW.NAME,STREAM.BIT_RATE,UNIT.ID'];
   const then = readSite(
@@ -192,6 +202,7 @@ test('the way back has the old value of every setting that a unit takes', () => 
   assert.equal(wayBack(compareValues(now, then).changes).lost, 1); // there was no id
 });
 
+// A preset for decoders must not reach encoders.
 test('presets and templates are made for what units take', () => {
   const units = site.units.slice(0, 6); // five that encode or are unknown, one that decodes
   const count = (preset) => settingsOfPreset(units, { value: '1', ...preset }).length;

@@ -1,4 +1,4 @@
-// What a mass update would do, told before it is done.
+// What a mass update would do, shown before it is done.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
@@ -25,9 +25,10 @@ function check(text, options, within = site) {
   return preflight({ columns: header.cells, rows: lines, notes }, within, options);
 }
 
-const told = ({ problems }) =>
+const listed = ({ problems }) =>
   problems.map(({ level, code, column, rows }) => `${level} ${code} ${column} ${rows}`);
 
+// Every unit that is sent a row restarts, changed or not.
 test('only what changes is sent, and can be taken back', () => {
   const rows = ['S1,ENC-1,,150', 'S2,NEW-2,"Room 2, left",', 'S3,WALL-3,,200'];
   const draft = `UNIT.SERIAL,UNIT.ID,VW.NAME,STREAM.BIT_RATE\n${rows.join('\n')}\n`;
@@ -42,7 +43,8 @@ test('only what changes is sent, and can be taken back', () => {
   );
 });
 
-test('every problem is told at once, and nothing faulty is sent', () => {
+// A person wants to correct a file once, not once for each problem.
+test('every problem is shown at once, and nothing faulty is sent', () => {
   const draft = [
     'UNIT.SERIAL,UNIT.MODEL,unit.id,UNIT.REBOOT,IP.STATIC_ADDRESS,IP.STATIC_NETMASK,VW.NAME,IP.ADDRESS,' +
       'STREAM.BIT_RATE,AUDIO.DAC_MUTE,NO.SUCH',
@@ -58,7 +60,7 @@ test('every problem is told at once, and nothing faulty is sent', () => {
     'S3,KestT-PL,E',
   ].join('\n');
   const plan = check(`${draft}\n`, { ownSerial: 's3', unknownToo: true });
-  assert.deepEqual(told(plan), [
+  assert.deepEqual(listed(plan), [
     'out column-excluded UNIT.REBOOT 1',
     'out column-unknown NO.SUCH 1',
     'out cell-ampersand UNIT.ID 2',
@@ -101,6 +103,7 @@ test('every problem is told at once, and nothing faulty is sent', () => {
   assert.equal(check('UNIT.ID\nA\n').problems[0].code, 'no-serial-column');
 });
 
+// Two units with one address are both lost, and the unit does not look for it.
 test('no two units get the same static address', () => {
   const table = [
     ['S1,10.0.0.9\nS2,10.0.0.9\nS3,10.0.0.8', '2,3'],
@@ -114,7 +117,8 @@ test('no two units get the same static address', () => {
   }
 });
 
-test('very many problems are told by kind, none is left away', () => {
+// A fault in each of thousands of rows must not hide the other problems.
+test('very many problems are listed by kind, none is left out', () => {
   const { problems } = check('UNIT.SERIAL,UNIT.ID\nS1,A\nS2,a\nS3,B\nS3,C\n');
   const gathered = gatherProblems(problems, 4).map(({ code, rows, detail }) => [code, rows.join(), detail]);
   assert.deepEqual(gathered, [
@@ -126,6 +130,7 @@ test('very many problems are told by kind, none is left away', () => {
   assert.equal(gatherProblems(problems, 5), problems);
 });
 
+// The unit skips a message that is longer than its buffer, which nobody would expect of a checked file.
 test('a message that would not fit is not sent', () => {
   const keys = Array.from({ length: 20 }, (_, at) => `${at}`.padStart(36, 'K'));
   const header = `UNIT.SERIAL,UNIT.MODEL,${keys}\n`;
@@ -134,7 +139,8 @@ test('a message that would not fit is not sent', () => {
   assert.deepEqual([sent(62), sent(63)], [20, 0]); // of 2047 and 2048 bytes, 28 of them around the settings
 });
 
-test('a site tells conflicts, hidden units and what changed', () => {
+// Nobody finds two units with one id among thousands without a mark.
+test('a site has its conflicts, hidden units and changes marked', () => {
   const lines = ['10.0.0.1,A,TX610,S1', '10.0.0.2,a,RX610,S2', '10.0.0.5,C,T-PL,s1', 'x', ',,,'];
   const now = readSite(['IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL', ...lines].join('\r\n'));
   const marks = now.units.map((unit) => unit.marks.join());
@@ -144,6 +150,7 @@ test('a site tells conflicts, hidden units and what changed', () => {
   assert.deepEqual(compareSites(memoryOf(site), memoryOf(now)), changes);
 });
 
+// Somebody has to walk to a unit with a wrong address.
 test('rows with an unreachable address are left out, doubtful ones get a warning', () => {
   const network = readSite(
     [
@@ -179,6 +186,7 @@ test('rows with an unreachable address are left out, doubtful ones get a warning
   }
 });
 
+// To the unit a date or 1E+05 is a text like any other, and it stores it.
 test('values that a spreadsheet has damaged get a warning', () => {
   const zeros = readSite('UNIT.ID,UNIT.MODEL,UNIT.SERIAL\r\nA,TX610,00001200\r\n');
   const table = [
@@ -199,6 +207,7 @@ test('values that a spreadsheet has damaged get a warning', () => {
   }
 });
 
+// A serial with a typing error would be sent to nobody, and nobody would notice.
 test('unknown serials are left out unless wanted, values unlike all of the site get a warning', () => {
   const lines = ['S1,TX610,5,10.0.0.9,ON,TRUE,', 'S2,RX610,7,10.0.0.8,OFF,,17', 'S3,RX610,,,,,Room'];
   const mixed = readSite(

@@ -54,6 +54,7 @@ function drive(run, outcomes, from = 0) {
   }
 }
 
+// A run that misses its reason to stop configures the rest of the site.
 test('batches follow each other until there is a reason to stop', () => {
   const ok = Array(5).fill('ok');
   const table = [
@@ -86,6 +87,7 @@ test('batches follow each other until there is a reason to stop', () => {
   assert.equal(csvOf(plan, [2, 0]), `${header}\r\n${lines[2]}\r\n${lines[0]}\r\n`);
 });
 
+// A pause that counted as work would make the rest look like hours.
 test('the time that is left comes from the units done so far, without the pauses between them', () => {
   const { run, now } = drive(runOf({ size: 2, pause: 30 }), Array(5).fill('ok'));
   assert.equal(secondsLeft(runOf({}), 0), null);
@@ -99,6 +101,7 @@ test('the time that is left comes from the units done so far, without the pauses
   assert.equal(secondsLeft(withProgress(found, records, 20_000), 20_000), 30);
 });
 
+// Otherwise a run would overwrite what somebody else has just set.
 test('what another update has changed is found, names are those of now', () => {
   const site = readSite(
     ['UNIT.SERIAL,UNIT.ID', 'A,A', 'B,THEIRS', 'C,NEW-C', 'E,E', 'F,NEW-E'].join('\r\n'), // D is gone
@@ -114,6 +117,7 @@ test('what another update has changed is found, names are those of now', () => {
   assert.deepEqual(labelsOf(run, site), labels);
 });
 
+// A page that took an old log for a running update would wait for nothing.
 test('an update is under way as long as its log grows', () => {
   const log = (...lines) => [' Starting send_csv_to_devices()...2 ', ...lines, ''].join('\n');
   const skipped = (at) => `  Skipping send_device_update(${at}) this is ME... `;
@@ -131,6 +135,7 @@ test('an update is under way as long as its log grows', () => {
   }
 });
 
+// A web server may know a size late; the results of the old log would be shown for the new run.
 test('a log that was only longer than it looked is not taken for a new one', () => {
   const at = (second) => `Thu, 26 Nov 2026 04:00:${second} GMT`;
   const before = { version: 'A', modified: at('10'), age: 2 };
@@ -147,6 +152,7 @@ test('a log that was only longer than it looked is not taken for a new one', () 
     assert.equal(isNewLog({ version, modified }, then), expected, `${version} ${modified}`);
 });
 
+// A value that a unit has taken is not sent again, one that it refused is.
 test('a draft is compared with what was sent, a run with what is reported', () => {
   const keys = 'UNIT.SERIAL,UNIT.ID,IP.ADDRESS,IP.STATIC_ADDRESS';
   const site = {

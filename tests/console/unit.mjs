@@ -60,7 +60,7 @@ export async function openConsole() {
   return page;
 }
 
-// One part of a test. When it fails, what the page says stands before the reason, and the test ends.
+// One part of a test. When it fails, the text of the page is printed before the reason, and the test ends.
 export async function chapter(page, title, work) {
   console.log(title);
   try {

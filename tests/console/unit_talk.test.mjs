@@ -11,7 +11,8 @@ const refusal =
   '<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 ' +
   'VLINK=#800080>\n<Center>\n&HANDLER=ERROR Firmware Update In Progress, try again later.\n</Center></BODY></HTML>';
 
-test('answers that no browser run sees are told apart', () => {
+// A refusal that passes for success would call an upload done.
+test('answers that no browser run sees get the right kind', () => {
   const ended = '</BODY></HTML>\n';
   const table = [
     [`${top}${refusal}\n${ended}`, { kind: 'done', body: `${refusal}\n` }], // a unit's own text is no refusal
@@ -42,6 +43,7 @@ function scripted(kinds, onWait = () => {}) {
   return { events, queue: new RequestQueue(send, sleep) };
 }
 
+// Requests at the same time refuse each other, and each one stops the video link.
 test('requests wait for each other and keep their distance', async () => {
   const { events, queue } = scripted([]);
   await Promise.allSettled([
@@ -54,6 +56,7 @@ test('requests wait for each other and keep their distance', async () => {
 
 const small = 'CHECK_IMPORT_CSV_STATUS';
 
+// A refused upload costs the time of the whole file, and one cut short leaves the video link stopped.
 test('a busy unit is asked again, any other failure ends the request', async () => {
   const delays = [300, 500, 1000, 2000, 3000, 5000, 5000, 5000, 5000, 5000];
   const retries = delays.flatMap((delay) => ['A', 200, delay]);
@@ -78,6 +81,7 @@ test('a busy unit is asked again, any other failure ends the request', async () 
   }
 });
 
+// Firmware that a person has cancelled must not reach the unit a minute later.
 test('a cancelled upload is not sent, whatever it waits for', async () => {
   for (const kinds of [[], ['busy'], ['busy', 'done', 'busy']]) {
     const abort = new AbortController();
@@ -91,6 +95,7 @@ test('a cancelled upload is not sent, whatever it waits for', async () => {
   }
 });
 
+// The job that runs must not be stopped with it.
 test('a job that waits for its turn is cancelled while another one runs', async () => {
   const { events, queue } = scripted([]);
   const abort = new AbortController();
@@ -112,7 +117,8 @@ const textOf = ({ state, reason }) => `${state} ${reason}`;
 const logOf = (count, ...lines) =>
   `${[` Starting send_csv_to_devices()...${count} `, lines].flat(2).join('\n')}\n`;
 
-test('the site log tells how far each unit is', () => {
+// A unit whose failure is missed counts as configured.
+test('the site log shows how far each unit is', () => {
   const whole = ['0', 'Got Reply A: API=SUCCESS', 'Sent SAVE', 'Got Reply B: API=SUCCESS', 'Sent REBOOT'];
   const table = [
     // steps, state while it runs, state and reason when the run is over
@@ -133,10 +139,11 @@ test('the site log tells how far each unit is', () => {
     assert.deepEqual(applyResults(records, [], true).map(textOf), [over, 'unsent not-reached'], steps.join());
   }
   const foreign = readSiteLog(logOf(1, calling(0), ['0', 'Got Reply C'].map(inside)), ['S']);
-  assert.equal(textOf(foreign.records[0]), 'fail unclear'); // an OK stands only behind the message to that unit
+  assert.equal(textOf(foreign.records[0]), 'fail unclear'); // an OK counts only after the message to that unit
   assert.equal(readSiteLog(' Starting send_csv_to_devices()...3').total, null);
 });
 
+// A unit’s own text could pass for the result of another unit.
 test('records follow each other, no unit’s text passes for a line, and result lines have the last word', () => {
   const log = logOf(
     5,
@@ -149,8 +156,8 @@ test('records follow each other, no unit’s text passes for a line, and result 
     calling(3),
   );
   const { records } = readSiteLog(log);
-  const told = ['fail no-save', 'self ', 'skipped duplicate', 'sent not-sent', 'waiting '];
-  assert.deepEqual(records.map(textOf), told);
+  const expected = ['fail no-save', 'self ', 'skipped duplicate', 'sent not-sent', 'waiting '];
+  assert.deepEqual(records.map(textOf), expected);
   const lines = [
     'Update Device #0 @ 10.0.0.1 Result is OK',
     'Update Device #1 @  Result is FAIL',

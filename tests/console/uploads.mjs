@@ -72,7 +72,7 @@ await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
   await says('edid', 'Only 128 bytes; an EDID for this unit has 256.');
 });
 
-await chapter(page, 'a busy unit is asked until it answers, a broken answer is told', async () => {
+await chapter(page, 'a busy unit is asked until it answers, a broken answer is reported', async () => {
   await goTo('Listings');
   const busy = fetch('http://127.0.0.1:8080/cgi-bin/handler.cgi?CMD=DISCOVER_DEVICES_API');
   await until(() => content('/var/log/tools.log').includes('UNIT.MCD_MODE'));

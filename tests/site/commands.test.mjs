@@ -100,6 +100,7 @@ test('a file that cannot be read or written is named before any unit is asked', 
   assert.deepEqual([readFileSync(now, 'utf8'), existsSync(join(folder, 'new.csv'))], [before, false]);
 });
 
+// Scripts decide by the status whether to go on.
 test('a check ends with 0, 1 for what is held back or doubtful, 2 for faults', async () => {
   const table = [
     ['UNIT.SERIAL,UNIT.MODEL,VW.NAME\nS2,RX610,Hall\n', 0, []],
@@ -140,6 +141,7 @@ test('a check ends with 0, 1 for what is held back or doubtful, 2 for faults', a
   );
 });
 
+// Scripts that watch a site look at the status and these events.
 test('two discoveries are compared by serial, and a name cannot act on the terminal', async () => {
   const later = [header, encoder.replace('100', '5\u001b[2J'), '10.0.0.3,NEW,RX610,S3,,'].join('\r\n');
   const then = file('then.csv', later);
@@ -184,7 +186,8 @@ const head = {
 };
 const statesOf = ({ records }) => records.map(({ state }) => state).join(' ');
 
-test('a run that was cut off tells what was sent and what is not known', async () => {
+// After a crash this file alone says which units may have their new settings.
+test('a run that was cut off shows what was sent and what is not known', async () => {
   const begin = { begin: [0, 2], before: 'age' };
   const ok = { row: 0, state: 'ok', reason: '' };
   const table = [
@@ -247,7 +250,8 @@ test('changes that were accepted are no changes any more', async () => {
   assert.deepEqual(await run.compareAgain(unit), []);
 });
 
-test('the site log of another update tells nothing of a batch', async () => {
+// Results of another client’s update would be taken for those of this run.
+test('the site log of another update says nothing of a batch', async () => {
   const run = { rows, open: { from: 1, to: 3, before: 'old 3' } };
   const logOf = (count, serial) =>
     ` Starting send_csv_to_devices()...${count} \n  Calling send_device_update(0)... \nCMD=START&UNIT.ID=${serial}&CMD=END {9}\n` +
@@ -270,6 +274,7 @@ test('the site log of another update tells nothing of a batch', async () => {
   }
 });
 
+// A unit that is sent its settings again restarts for nothing; one that has not saved them loses them.
 test('units that report all and have saved it are not sent again', () => {
   const found = readSite(
     `UNIT.SERIAL,VW.NAME\r\n${rows.map(({ serial }) => `${serial},Hall`).join('\r\n')}\r\n`,

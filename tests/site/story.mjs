@@ -158,7 +158,7 @@ async function cutOff(name) {
   return run;
 }
 
-await chapter('a run that was killed went on in the unit, whose log tells the rest', async () => {
+await chapter('a run that was killed went on in the unit, whose log has the rest', async () => {
   const run = await cutOff('Foyer');
   const { events } = await siteJson('apply', '--retry-failed', run, '--yes');
   const listed = [

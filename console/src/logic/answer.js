@@ -1,6 +1,6 @@
 // Answers of the unit's handler: what kind of page came, and the lines of the command inside it.
 
-// A refusal is this page as a whole: a unit's own text may hold any part of it.
+// A refusal is this page as a whole: a unit's own text may contain any part of it.
 const refusalPage = (message) =>
   '<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD>' +
   '<BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 VLINK=#800080>\n<Center>\n' +
@@ -14,8 +14,12 @@ const frame = (command) =>
   `<HTML><HEAD>\n<TITLE>Key and Value</TITLE>\n</HEAD><BODY>\n<p>Key: CMD value: ${command}</p>\n`;
 const end = '</BODY></HTML>\n';
 
-// Returns {kind, body}. Kinds: `done` the command ran to its end, `busy` another request was running, `updating` a
-// firmware update is running, `login` the web server wants a name and a password, `broken` anything else, an answer cut short included. The body holds the command's lines.
+// Returns {kind, body}: the body has the lines of the command. Kinds:
+//   done      the command has run
+//   busy      another request was running
+//   updating  a firmware update is running
+//   login     the web server wants a name and a password
+//   broken    anything else, an answer cut short included
 export function readAnswer(command, status, text) {
   const refusal = status === 200 && refusals.get(text);
   if (refusal) return { kind: refusal, body: '' };

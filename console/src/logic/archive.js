@@ -74,8 +74,8 @@ async function unpack(stream) {
   return { members: tar.members, size };
 }
 
-// Returns {fault, members, size}: fault is `empty`, `gzip` (not its signature), `damaged` (cannot be unpacked to its
-// end), `tar` or null; members {name, size} and the unpacked size are there without a fault.
+// Returns {fault, members, size}: fault is `empty`, `gzip` (not its signature), `damaged` (cannot be unpacked completely),
+// `tar` (no archive in it) or null; members {name, size} and the unpacked size are there without a fault.
 export async function readArchive(file) {
   if (file.size === 0) return { fault: 'empty' };
   const head = new Uint8Array(await file.slice(0, 3).arrayBuffer());

@@ -48,8 +48,9 @@ function timingOf(bytes) {
   return { width, height: interlaced ? height * 2 : height, hertz, interlaced };
 }
 
-// Returns {faults, name, maker, timing, blocks} for a file's bytes; `blocks` tells of each block whether its checksum is right. Faults are `size`, `long` (of more than 256 bytes only the
-// first are used), `header`, `checksum` (with the numbers of the blocks); only the first leaves nothing to tell.
+// Returns {faults, name, maker, timing, blocks} for a file's bytes; `blocks` are whether the checksum of each block is right.
+// Faults are `size`, which is then all that is returned, `long` (of more than 256 bytes only the first are used), `header`, and
+// `checksum` with the numbers of the blocks.
 export function readEdid(bytes) {
   if (bytes.length < edidSize) return { faults: [{ code: 'size', detail: String(bytes.length) }] };
   const used = bytes.subarray(0, edidSize);

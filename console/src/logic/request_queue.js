@@ -32,7 +32,7 @@ function unlessCancelled(promise, signal, command) {
 }
 
 // A queue sends with `send(command, options)`, which returns {kind, body} as answer.js reads it and may throw a
-// RequestFailure, waits with `sleep(milliseconds)`, and tells `report({job, command, tries})` whatever it does: null for
+// RequestFailure, waits with `sleep(milliseconds)`, and calls `report({job, command, tries})` with whatever it does: null for
 // nothing.
 export class RequestQueue {
   #tail = Promise.resolve();

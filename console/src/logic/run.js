@@ -38,7 +38,7 @@ function runRow({ number, values, unit, settings, cells }) {
   };
 }
 
-// A run of what a preflight has planned; `now` in milliseconds tells it from other runs.
+// A run of what a preflight has planned; `now`, in milliseconds, becomes its id.
 export function newRun({ sending, text, undo, problems }, { name, site, pace = wholeSite, now }) {
   const rows = sending.map(runRow);
   const progress = { records: rows.map(() => waiting), batch: [], step: 'waiting', why: '', until: null };
@@ -69,7 +69,7 @@ export function labelsOf({ rows }, site) {
 
 const untouched = ['not-sent', 'refused', 'not-reached', 'duplicate', ''];
 
-// The values that a unit has after a run, as far as its acknowledgement tells: of what failed half-way none is known.
+// The values that a unit has after a run, if its acknowledgement is true. Of a unit that failed half-way none is known.
 function valuesAfter(values, { sent }, { state, reason }) {
   if (state !== 'ok' && untouched.includes(reason)) return values;
   const after = Object.fromEntries(sent.map(([key, , value]) => [key, state === 'ok' ? value : undefined]));

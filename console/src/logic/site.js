@@ -40,7 +40,7 @@ function markSharedIdentities(units) {
 
 // Returns {keys, units, hidden, encoders, decoders} of a discovery's CSV. A unit is {number, values, marks, kind}:
 // its line, the first one of data being 1, its values by key, the identities it shares, encoder or decoder. A line of
-// nothing stands for a unit that the list has no room for, because another one has the same first value.
+// empty fields is a unit that the list has no room for, because another one has the same first value.
 export function readSite(text) {
   const { keys, rows } = readDiscovery(text);
   const units = [];
@@ -70,14 +70,14 @@ export const nameOf = (unit) => visible(unit.values['UNIT.ID'] || unit.values['I
 // A serial without the leading zeros that spreadsheets drop.
 export const bareSerial = (serial) => serial.replace(/^0+(?=.)/, '');
 
-// By which a unit is found again in another discovery.
+// The text by which a unit is found again in another discovery.
 export const keyOf = (unit) => unit.values['UNIT.SERIAL'] || nameOf(unit);
 
 // The serial of the unit at this address, '' when there is none.
 export const serialAt = (site, address) =>
   site.units.find((unit) => unit.values['IP.ADDRESS'] === address)?.values['UNIT.SERIAL'] ?? '';
 
-// The encoder that a listing's own line "MYSELF,HOST,STREAM ADDRESS" tells of; null when it tells of no encoder, or of more.
+// The encoder that a listing's own line "MYSELF,HOST,STREAM ADDRESS" is of; null when it fits no encoder, or several.
 export function unitOfListing(site, listing) {
   const [, host, stream] = /^MYSELF,(.*),(.*)$/m.exec(listing) ?? [];
   const found = site.units.filter(

@@ -39,7 +39,7 @@ const settleAtEnd = (record) =>
   record.state === 'waiting' ? { state: 'unsent', reason: 'not-reached' } : settle(record);
 
 // Reads a site log, be it still growing. Records come in their order, so a line that names any other one is a unit's own
-// text. So is an exchange that went well without the message to the record's serial, where `serials` tells them. Returns
+// text. So is an exchange that went well without the message to the record's serial, where `serials` are given. Returns
 // {total, records}, total null for what is no site log.
 export function readSiteLog(text, serials = null) {
   const lines = text.split('\n');
@@ -66,7 +66,7 @@ export function readSiteLog(text, serials = null) {
   return { total: records.length, records };
 }
 
-// Whether the log tells of an update, and the end of each of its records.
+// Whether the log is of an update, and has the end of each of its records.
 export function isWhole(text) {
   const { total, records } = readSiteLog(text);
   return total !== null && records.every(isEnded);
@@ -89,7 +89,7 @@ export function updateUnderWay(text, age) {
   return total !== null && done < total && age <= longestSilence ? { total, done } : null;
 }
 
-// Puts the result lines of the answer over what the log tells; `over` settles what neither has ended. The lines decide:
+// Puts the result lines of the answer over what the log says; `over` settles what neither has ended. The lines decide:
 // they are written by this unit alone.
 export function applyResults(records, lines, over) {
   const result = over ? records.map(settleAtEnd) : [...records];

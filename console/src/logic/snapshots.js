@@ -1,4 +1,4 @@
-// Two states of a site, held against each other.
+// Compares two states of a site, and makes the way back from one to the other.
 
 import { fateOfSetting } from './class_rules.js';
 import { inOrder, keyOf, nameOf } from './site.js';

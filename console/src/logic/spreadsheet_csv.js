@@ -26,7 +26,7 @@ function separatorOf(text) {
   return [',', ';', '\t'].reduce((best, separator) => (count(separator) > count(best) ? separator : best));
 }
 
-// Reads the quoted text whose opening quote stands at `from`. Returns [text, place behind the closing quote, problem].
+// Reads the quoted text whose opening quote is at `from`. Returns [text, place of what follows the closing quote, problem].
 function takeQuoted(text, from) {
   let end = from + 1;
   while (end < text.length && (text[end] !== quote || text[end + 1] === quote))
@@ -38,7 +38,7 @@ function takeQuoted(text, from) {
 
 const endOfLine = (text, at) => at + (text.startsWith('\r\n', at) ? 2 : 1);
 
-// Lines of `own` are taken as they stand there.
+// `own` maps lines that the unit itself has written to their cells, which are taken as they are.
 function readRows(text, separator, own, notes) {
   const rows = [];
   const plain = new RegExp(`[^${separator}\\r\\n]*`, 'y');

@@ -1,4 +1,4 @@
-// Who streams to whom. A decoder tells the address that it listens to: that of an encoder, or that of an encoder's stream.
+// Who streams to whom. A decoder reports the address that it listens to: that of an encoder, or that of an encoder's stream.
 // Several encoders may send to one stream address by mistake; then nobody knows which of them is seen.
 
 import { groupBy, inOrder, nameOf } from './site.js';

@@ -1,4 +1,4 @@
-// CSV as the unit writes and reads it, which is not as spreadsheets do: quotes stand only around a value with a comma,
+// CSV as the unit writes and reads it, which is not as spreadsheets do: only a value with a comma has quotes,
 // nothing is ever doubled, and what ends a line has rules of its own.
 
 import { acceptedKey, isLongerThan, kindOfModel, longestText, mostColumns, same } from './class_rules.js';
@@ -63,7 +63,7 @@ function takeField(rest) {
   return ['', rest.slice(comma + 1)];
 }
 
-// Stores a cell as the unit does: the first column of a name takes what all columns of that name hold, an empty or
+// Stores a cell as the unit does: the first column of a name takes the values of all columns of that name; an empty or
 // overlong value changes nothing.
 function store(record, key, value) {
   if (!key || isLongerThan(value, longestText)) return;
@@ -100,7 +100,7 @@ export function readAsUnit(text, keys) {
 export function whyNotWritable(value) {
   if (isLongerThan(value, longestText)) return 'too-long';
   if (/[\u0000-\u001f\u007f]/.test(value)) return 'control';
-  if (value.includes('\ufffd')) return 'unreadable'; // stands for bytes that are no UTF-8
+  if (value.includes('\ufffd')) return 'unreadable'; // in the place of bytes that are no UTF-8
   if (value.includes('&')) return 'ampersand';
   if (value.startsWith(quote) || (value.includes(quote) && value.includes(','))) return 'quote';
   return null;

@@ -12,7 +12,7 @@ import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
 const words = texts.configure;
-// By which people know the unit of a row.
+// The name by which people know the unit of a row.
 export const nameOf = ({ unit, values }) =>
   visible(unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL']);
 

@@ -37,7 +37,7 @@ const usualKeys = [
 ];
 const usualTime = 4200; // milliseconds of a discovery in the one-pass mode
 
-// What is happening is known by the clock alone: the unit tells nothing until it is done.
+// What is happening is known by the clock alone: the unit reports nothing until it is done.
 function DiscoveryProgress({ since }) {
   const elapsed = useClock(100) - since;
   const [, phase] = words.phases.findLast(([from]) => elapsed >= from) ?? words.phases[0];
@@ -158,7 +158,7 @@ function UnitRow({ unit, first, across, index, ownSerial, selected, select }) {
   );
 }
 
-// The chosen columns, and behind the first one the marks, when there are any.
+// The chosen columns, with the marks, when there are any, as the second one.
 function tableColumns(site, keys) {
   const textsOf = (key) => site.units.map((unit) => unit.values[key]);
   const columns = keys.map((key) => ({ key, title: key, width: fittingWidth(key, textsOf(key)) }));

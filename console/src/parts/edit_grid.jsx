@@ -182,7 +182,7 @@ export function EditGrid(grid) {
   const all = useMemo(() => [{ key: 'number', title: '#', width: 20 }, ...columns], [columns]);
   const bringActive = useScrollTo(box, activeId, row, column + 1, edgesOf(all));
   const selection = selectionOf(active);
-  // Keys that come before the input has the focus follow the one that opened it.
+  // Keys that are typed before the input has the focus are added to its text.
   const start = (text, more = false) => {
     if (!canEdit(column)) return;
     bringActive(); // the input is in the page only with its cell

@@ -39,7 +39,7 @@ export function OwnUnit() {
   );
 }
 
-// In the page's head.
+// The name of this unit in the page's head.
 export function OwnUnitName() {
   const unit = useOwnUnit();
   const name = unit

@@ -122,7 +122,7 @@ function SortableHead({ column, place, sort, onSort }) {
   );
 }
 
-// In the place of columns, and of rows, that are not in the page.
+// Both fill the place of columns, or of rows, that are not in the page.
 export const SpaceBeside = ({ columns }) => (columns > 0 ? <td aria-hidden="true" class="gap" /> : null);
 export const SpaceBelow = ({ rows }) =>
   rows > 0 ? (

@@ -50,7 +50,7 @@ export function statusOf(plan) {
   return levels.has('check') || levels.has('held') ? status.held : status.good;
 }
 
-// By which people know the unit of a row.
+// The name by which people know the unit of a row.
 export const nameOf = ({ unit, values }) =>
   unit?.values['UNIT.ID'] || values['UNIT.ID'] || values['UNIT.SERIAL'];
 

@@ -295,7 +295,7 @@ export class Run {
   }
 }
 
-// What the site log tells of a batch whose end was not seen: {state, reason} for each of its rows, null when the log is not
+// What the site log says of a batch whose end was not seen: {state, reason} for each of its rows, null when the log is not
 // that of the batch. The unit must have been asked since, so that the batch has ended.
 export async function readOpenBatch(unit, { rows, open: { from, to, before } }) {
   const log = await unit.readStatic(siteLogFile);

@@ -38,7 +38,7 @@ class Journal {
     writeSync(this.#file, '\n');
   }
 
-  // Before anything is sent, it is on the disk that it may have been.
+  // On the disk before anything is sent, so that after a crash it is known which rows may have been.
   begin(from, to, before) {
     this.add({ begin: [from, to], before });
     fsyncSync(this.#file);

@@ -13,7 +13,7 @@ const siteFile = '/site.csv';
 const defaultWait = 300; // seconds
 const refusals = ['busy', 'updating', 'taken'];
 
-// Between half as long again and as long: clients that were refused together do not come again together.
+// Up to half as long again, by chance: clients that were refused at the same time come again at different times.
 const roughly = (milliseconds) => milliseconds * (1 + Math.random() / 2);
 const pause = () => roughly(10_000);
 

@@ -11,7 +11,7 @@ export const unitsBySerial = (site) =>
   new Map(site.units.map((unit) => [(unit.values['UNIT.SERIAL'] ?? '').toLowerCase(), unit]));
 
 // Returns {row, key, sent, reported, state} for each setting of the rows; states: `same`, `differs`, `missing` (the unit was
-// not discovered), `unreported` (units of its kind do not tell it).
+// not discovered), `unreported` (units of its kind do not report it).
 export function compareSettings(rows, site) {
   const units = unitsBySerial(site);
   return rows.flatMap((row) => {

@@ -1,10 +1,10 @@
 // A draft is found faulty, edited and kept, in the browser. In the box only.
 
 import assert from 'node:assert/strict';
-import { asked, chapter, look, openConsole, start, startServer } from './unit.mjs';
+import { asked, chapter, look, openConsole, startFleet, startServer } from './unit.mjs';
 
 await startServer();
-start('fleet', '--self', '--count', '24');
+await startFleet('--count', '24');
 const page = await openConsole();
 const button = (name) => page.getByRole('button', { name, exact: true });
 const goTo = (name) => page.getByRole('navigation').getByRole('link', { name, exact: true }).click();

@@ -10,7 +10,7 @@ import {
   download,
   look,
   openConsole,
-  start,
+  startFleet,
   startServer,
   until,
 } from './unit.mjs';
@@ -24,13 +24,13 @@ const units = [
   'LOST,LOST,RX610,10.77.9.4,,239.1.1.1',
   'RTL,R\u202eL,NONE,10.77.9.5,,',
 ];
-function startFleet(lines) {
+function startUnits(lines) {
   writeFileSync('/tmp/units.csv', `${lines.join('\r\n')}\r\n`);
-  return start('fleet', '--self', '--count', '18', '--units', '/tmp/units.csv');
+  return startFleet('--count', '18', '--units', '/tmp/units.csv');
 }
 
 await startServer();
-let endFleet = startFleet(units);
+let endFleet = await startUnits(units);
 const page = await openConsole();
 const errors = [];
 page.on('response', (answer) => answer.status() >= 400 && errors.push(`${answer.status()} ${answer.url()}`));
@@ -92,7 +92,7 @@ await chapter(page, 'the site is kept as it is', async () => {
 
 await chapter(page, 'a unit’s page shows its settings, its stream and what changed', async () => {
   await endFleet();
-  endFleet = startFleet(units.map((line) => line.replace('239.1.1.1', '239.77.9.1')));
+  endFleet = await startUnits(units.map((line) => line.replace('239.1.1.1', '239.77.9.1')));
   await discover();
   await page.getByLabel('Filter').fill('lost');
   await page.getByRole('link', { name: 'LOST' }).click();
@@ -145,7 +145,7 @@ await chapter(page, 'a snapshot is compared, and the way back drafted', async ()
 
 await chapter(page, 'fingers, paper and hidden characters', async () => {
   await endFleet();
-  endFleet = start('fleet', '--self', '--count', '200', '--units', '/tmp/units.csv');
+  endFleet = await startFleet('--count', '200', '--units', '/tmp/units.csv');
   await discover();
   await page.getByLabel('Filter').fill('');
   const rows = page.locator('tbody tr[aria-rowindex]');
@@ -203,7 +203,7 @@ await chapter(page, 'how long the first heading takes at slow 3G', async () => {
 
 await chapter(page, 'how long 2,000 units take', async () => {
   await endFleet();
-  start('fleet', '--self', '--count', '1999');
+  await startFleet('--count', '1999');
   await until(async () => {
     await discover(); // the fleet takes a while to start
     return /^2000 units/.test(await page.locator('#totals').innerText());

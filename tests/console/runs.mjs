@@ -9,7 +9,7 @@ import {
   download,
   look,
   openConsole,
-  start,
+  startFleet,
   startServer,
   until,
 } from './unit.mjs';
@@ -23,7 +23,7 @@ const units = [
 writeFileSync('/tmp/units.csv', `${units.join('\r\n')}\r\n`);
 
 await startServer();
-start('fleet', '--self', '--count', '3', '--units', '/tmp/units.csv');
+await startFleet('--count', '3', '--units', '/tmp/units.csv');
 const page = await openConsole();
 const button = (name) => page.getByRole('button', { name, exact: true });
 const goTo = (name) => page.getByRole('link', { name, exact: true }).click();

@@ -3,7 +3,17 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { asked, chapter, content, download, look, openConsole, start, startServer, until } from './unit.mjs';
+import {
+  asked,
+  chapter,
+  content,
+  download,
+  look,
+  openConsole,
+  startFleet,
+  startServer,
+  until,
+} from './unit.mjs';
 
 // Two units share an id, one never answers to settings, one refuses them.
 const units = [
@@ -15,7 +25,7 @@ const units = [
 writeFileSync('/tmp/units.csv', `${units.join('\r\n')}\r\n`);
 
 await startServer();
-let endFleet = start('fleet', '--self', '--count', '11', '--units', '/tmp/units.csv');
+let endFleet = await startFleet('--count', '11', '--units', '/tmp/units.csv');
 const page = await openConsole();
 const button = (name) => page.getByRole('button', { name, exact: true });
 const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
@@ -61,7 +71,7 @@ async function type(serial, column, text) {
 await chapter(page, 'the units are found, compared and shown', async () => {
   assert.match(await discover(), /^15 units: 7 encoders, 8 decoders discovered .*\n+⚠ 2 units share an id/);
   await endFleet();
-  endFleet = start('fleet', '--self', '--count', '8', '--units', '/tmp/units.csv');
+  endFleet = await startFleet('--count', '8', '--units', '/tmp/units.csv');
   assert.match(
     await discover(),
     /12 units: 5 encoders, 7 decoders .*▼ 3 units fewer than last time Missing: UNIT-010, UNIT-011, UNIT-012\./,

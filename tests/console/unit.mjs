@@ -23,6 +23,13 @@ export async function until(test) {
 
 export const content = (path) => readFileSync(path, 'utf8');
 
+// Starts simulated units, this unit's own API service included. Resolves once they answer, to a procedure that ends them.
+export async function startFleet(...options) {
+  const end = start('fleet', '--self', ...options);
+  await until(() => content('/proc/net/udp').includes(':1F40 ')); // their port, 8000
+  return end;
+}
+
 // Starts the web server that HANDLER_WEB_SERVER names. Returns the procedure that ends it.
 export async function startServer() {
   const end = start('box/web-server', process.env.HANDLER_WEB_SERVER ?? 'lighttpd');

@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 import { existsSync, readFileSync } from 'node:fs';
 import { gzipSync } from 'node:zlib';
 import { makeEdid, makeTar } from './sample_files.mjs';
-import { chapter, content, look, openConsole, start, startServer, until } from './unit.mjs';
+import { chapter, content, look, openConsole, startFleet, startServer, until } from './unit.mjs';
 
 let endServer = await startServer();
-start('fleet', '--self', '--count', '3');
+await startFleet('--count', '3');
 const page = await openConsole();
 const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
 const card = (name) => page.locator(`#${name}`);

@@ -86,6 +86,7 @@ export async function send(command, { unit = 1, socketPath, file, signal } = {})
   const [answer] = await once(asked, 'response');
   let page = '';
   for await (const bytes of answer) page += bytes;
+  signal?.throwIfAborted(); // an answer without a length ends there as if it were whole
   return { status: answer.statusCode, page };
 }
 

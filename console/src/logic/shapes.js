@@ -11,7 +11,7 @@ const shapes = [
 ];
 
 // A text is of no shape: anything may be one.
-export const shapeOf = (value) => shapes.find(([, form]) => form.test(value))?.[0] ?? 'text';
+const shapeOf = (value) => shapes.find(([, form]) => form.test(value))?.[0] ?? 'text';
 
 const known = new WeakMap(); // of each site, by key
 

@@ -168,11 +168,11 @@ const looksConverted = (value) =>
   /^-?\d(\.\d+|,\d+)?E\+?-?\d+$/i.test(value) ||
   dates.test(value);
 
-// Decides about one cell. Returns {state, old, value, reason, name}; states: `blank`, `same`, `fault`, `held`, `change`.
+const oldOf = (row, key) => row.unit?.values[key] ?? null;
+
+// Decides about one cell that changes something: `fault`, `held`, or `change` with the name under which it is sent.
 function decideCell(key, value, row) {
-  const old = row.unit?.values[key] ?? null;
-  if (value === '') return { state: 'blank', old, value };
-  if (value === old || key === serialKey || key === modelKey) return { state: 'same', old, value };
+  const old = oldOf(row, key);
   const fate = fateOfSetting(key, row.kind);
   const fault = fate.sent ? faultOf(key, value) : null;
   if (fault) return { state: 'fault', old, value, reason: fault };
@@ -180,22 +180,32 @@ function decideCell(key, value, row) {
   return { state: 'change', old, value, name: fate.sent };
 }
 
-function decideCells(row, { keys, blankCells, site, problems }) {
+// Nearly all cells of a large draft are as the unit has them, and get no object of their own.
+function decideCells(row, { keys, site, problems }) {
   row.kind = kindOfModel(keys.includes(modelKey) ? (row.values[modelKey] ?? '') : '');
-  row.cells = { ...blankCells };
+  const before = row.unit?.values ?? {};
   for (const key of keys) {
-    const cell = decideCell(key, row.values[key] ?? '', row);
+    const value = row.values[key] ?? '';
+    if (value === '' || value === before[key] || key === serialKey || key === modelKey) continue;
+    const cell = decideCell(key, value, row);
     row.cells[key] = cell;
-    if (cell.state === 'same' || cell.state === 'blank') continue;
     const place = { column: key, row: row.number };
     if (cell.state === 'fault') problems.add('out', `cell-${cell.reason}`, place);
     if (cell.state === 'held') problems.add('held', `held-${cell.reason}`, place);
-    if (cell.state === 'change' && looksConverted(cell.value)) problems.add('check', 'converted', place);
-    const shapes = cell.state === 'change' ? otherShapes(site, key, cell.value) : [];
+    if (cell.state !== 'change') continue;
+    if (looksConverted(value)) problems.add('check', 'converted', place);
+    const shapes = otherShapes(site, key, value);
     if (shapes.length > 0) problems.add('check', 'shape', { ...place, detail: shapes.join() });
-    if (key === idKey && cell.state === 'change' && cell.value !== cell.value.trim())
-      problems.add('check', 'id-edges', place);
+    if (key === idKey && value !== value.trim()) problems.add('check', 'id-edges', place);
   }
+}
+
+// Returns {state, old, value, reason, name} of a cell, undefined for a blank row or a column that is not sent. States:
+// `blank`, `same`, `fault`, `held`, `change`.
+export function cellOf(row, key) {
+  if (!key || row.state === 'blank') return undefined;
+  const value = row.values[key] ?? '';
+  return row.cells[key] ?? { state: value === '' ? 'blank' : 'same', old: oldOf(row, key), value };
 }
 
 function leaveOut(row, code, problems, place = {}) {
@@ -208,7 +218,8 @@ function leaveOut(row, code, problems, place = {}) {
 function readRow(draftRow, context) {
   const { problems, ownSerial, unknownToo } = context;
   const values = valuesOf(draftRow, context);
-  const row = { number: draftRow.number, values, unit: null, state: 'send', reason: '', cells: {} };
+  const cells = Object.create(null); // a unit may report a key of any name, "constructor" too
+  const row = { number: draftRow.number, values, unit: null, state: 'send', reason: '', cells };
   values[serialKey] = (values[serialKey] ?? '').trim();
   if (draftRow.cells.every((cell) => cell.trim() === '')) {
     problems.add('fixed', 'row-blank', { row: row.number });
@@ -234,12 +245,12 @@ function nameOfSame(key, value, kind) {
 }
 
 // Takes the settings that a row would be sent, and leaves the row out when there are none or too many.
-function chooseSettings(row, { onlyChanges, problems }) {
+function chooseSettings(row, { keys, onlyChanges, problems }) {
   if (row.state !== 'send') return;
   row.settings = [];
-  for (const key of Object.keys(row.cells)) {
-    const { state, value, name } = row.cells[key];
-    const sentAs = state === 'same' && !onlyChanges ? nameOfSame(key, value, row.kind) : name;
+  for (const key of onlyChanges ? Object.keys(row.cells) : keys) {
+    const { state, value, name } = cellOf(row, key);
+    const sentAs = state === 'same' ? nameOfSame(key, value, row.kind) : name;
     if (sentAs) row.settings.push({ key, name: sentAs, value });
   }
   if (row.settings.length === 0) {
@@ -300,6 +311,7 @@ function skipSharedAddresses(rows, site, problems) {
 
 function skipThoseThatCollide(rows, site, problems) {
   const sending = rows.filter((row) => row.state === 'send' && sentValue(row, staticAddressKey));
+  if (sending.length === 0) return false;
   const moved = new Set(sending.map((row) => row.unit));
   const staying = site.units.filter((unit) => !moved.has(unit));
   const taken = new Set(staying.flatMap((unit) => [unit.values[addressKey], unit.values[staticAddressKey]]));
@@ -347,15 +359,17 @@ function movedUnits(sending) {
 
 // Ids that a unit which is not in the plan has already.
 function warnOfTakenIds(rows, site, problems) {
-  const sending = rows.filter((row) => row.state === 'send');
-  const planned = new Set(sending.filter((row) => sentValue(row, idKey)).map((row) => row.unit));
+  const sending = rows.filter((row) => row.state === 'send' && sentValue(row, idKey));
+  const renamed = sending.filter((row) => row.cells[idKey]?.state === 'change');
+  if (renamed.length === 0) return;
+  const planned = new Set(sending.map((row) => row.unit));
   const ids = new Set(
     site.units.filter((unit) => !planned.has(unit)).map((unit) => (unit.values[idKey] ?? '').toLowerCase()),
   );
-  for (const row of sending) {
-    const cell = row.cells[idKey];
-    if (cell?.state !== 'change' || !ids.has(cell.value.toLowerCase())) continue;
-    problems.add('check', 'id-taken', { column: idKey, row: row.number, detail: cell.value });
+  for (const row of renamed) {
+    const { value } = row.cells[idKey];
+    if (ids.has(value.toLowerCase()))
+      problems.add('check', 'id-taken', { column: idKey, row: row.number, detail: value });
   }
 }
 
@@ -392,7 +406,7 @@ function oldValue(row, key) {
 }
 
 function undoOf(rows, keys) {
-  const changed = (row) => keys.filter((key) => row.cells[key].state === 'change');
+  const changed = (row) => Object.keys(row.cells).filter((key) => row.cells[key].state === 'change');
   const kept = rows.filter((row) => changed(row).some((key) => oldValue(row, key)));
   return {
     undo: kept.length > 0 ? writeRows(kept, keys, oldValue) : '',
@@ -430,8 +444,8 @@ export function preflight(draft, site, { onlyChanges = true, ownSerial = '', unk
   const unitsBySerial = groupBy(site.units, (unit) => (unit.values[serialKey] ?? '').toLowerCase());
   const unitsByBareSerial = groupBy(site.units, (unit) => bareSerial(unit.values[serialKey] ?? ''));
   const known = { site, unitsBySerial, unitsByBareSerial, ownSerial };
-  const blanks = { blankValues: recordOf(header.filter(Boolean), ''), blankCells: recordOf(keys, null) };
-  const context = { ...known, ...blanks, header, keys, problems, onlyChanges, unknownToo };
+  const blankValues = recordOf(header.filter(Boolean), '');
+  const context = { ...known, blankValues, header, keys, problems, onlyChanges, unknownToo };
   const rows = draft.rows.map((row) => readRow(row, context));
   rows.forEach((row) => chooseSettings(row, context));
   skipSharedIdentities(rows, problems);

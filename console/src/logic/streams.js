@@ -6,8 +6,9 @@ import { groupBy, inOrder, nameOf } from './site.js';
 export const hostKey = 'STREAM.HOST';
 const addressKey = 'IP.ADDRESS';
 const streamKeys = ['STREAM.RTP_ADDRESS', 'STREAM.ADDRESS'];
+const hostKeys = [hostKey, ...streamKeys];
 
-const first = (unit, keys) => keys.map((key) => unit.values[key]).find(Boolean) ?? '';
+const first = ({ values }, keys) => values[keys.find((key) => values[key])] ?? '';
 const byName = (one, other) => inOrder(one.name, other.name);
 
 function describeEncoders(site) {
@@ -39,13 +40,12 @@ export function readStreams(site) {
   const decoders = site.units
     .filter(({ kind }) => kind.decoder)
     .map((unit) => {
-      const decoder = { unit, name: nameOf(unit), host: first(unit, [hostKey, ...streamKeys]), source: null };
-      if (decoder.host === '' || decoder.host === '0.0.0.0') return { ...decoder, state: 'none' };
-      const units = byAddress.get(decoder.host);
-      const found = units ?? byStream.get(decoder.host) ?? [];
-      count[units ? 'address' : 'stream'] += found.length > 0 ? 1 : 0;
-      if (found.length !== 1) return { ...decoder, state: found.length > 0 ? 'unclear' : 'unknown' };
-      return { ...decoder, state: 'source', source: found[0] };
+      const host = first(unit, hostKeys);
+      const nowhere = host === '' || host === '0.0.0.0';
+      const found = nowhere ? [] : (byAddress.get(host) ?? byStream.get(host) ?? []);
+      if (found.length > 0) count[byAddress.has(host) ? 'address' : 'stream'] += 1;
+      const state = nowhere ? 'none' : (['unknown', 'source'][found.length] ?? 'unclear');
+      return { unit, name: nameOf(unit), host, state, source: state === 'source' ? found[0] : null };
     })
     .sort(byName);
   for (const decoder of decoders) decoder.source?.viewers.push(decoder);

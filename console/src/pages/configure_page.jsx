@@ -12,7 +12,7 @@ import {
   undoEdit,
 } from '../actions.js';
 import { passing, sorted } from '../logic/choice.js';
-import { preflight } from '../logic/preflight.js';
+import { cellOf, preflight } from '../logic/preflight.js';
 import { EditGrid, focusGrid } from '../parts/edit_grid.jsx';
 import { fittingWidth } from '../parts/table.jsx';
 import { BusyButton, Check, Choice, DropZone, FilterInput, Menu, Notice } from '../parts/widgets.jsx';
@@ -152,7 +152,7 @@ function Editor({ draft, plan, site, shown, active: chosen, activate, goNext, so
   const columns = useColumns(draft);
   const canEdit = (column) => draft.source !== 'site' || draft.columns[column] !== 'UNIT.SERIAL';
   const rowAt = (at) => plan.rows[shown[at]];
-  const cellAt = (at, column) => rowAt(at)?.cells[plan.header[column]];
+  const cellAt = (at, column) => rowAt(at) && cellOf(rowAt(at), plan.header[column]);
   const stateAt = (at, column) => {
     if (plan.header[column] === null) return 'held';
     return rowAt(at).state === 'left-out' ? 'fault' : (cellAt(at, column)?.state ?? 'blank');

@@ -79,15 +79,9 @@ function whatBecomesOf(row, cell) {
 }
 
 const movedColumns = words.movedColumns.map((title) => ({ key: title, title, width: 18 }));
-const listed = ['change', 'held', 'fault'];
 
 // The cells that are not blank or the same: {row, key}.
-const changesOf = (plan) =>
-  plan.rows.flatMap((row) =>
-    Object.keys(row.cells)
-      .filter((key) => listed.includes(row.cells[key].state))
-      .map((key) => ({ row, key })),
-  );
+const changesOf = (plan) => plan.rows.flatMap((row) => Object.keys(row.cells).map((key) => ({ row, key })));
 
 function ChangeRow({ row, name, index }) {
   const cell = row.cells[name];

@@ -17,28 +17,20 @@ const activeId = 'active-crossing';
 
 const names = 182; // pixels of the names of rows, as in console.css
 
-// Rows and columns are {key, title, sign, look}; a sign is a mark whose meaning is in the title. `crossing(row,
-// column)` returns {look, sign, say} for their indexes. `active` is {row, column}, `activate` moves it, `choose(row, column)` is
-// called for a click, Enter or the space bar.
-export function Matrix({ label, corner, rows, columns, crossing, active, activate, choose }) {
-  const box = useRef(null);
-  const [pointed, setPointed] = useState(null);
-  const edges = useMemo(
-    () => [0, ...Array.from({ length: columns.length + 1 }, (_, at) => names + at * size)],
-    [columns],
-  );
-  const [top, bottom] = useRowsInSight(box, rows.length);
-  const [left, right] = useColumnsInSight(box, edges, true, 1).map((place) => place - 1);
-  useScrollTo(box, activeId, active.row, active.column + 1, edges);
-  const onKeyDown = (event) => {
-    const next = moved(active, event.key, rows.length, columns.length);
-    if (next) activate(next);
-    else if (event.key === 'Enter' || event.key === ' ') choose(active.row, active.column);
-    else return;
-    event.preventDefault();
-  };
-  const shown = columns.slice(left, right);
-  const marked = (column) => column === (pointed ?? active.column);
+// The crossings in sight: rows from `top` to `bottom`, columns from `left` to `right`, the ends left out.
+function Crossings({
+  rows,
+  columns,
+  crossing,
+  active,
+  activate,
+  choose,
+  setPointed,
+  top,
+  bottom,
+  left,
+  right,
+}) {
   const renderCell = (row, column) => {
     const { look, sign, say } = crossing(row, column);
     const here = row === active.row && column === active.column;
@@ -61,6 +53,46 @@ export function Matrix({ label, corner, rows, columns, crossing, active, activat
       </td>
     );
   };
+  return rows.slice(top, bottom).map(({ key, title, look }, at) => (
+    <tr key={key} aria-rowindex={top + at + 2}>
+      <th scope="row" class={top + at === active.row ? `${look} pointed` : look} title={title}>
+        {title}
+      </th>
+      <SpaceBeside columns={left} />
+      {columns.slice(left, right).map((_, place) => renderCell(top + at, left + place))}
+      <SpaceBeside columns={columns.length - right} />
+    </tr>
+  ));
+}
+
+// Rows and columns are {key, title, sign, look}; a sign is a mark whose meaning is in the title. `crossing(row,
+// column)` returns {look, sign, say} for their indexes. `active` is {row, column}, `activate` moves it, `choose(row, column)` is
+// called for a click, Enter or the space bar.
+export function Matrix(matrix) {
+  const { label, corner, rows, columns, crossing, active, activate, choose } = matrix;
+  const box = useRef(null);
+  const [pointed, setPointed] = useState(null);
+  const edges = useMemo(
+    () => [0, ...Array.from({ length: columns.length + 1 }, (_, at) => names + at * size)],
+    [columns],
+  );
+  const [top, bottom] = useRowsInSight(box, rows.length);
+  const [left, right] = useColumnsInSight(box, edges, true, 1).map((place) => place - 1);
+  useScrollTo(box, activeId, active.row, active.column + 1, edges);
+  const onKeyDown = (event) => {
+    const next = moved(active, event.key, rows.length, columns.length);
+    if (next) activate(next);
+    else if (event.key === 'Enter' || event.key === ' ') choose(active.row, active.column);
+    else return;
+    event.preventDefault();
+  };
+  const shown = columns.slice(left, right);
+  const marked = (column) => column === (pointed ?? active.column);
+  // The pointer alone changes no crossing: it marks its column's name.
+  const crossings = useMemo(
+    () => <Crossings {...{ ...matrix, setPointed, top, bottom, left, right }} />,
+    [crossing, top, bottom, left, right],
+  );
   return (
     <div
       class="table matrix"
@@ -106,16 +138,7 @@ export function Matrix({ label, corner, rows, columns, crossing, active, activat
         </thead>
         <tbody>
           <SpaceBelow rows={top} />
-          {rows.slice(top, bottom).map(({ key, title, look }, at) => (
-            <tr key={key} aria-rowindex={top + at + 2}>
-              <th scope="row" class={top + at === active.row ? `${look} pointed` : look} title={title}>
-                {title}
-              </th>
-              <SpaceBeside columns={left} />
-              {shown.map((_, place) => renderCell(top + at, left + place))}
-              <SpaceBeside columns={columns.length - right} />
-            </tr>
-          ))}
+          {crossings}
           <SpaceBelow rows={rows.length - bottom} />
         </tbody>
       </table>

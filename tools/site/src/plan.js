@@ -1,7 +1,7 @@
 // What a file of settings would do to a site: the console's checks, said at a shell.
 
 import { readDraft } from '../../../console/src/logic/draft.js';
-import { gatherProblems, preflight } from '../../../console/src/logic/preflight.js';
+import { cellOf, gatherProblems, preflight } from '../../../console/src/logic/preflight.js';
 import { readSite } from '../../../console/src/logic/site.js';
 import { texts } from '../../../console/src/texts.js';
 import { readFile } from './files.js';
@@ -75,7 +75,7 @@ function tellRows({ sending }, json) {
     const address = values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '';
     const pairs = Object.fromEntries(settings.map(({ key, value }) => [key, value]));
     if (json) {
-      const old = Object.fromEntries(settings.map(({ key }) => [key, row.cells[key].old]));
+      const old = Object.fromEntries(settings.map(({ key }) => [key, cellOf(row, key).old]));
       event('row', {
         row: number,
         serial: values['UNIT.SERIAL'],
@@ -85,7 +85,7 @@ function tellRows({ sending }, json) {
         old,
       });
     } else {
-      const said = settings.map(({ key, value }) => `${key}=${value} (${row.cells[key].old ?? '?'})`);
+      const said = settings.map(({ key, value }) => `${key}=${value} (${cellOf(row, key).old ?? '?'})`);
       line(`${number}  ${nameOf(row)}  ${address}  ${said.join('; ')}`);
     }
   }

@@ -1,7 +1,7 @@
 // The console: its pages, and the line that says what the unit is doing.
 
 import { render } from 'preact';
-import { useEffect, useState } from 'preact/hooks';
+import { useEffect } from 'preact/hooks';
 import { attempt, draftIsSafe, findFirmware, loadSite, restoreDraft } from './actions.js';
 import { ConfigurePage } from './pages/configure_page.jsx';
 import { DetailsPage } from './pages/details_page.jsx';
@@ -15,6 +15,7 @@ import { UnitsPage } from './pages/units_page.jsx';
 import { OwnUnitName } from './parts/own_unit.jsx';
 import { ThemeChoice } from './parts/theme.jsx';
 import { ErrorNotice, Notice } from './parts/widgets.jsx';
+import { watchPlace } from './place.js';
 import { findRuns, watchOthers } from './runs.js';
 import { get, recall, set, useStore } from './store.js';
 import { texts } from './texts.js';
@@ -29,16 +30,6 @@ const pages = {
   unit: UnitPage,
   listings: ListingsPage,
 };
-
-// Returns [page, topic]: "#details/KU000002" is the page of that unit.
-function placeOfAddress() {
-  const [, name, topic] = /^#?([^/]*)\/?(.*)$/s.exec(location.hash);
-  try {
-    return Object.hasOwn(pages, name) ? [name, decodeURIComponent(topic)] : ['units', ''];
-  } catch {
-    return ['units', ''];
-  }
-}
 
 const inNavigation = Object.entries(texts.pages).filter(([name]) => name !== 'details');
 
@@ -81,23 +72,6 @@ function Head({ page, activity, firmware }) {
   );
 }
 
-function usePlace() {
-  const [place, setPlace] = useState(placeOfAddress);
-  const [page, topic] = place;
-  useEffect(() => {
-    const onHash = () => {
-      set({ notice: null });
-      setPlace(placeOfAddress());
-    };
-    addEventListener('hashchange', onHash);
-    return () => removeEventListener('hashchange', onHash);
-  }, []);
-  useEffect(() => {
-    document.title = `${texts.pages[page]} – ${texts.title}`;
-  }, [page, topic]);
-  return place;
-}
-
 // What has the focus may go: a row that is scrolled away, a button whose work is done. The page takes the focus then, so
 // that keys and screen readers go on from there.
 function keepFocus() {
@@ -115,7 +89,10 @@ function keepFocus() {
 // The page of uploads stays while another one is shown: they go on.
 function Console() {
   const state = useStore();
-  const [page, topic] = usePlace();
+  const { page, topic } = state;
+  useEffect(() => {
+    document.title = `${texts.pages[page]} – ${texts.title}`;
+  }, [page]);
   return (
     <>
       <Skip />
@@ -144,6 +121,7 @@ addEventListener('beforeunload', (event) => {
 });
 // A file dropped beside its place would replace the page.
 for (const name of ['dragover', 'drop']) addEventListener(name, (event) => event.preventDefault());
+watchPlace();
 render(<Console />, document.body);
 keepFocus();
 attempt(loadSite).then(() => attempt(findRuns));

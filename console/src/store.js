@@ -3,6 +3,8 @@
 import { useEffect, useState } from 'preact/hooks';
 
 let state = {
+  page: 'units', //    that is shown, by its name in the address
+  topic: '', //         of that page: the unit of the page of details
   activity: null, //    {job, command, tries} of the request that runs
   discovery: null, //   {since} while a discovery runs
   site: null, //        {keys, units, hidden, encoders, decoders} and {bytes, modified}

@@ -9,6 +9,7 @@ import { visible } from '../logic/visible.js';
 import { findUnit, settingsByGroup } from '../logic/unit_details.js';
 import { ConsoleLink, OwnMark, UnitLink, isOwn } from '../parts/unit_link.jsx';
 import { TableHead } from '../parts/widgets.jsx';
+import { goTo } from '../place.js';
 import { texts } from '../texts.js';
 
 const words = texts.details;
@@ -78,7 +79,7 @@ function Changes({ site, earlier, unit }) {
 
 function Details({ site, earlier, unit, ownSerial }) {
   const configure = () => {
-    if (draftFromSite([unit])) location.hash = 'configure';
+    if (draftFromSite([unit])) goTo('configure');
   };
   return (
     <>

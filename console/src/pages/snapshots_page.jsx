@@ -9,6 +9,7 @@ import { visible } from '../logic/visible.js';
 import { Table } from '../parts/table.jsx';
 import { UnitLink } from '../parts/unit_link.jsx';
 import { Choice, DownloadButton, ErrorNotice, TableHead } from '../parts/widgets.jsx';
+import { goTo } from '../place.js';
 import { texts } from '../texts.js';
 
 const words = texts.snapshots;
@@ -98,7 +99,7 @@ function Differences({ then, now: after, back, ownSerial }) {
   const { missing, appeared, changes } = useMemo(() => compareValues(then, after), [then, after]);
   const { settings, lost } = useMemo(() => wayBack(changes), [changes]);
   const draft = () => {
-    if (draftSettings(settings, back)) location.hash = 'configure';
+    if (draftSettings(settings, back)) goTo('configure');
   };
   return (
     <>

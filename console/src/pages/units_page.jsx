@@ -19,6 +19,7 @@ import {
   stamp,
   useClock,
 } from '../parts/widgets.jsx';
+import { goTo } from '../place.js';
 import { recall, remember } from '../store.js';
 import { texts } from '../texts.js';
 
@@ -255,7 +256,7 @@ function Tools({ site, units, choice, setChoice, shown, chooseColumns, selected 
   const count = countSelected(units, selected);
   const wanted = selected.size > 0 ? units.filter(({ number }) => selected.has(number)) : units;
   const edit = () => {
-    if (draftFromSite(wanted)) location.hash = 'configure';
+    if (draftFromSite(wanted)) goTo('configure');
   };
   return (
     <div class="bar tools">

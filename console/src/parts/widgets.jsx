@@ -30,6 +30,7 @@ export function Dialog({ title, children, onCancel }) {
 // What opens below its title; Escape closes it, and so does the focus that leaves it.
 export function Menu({ title, children, form = false }) {
   const details = useRef(null);
+  const [open, setOpen] = useState(false);
   const close = () => {
     details.current.open = false;
   };
@@ -41,9 +42,15 @@ export function Menu({ title, children, form = false }) {
   const onFocusOut = ({ relatedTarget }) =>
     relatedTarget && !details.current.contains(relatedTarget) && close();
   return (
-    <details class="choice" ref={details} onKeyDown={onKeyDown} onFocusOut={onFocusOut}>
+    <details
+      class="choice"
+      ref={details}
+      onKeyDown={onKeyDown}
+      onFocusOut={onFocusOut}
+      onToggle={(event) => setOpen(event.currentTarget.open)}
+    >
       <summary>{title}</summary>
-      <div class={form ? 'menu form' : 'menu'}>{children}</div>
+      {open && <div class={form ? 'menu form' : 'menu'}>{children}</div>}
     </details>
   );
 }

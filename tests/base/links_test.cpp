@@ -36,8 +36,7 @@ void write_all(const std::string& folder) {
   log.replace("text");
 }
 
-// If it fails, another user of the unit has us overwrite a file through a link, or links of ours are not
-// followed.
+// If it fails, another user of the unit makes us overwrite a file by a link, or our own links fail.
 TEST(Links, OurOwnAreFollowedAndThoseOfOthersAreNot) {
   char folder[] = "/tmp/linksXXXXXX";
   ASSERT_NE(mkdtemp(folder), nullptr);

@@ -144,8 +144,7 @@ TEST(CaptureFile, FailuresLeaveAnEmptyList) {
   }
 }
 
-// If it fails, a capture that was cut in transfer is replayed as if it was whole, or changes the request that
-// runs.
+// If it fails, a capture that was cut in transfer is replayed as whole, or changes the running request.
 TEST(CaptureFile, EveryCutFailsOrLoadsWholeEntries) {
   const std::string head = capture_head(1);
   const std::string first = entry("a", "1");

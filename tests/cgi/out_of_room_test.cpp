@@ -41,8 +41,7 @@ void* __wrap_reallocarray(void* memory, std::size_t count, std::size_t size) {
 }
 }
 
-// The layer allocates without exceptions, so these are its allocations; the ones of the test itself never
-// fail.
+// The layer allocates without exceptions; the test itself with them, so its allocations never fail.
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return counted(size) ? operator new[](size) : nullptr;
 }

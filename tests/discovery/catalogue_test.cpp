@@ -28,8 +28,7 @@ std::uint32_t checksum(std::span<const std::string_view> texts) {
 
 }  // namespace
 
-// If it fails, a key or a model is misspelt, missing or in another table. Who changes a table changes what a
-// site is sent, so says so here, too.
+// If it fails, a key or a model is misspelt, missing or in another table, and units are sent other settings.
 TEST(Catalogue, TablesAreUnchanged) {
   std::vector<std::string_view> renamed;
   for (const rename_row& row : rename_table) renamed.insert(renamed.end(), {row.record_key, row.sent_as});

@@ -69,8 +69,7 @@ TEST(NodeSearch, AFloodOfRepeatedKeysHidesNothing) {
   expect_greps_results(search);
 }
 
-// If it fails, a further datagram of a unit goes to another unit's file than the command line would choose.
-// Files of an earlier run count, too.
+// If it fails, a further datagram of a unit goes to another file than grep finds, old files included.
 TEST(NodeSearch, AgreesWithGrepOnRandomFiles) {
   for (int round = 0; round < 12; ++round) {
     SCOPED_TRACE(round);

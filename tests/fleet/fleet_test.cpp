@@ -1,5 +1,4 @@
-// What no test shows that uses the fleet: where it says no, what it forgets, and that it is as hard on the
-// program as it should be.
+// What other tests do not show of the fleet: what it refuses and forgets, and that it is hard on the program.
 
 #include <gtest/gtest.h>
 

@@ -89,8 +89,7 @@ TEST(DeviceListing, OwnLineShowsWhatTheToolPrints) {
   EXPECT_EQ(listed(1, {}), "MYSELF,host,addr\n");
 }
 
-// If it fails, slow units are missing because the listing gave up early, or a unit without a network keeps
-// its client waiting.
+// If it fails, slow units are missing from a list, or a unit without a network keeps its client waiting.
 TEST(DeviceListing, EndsAfterFiveSilentReceivesOrAnError) {
   auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(listed(2, {}), "");

@@ -15,8 +15,7 @@ namespace {
 const std::string keys = "UNIT.SERIAL\nIP.ADDRESS\nUNIT.ID\nVW.NAME\n";
 const std::string header = "UNIT.SERIAL,IP.ADDRESS,UNIT.ID,VW.NAME\r\n";
 
-// Units of the site, a row each: the serial, the address 10.77.1.<row>, the faults. Their CSV gives each an
-// id.
+// Units with these faults, a row each, with serials and addresses by row. Their CSV gives each an id.
 struct site {
   explicit site(const std::string& fault_columns, const lines& rows) {
     std::string units = "UNIT.SERIAL,IP.ADDRESS," + fault_columns + "\r\n";

@@ -26,8 +26,7 @@ class fake_network {
   fake_network& operator=(const fake_network&) = delete;
   ~fake_network();
 
-  // The datagrams that reached the group or a unit of the script, in order. Waits until `count` have come,
-  // for at most 5 s.
+  // The datagrams that the group and the units got, in order. Waits at most 5 s until `count` have come.
   std::vector<std::string> heard(std::size_t count);
 
  private:

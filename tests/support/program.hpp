@@ -57,7 +57,6 @@ inline const std::string undecodable = "Status: 500 Error reading form data\r\n\
 // What the program writes around the body lines of a command.
 std::string page(const std::string& command, const std::string& body);
 
-// The body lines of a command's answer, or of its answer to a GET; the whole of one without the page around
-// it.
+// The body lines of a command's answer, or of its answer to a GET; all of an answer that is no page.
 std::string body_of(const std::string& command, const std::string& answer);
 std::string body_of(const std::string& command);

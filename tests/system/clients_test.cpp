@@ -1,5 +1,4 @@
-// Uploads by real web clients through a real web server: the bytes and the name that a client sends are what
-// arrives.
+// Uploads by real web clients through a real web server arrive with their bytes and names.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,4 @@
-// A unit in trouble: each fault meets every command. A client sees what it should see, the link runs again,
-// and no temporary file is left.
+// Each fault meets every command. Clients get their answers, the link runs, no temporary file is left.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -155,9 +154,8 @@ TEST(Files, ALinkOfTheUnitIsFollowed) {
   for (const std::string& name : names) EXPECT_NE(read_file("/var/storage/" + name), "") << name;
 }
 
-// If it fails, a signal of the server leaves half a page, or the link stopped: the answer is the usual one,
-// by the usual calls of the tools, or none; where the body may be cut, it may also be the answer to a cut
-// body.
+// If it fails, a signal of the server leaves half a page, or the link stopped. The answer and the calls of
+// the tools are the usual ones, or there are none. An upload may also get the answer to a cut body.
 TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
   const quick_site site;
   std::mt19937 random{17};
@@ -194,8 +192,7 @@ TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {
   }
 }
 
-// If it fails, a client runs commands on the unit through a header or a variable. bash, which obeys most of
-// them, is the shell.
+// If it fails, a client runs commands by a header or a variable. The shell is bash, which obeys most.
 TEST(Environment, TextsAreNeverRun) {
   const quick_site site;
   write_file("/var/evil", "touch /var/owned\n");
@@ -212,8 +209,7 @@ TEST(Environment, TextsAreNeverRun) {
   EXPECT_FALSE(std::filesystem::exists("/var/owned"));
 }
 
-// If it fails, a byte of a request or of a unit's reply starts a program, in one of the two modes of
-// discovery.
+// If it fails, a text of a request or of a unit's reply starts a program.
 TEST(Environment, AHostileRequestStartsNoOtherProgram) {
   std::vector<lines> clean;
   plant_tool("update_fw.sh", "");
@@ -237,8 +233,7 @@ TEST(Environment, AHostileRequestStartsNoOtherProgram) {
   EXPECT_FALSE(std::filesystem::exists("/var/owned"));
 }
 
-// If it fails, a server that limits its programs (descriptors, stack, file size, closed outputs) gets half an
-// answer.
+// If it fails, a server that limits descriptors, stack, file size or outputs gets half an answer.
 TEST(Limits, OfAServerLeaveWholeAnswers) {
   const quick_site site;
   const auto differences = [&site](const std::string& shell_prefix) {
@@ -256,8 +251,7 @@ TEST(Limits, OfAServerLeaveWholeAnswers) {
   for (const char* closed : {"exec >&-", "exec 2>&- >&-", "exec > /dev/full"}) {
     EXPECT_EQ(differences(closed), no_answers) << closed;
   }
-  // This shell runs the unit's tools with few descriptors, too: where they run, the link is what it should
-  // be.
+  // bash runs the unit's tools with few descriptors, too; so the link is right again.
   use_shell("bash");
   EXPECT_EQ(differences("ulimit -n 6"), difference_list{});
 }

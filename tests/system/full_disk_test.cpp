@@ -108,8 +108,7 @@ TEST(FullDisk, AFailedImportLeavesNoCutFile) {
   EXPECT_EQ(read_file("/tmp/import.csv"), "(missing)");
 }
 
-// If it fails, the CSV of a discovery ends with half a line. The disk takes some of ten thousand lines of 64
-// bytes.
+// If it fails, the CSV of a discovery ends with half a line. The disk takes some of 10,000 lines.
 TEST(FullDisk, ACutDiscoveryKeepsItsWholeLines) {
   write_file("/etc/keys.txt", "A\n");
   device_count = 10'000;

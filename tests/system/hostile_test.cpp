@@ -1,5 +1,4 @@
-// Requests and clients that come at a bad moment or mean no good: always the given answer, never a hang, no
-// file left.
+// Requests and clients at a bad moment, or hostile ones: the right answer, no hang, no file left.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -57,8 +56,7 @@ TEST(Guard, AnAdmittedRequestRemovesTheUploadsOfKilledOnes) {
   EXPECT_FALSE(std::filesystem::exists("/dev/shm/cgicABC123"));
 }
 
-// If it fails, two requests run at once, or a slow body is cut where the server asked for reads that do not
-// wait.
+// If it fails, two requests run at once, or a slow body is cut because its pipe does not block.
 TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   const pipe_ends body{O_NONBLOCK};
   const int out = open("/tmp/first.answer", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -70,8 +68,7 @@ TEST(Guard, AnotherRequestWhoseBodyIsStillArrivingRefuses) {
   EXPECT_EQ(read_file("/tmp/first.answer"), page("GET_NODES", "No Nodes Detected\n"));
 }
 
-// If it fails, a client that asks again as soon as it has its answer is refused: the first process is still
-// there.
+// If it fails, a client that asks again at once is refused, because the first process is still there.
 TEST(Guard, ARequestRightAfterAnotherIsServed) {
   request cut = post("CMD=GET_NODES");
   cut.environment["CONTENT_LENGTH"] = "100";
@@ -115,8 +112,7 @@ TEST(Hostile, AnAnnouncedLengthBeyondTheMemoryIsADecodingFailure) {
   EXPECT_EQ(run_program(fields).out, undecodable);
 }
 
-// If it fails, a tool that never stops writing runs for ever, because it inherited how the server treats
-// SIGPIPE.
+// If it fails, a tool that never stops writing runs for ever, because it inherited the server's SIGPIPE.
 TEST(Hostile, ATalkativeToolEndsEvenWhereTheServerIgnoresAndBlocksPipes) {
   plant_tool("qelparam", "while true; do echo 64; done");
   sigset_t pipes;

@@ -67,8 +67,7 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   EXPECT_EQ(orders(), "");
 }
 
-// If it fails, a noisy unit's datagrams decide the results of the rows after it: three count, for its own
-// row.
+// If it fails, a noisy unit's datagrams decide the results of the rows after its own.
 TEST(MassUpdate, AStrangersNoiseStaysWithItsRow) {
   std::string flood;
   for (int i = 0; i < 300; ++i) flood += "|API=SUCCESS";

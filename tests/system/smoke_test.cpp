@@ -27,8 +27,7 @@ TEST(Smoke, OneRequestFromStartToExit) {
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
-// If it fails, a command answers something else, or the unit's tools are called otherwise or in another
-// order.
+// If it fails, a command has another answer, or calls other tools of the unit, or in another order.
 TEST(Smoke, EveryCommandAnswersAndCallsItsTools) {
   const std::string stop = "ast_send_event -1 e_stop_link\n";
   const std::string reconnect = "ast_send_event -1 e_reconnect\n";

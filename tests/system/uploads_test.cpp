@@ -83,8 +83,7 @@ TEST(CsvImport, ConvertsLineEndsAndReplacesTheLastOne) {
   EXPECT_EQ(upload("CSV_IMPORT", file_field("a")), "<p>Failed to import csv file (C)</p>\n");
 }
 
-// If it fails, a command takes another part of the upload than its file, or pages read what became of it
-// wrong.
+// If it fails, a command takes another part of the upload than its file, or pages show a wrong result.
 TEST(Staging, TakesTheFirstFieldNamedFile) {
   const std::string header = "form-data; name=\"file\"; filename=\"";  // of the 1023 characters of its value
   const std::string no_upload = "file name: \nfile size: 0 bytes\nCould not open the file.\n";

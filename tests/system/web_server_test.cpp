@@ -175,8 +175,7 @@ TEST_F(WebServer, MakesTheEchoedCommandHarmless) {
   EXPECT_NE(headers.find("X-Content-Type-Options: nosniff"), std::string::npos) << headers;
 }
 
-// If it fails, requests at once get half pages. All may be refused; those that are ask again one after the
-// other.
+// If it fails, requests at once get half pages. Those that are refused ask again, one by one.
 TEST_F(WebServer, TwentyAtOnceGetACompletePageOrTheRefusal) {
   write_file("/tmp/refusal", refusal(busy_message).substr(refusal("").find("<HTML>")));
   const std::string ask = "curl -s -o /tmp/answer.$i '" + url + "?CMD=CHECK_IMPORT_CSV_STATUS'";

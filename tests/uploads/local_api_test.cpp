@@ -16,8 +16,7 @@ const std::string timed_out = "&HANDLER=INTERNAL_REPLY_ERROR_x:-1_errno:11";
 
 }  // namespace
 
-// If it fails, an EDID upload misses a failure that the API reported late, or waits for datagrams that never
-// come.
+// If it fails, an EDID upload misses a late failure of the API, or waits for datagrams in vain.
 TEST(LocalApi, RepliesContinueAfterAnAmpersandForUpToFiveDatagrams) {
   const std::string full(1500, 'f');
   const std::string whole = std::string(1499, 'w') + "&";

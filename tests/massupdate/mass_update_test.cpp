@@ -165,13 +165,3 @@ TEST(MassUpdate, OwnSerialIsWhatTheToolPrints) {
   plant_tool("astparam", "printf %s " + s63 + "more");
   EXPECT_EQ(update("UNIT.SERIAL,VW.NAME\r\n" + s63 + ",\r\n"), "Skipping Myself #0 \n");
 }
-
-// If it fails, records that nobody checked are sent.
-TEST(MassUpdate, RecordsThatFoundNoMemoryAreNotSent) {
-  import(keys, header + "S0,,,\r\nS1,,,\r\n");
-  kvp_free();
-  caught_answer page;
-  EXPECT_EQ(send_csv_to_devices(), 0);
-  EXPECT_EQ(page.take(), "Not enough memory for 2 records, nothing is sent\n");
-  EXPECT_TRUE(read_file("/tmp/site.log").ends_with("  Not enough memory for 2 records, nothing is sent \n"));
-}

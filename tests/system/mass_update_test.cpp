@@ -61,8 +61,9 @@ TEST(MassUpdate, WithoutMemoryForTheRecordsNothingIsSent) {
   if (!is_sanitized()) update.shell_prefix = "ulimit -v 262144; exec";
   for (const std::string records : {"2", "1000000"}) {
     std::filesystem::rename("/tmp/" + records + ".csv", "/tmp/import.csv");
-    EXPECT_EQ(run_program(update).out,
-              page("PERFORM_CSV_UPDATE", "Not enough memory for " + records + " records, nothing is sent\n"));
+    const std::string line = "Not enough memory for " + records + " records, nothing is sent";
+    EXPECT_EQ(run_program(update).out, page("PERFORM_CSV_UPDATE", line + "\n"));
+    EXPECT_TRUE(read_file("/tmp/site.log").ends_with("  " + line + " \n"));
   }
   EXPECT_EQ(orders(), "");
 }

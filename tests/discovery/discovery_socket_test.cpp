@@ -12,15 +12,6 @@
 #include "support/fake_network.hpp"
 #include "support/files.hpp"
 
-namespace {
-
-void set_parameter(const char* key, const std::string& printed) {
-  write_file("/tmp/printed", printed);
-  plant_tool("qelparam", "[ \"$1 $2\" = \"g " + std::string{key} + "\" ] && cat /tmp/printed");
-}
-
-}  // namespace
-
 // If it fails, discovery does not reach the units after a router, or goes further than the installer allows.
 TEST(DiscoverySocket, TtlReadings) {
   for (const auto& [printed, ttl_used] : {
@@ -35,7 +26,7 @@ TEST(DiscoverySocket, TtlReadings) {
            {"12abc\n", 12},
            {"000000000000000000000000000000012\n", 64},  // the twelve comes after the 31st character
        }) {
-    set_parameter("UNIT.MCD_TTL", printed);
+    write_file("/var/params/UNIT.MCD_TTL", printed);
     EXPECT_EQ(open_discovery_socket(), discovery_socket);
     unsigned char ttl = 0;
     socklen_t size = sizeof ttl;
@@ -51,7 +42,7 @@ TEST(DiscoverySocket, ModeReadingsAndBothDatagramsOnTheWire) {
   fake_network network;
   lines datagrams;
   for (const auto& [printed, mode] : {std::pair{"", 1}, {"2\n", 2}, {"0\n", 2}, {" 1 \n", 1}}) {
-    set_parameter("UNIT.MCD_MODE", printed);
+    write_file("/var/params/UNIT.MCD_MODE", printed);
     const discovery_session session;
     ASSERT_TRUE(session);
     const std::string query =

@@ -10,7 +10,6 @@
 #include <random>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "cgi/cookies.hpp"
@@ -70,10 +69,7 @@ TEST(UrlEncoded, DecodesEveryForm) {
            {"=x&b=1", {}},
            {"%41%2b=%2B+GET%21", {{"A+", "+ GET!"}}},
            {"a=%4&b=%&c=%41%4", {{"a", ""}, {"b", ""}, {"c", "A"}}},
-           {"a=%G1%c3%BC%9fB",
-            {{"a",
-              "\x01\xC3\xBC\x9F"
-              "B"}}},
+           {"a=%G1%c3%BC%9fy", {{"a", "\x01\xC3\xBC\x9Fy"}}},
            {"%00=1&a=%00abc", {{"", "1"}, {"a", ""}}},
            {{"a=x\0y&b=2", 9}, {{"a", "x"}, {"b", "2"}}},
        }) {
@@ -93,8 +89,7 @@ TEST(FormTexts, LineEndRunsKeepTheLargerCountOrAreDropped) {
     int space;
   };
   for (const row& row : {
-           row{"f=a%0D%0Ab", cgiFormSuccess, "a\nb", cgiFormSuccess, "ab", 5},
-           {"f=a%0D%0A%0D%0Ab%0Dc", cgiFormSuccess, "a\n\nb\nc", cgiFormSuccess, "abc", 9},
+           row{"f=a%0D%0A%0D%0Ab%0Dc", cgiFormSuccess, "a\n\nb\nc", cgiFormSuccess, "abc", 9},
            {"f=%0A%0D%0D%0Db%0A%0A", cgiFormSuccess, "\n\n\nb\n\n", cgiFormSuccess, "b", 8},
            {"f=%0D%0A", cgiFormSuccess, "\n", cgiFormEmpty, "", 3},
            {"f=&f=2", cgiFormEmpty, "", cgiFormEmpty, "", 1},

@@ -53,7 +53,6 @@ TEST(Models, AreFoundWhateverTheirCase) {
   };
   for (const row& row : {
            row{"RX610", 1, 0, 0, 0},
-           {"TX610", 0, 1, 0, 0},
            {"T-PL-RF", 0, 1, 1, 0},
            {"KestT-2", 0, 1, 0, 1},
            {"kestr-2", 1, 0, 0, 1},

@@ -65,17 +65,6 @@ std::vector<unit_texts> random_units(std::mt19937& random) {
   return units;
 }
 
-void make_vdt(const std::vector<unit_texts>& units) {
-  device_count = static_cast<int>(units.size());
-  vdt_count = 0;
-  vdt_alloc();
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    vdt[i].unit_id.assign_cut(units[i][0]);
-    vdt[i].address.assign_cut(units[i][1]);
-    vdt[i].serial.assign_cut(units[i][2]);
-  }
-}
-
 // Two columns have the unit id's key: the first one that is not empty counts.
 void import_units(const std::vector<unit_texts>& units) {
   std::string csv = "unit.id,UNIT.ID,IP.ADDRESS,UNIT.SERIAL\r\n";
@@ -107,7 +96,14 @@ TEST(ValidDeviceTable, MarksDuplicatesAndIsClaimedOnce) {
   const std::string s63(63, 's');
   const std::vector<unit_texts> units{{"a", "1", "S1"}, {"b", "1", "S2"}, {"c", "3", "s2"},
                                       {"C", "4", s63},  {"", "", ""},     {"", "5", ""}};
-  make_vdt(units);
+  device_count = 6;
+  vdt_count = 0;
+  vdt_alloc();
+  for (std::size_t i = 0; i < 6; ++i) {
+    vdt[i].unit_id.assign_cut(units[i][0]);
+    vdt[i].address.assign_cut(units[i][1]);
+    vdt[i].serial.assign_cut(units[i][2]);
+  }
   std::vector<bool> marks;
   EXPECT_EQ(logged("vdt", duplicate_check_vdt), compare_all("vdt", units, marks));
   std::vector<unsigned> flags;

@@ -56,6 +56,16 @@ std::string serve(const variables& environment, const std::string& body = {}) {
   return read_file("/tmp/answer") + "exit:" + std::to_string(status);
 }
 
+// Does this as the main of a request, in a process of its own. Returns how the process ended.
+int end_of(int (*deed)(), bool is_ours) {
+  const pid_t process = fork();
+  if (process != 0) return wait_for(process);
+  stdin = std::freopen("/dev/null", "r", stdin);
+  static_cast<void>(cgiServeRequest(
+      {.onCalled = [] {}, .main = deed, .onClose = [] { return 0; }, .ownsProcess = is_ours}));
+  _exit(0);
+}
+
 variables post_of(const std::string& type, const std::string& length) {
   return {{"REQUEST_METHOD", "POST"},
           {"CONTENT_TYPE", type},
@@ -134,34 +144,18 @@ TEST(Entry, ChoosesTheDecoderByMethodAndType) {
 
 // If it fails, an upload stays in RAM when a check of a library aborts the program.
 TEST(Entry, AnAbortOfOurOwnEndsTheProcessAndLeavesNoFile) {
-  const pid_t process = fork();
-  if (process == 0) {
-    stdin = std::freopen("/dev/null", "r", stdin);
-    static_cast<void>(cgiServeRequest({.onCalled = [] {},
-                                       .main =
-                                           [] {
-                                             append_field({"file", "content", "client.bin", "t"});
-                                             std::abort();
-                                             return 0;
-                                           },
-                                       .onClose = [] { return 0; }}));
-    _exit(0);
-  }
-  EXPECT_EQ(wait_for(process), -SIGABRT);
+  const auto upload_and_abort = [] {
+    append_field({"file", "content", "client.bin", "t"});
+    std::abort();
+    return 0;
+  };
+  EXPECT_EQ(end_of(upload_and_abort, true), -SIGABRT);
   EXPECT_EQ(list_folder("/dev/shm"), lines{});
 }
 
 // If it fails, a program that serves more than one request no longer obeys its signals.
 TEST(Entry, AProcessThatIsNotOursKeepsItsSignals) {
-  const pid_t process = fork();
-  if (process == 0) {
-    static_cast<void>(cgiServeRequest({.onCalled = [] {},
-                                       .main = [] { return raise(SIGTERM); },
-                                       .onClose = [] { return 0; },
-                                       .ownsProcess = false}));
-    _exit(0);
-  }
-  EXPECT_EQ(wait_for(process), -SIGTERM);
+  EXPECT_EQ(end_of([] { return raise(SIGTERM); }, false), -SIGTERM);
 }
 
 // If it fails, the video link is not restarted after a command, or restarts during a firmware update.

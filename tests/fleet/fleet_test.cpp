@@ -3,14 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "address.hpp"
 #include "hostile.hpp"
-#include "made_up_units.hpp"
 #include "message.hpp"
 #include "options.hpp"
 #include "schedule.hpp"
@@ -79,18 +76,6 @@ TEST(Unit, IsDownWhileItRebootsAndForgetsWhatItDidNotSave) {
   rebooted.advance_to(start + milliseconds{2000});
   EXPECT_FALSE(rebooted.is_down(start + milliseconds{2000}));
   EXPECT_EQ(rebooted.value("VW.NAME"), "saved");
-}
-
-// If it fails, a large fleet has two units of one address or serial.
-TEST(MadeUpUnits, AreAllDifferent) {
-  std::set<std::string> addresses, serials;
-  for (unsigned number = 2; number < 2049; ++number) {
-    const unit made{make_up_unit(number, {}), 0};
-    addresses.insert(address_text(made.address()));
-    serials.emplace(made.value("UNIT.SERIAL"));
-  }
-  EXPECT_EQ(addresses.size(), 2047U);
-  EXPECT_EQ(serials.size(), 2047U);
 }
 
 // If it fails, hostile units are tame, or so wild that no test can find them in the CSV.

@@ -136,24 +136,6 @@ TEST(Files, MissingOnesAreAnsweredByTheCommandsThatNeedThem) {
   }
 }
 
-// If it fails, a unit that keeps its logs and files on other storage, by links, loses them.
-TEST(Files, ALinkOfTheUnitIsFollowed) {
-  const quick_site site;
-  write_file("/var/params/UNIT.MCD_MODE", "2\n");
-  std::filesystem::remove("/bin/rm");  // it would take some of the links away
-  std::filesystem::create_directory("/var/storage");
-  const lines names{"dbgCGI.log", "MCt.log",      "MCm.log",        "MCa.log",       "MCb.log",
-                    "mcD.log",    "discover.csv", "node_0",         "discover.info", "import2.csv",
-                    "site.log",   "edid.edid",    "upload_file.txt"};
-  for (const std::string& name : names) {
-    const std::string path = (name == "upload_file.txt" ? "/www/" : "/tmp/") + name;
-    std::filesystem::remove(path);
-    std::filesystem::create_symlink("/var/storage/" + name, path);
-  }
-  for (const difference& found : site.differences()) EXPECT_FALSE(is_broken(found)) << found;
-  for (const std::string& name : names) EXPECT_NE(read_file("/var/storage/" + name), "") << name;
-}
-
 // If it fails, a signal of the server leaves half a page, or the link stopped. The answer and the calls of
 // the tools are the usual ones, or there are none. An upload may also get the answer to a cut body.
 TEST(Signals, AtAnyMomentLeaveAWholeAnswerOrNone) {

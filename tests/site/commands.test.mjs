@@ -2,6 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
+import { once } from 'node:events';
 import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
@@ -23,6 +24,14 @@ function file(name, text) {
   const path = join(folder, name);
   writeFileSync(path, text);
   return path;
+}
+
+// Listens as a unit does that treats its clients like this. Returns its address.
+async function listen(context, treat) {
+  const unit = createServer((client) => treat(client.on('error', () => {})));
+  await once(unit.listen(0, '127.0.0.1'), 'listening');
+  context.after(() => unit.close());
+  return `127.0.0.1:${unit.address().port}`;
 }
 
 const header = 'IP.ADDRESS,UNIT.ID,UNIT.MODEL,UNIT.SERIAL,VW.NAME,STREAM.BIT_RATE';
@@ -61,27 +70,18 @@ test('a refusal with bare line feeds in its header, as busybox httpd passes it o
     'HTTP/1.1 200 OK\r\nContent-type: text/html,\n\n' +
     '<HTML><HEAD><meta name="ERROR_RORRE" content="none"></HEAD><BODY BGCOLOR=#FFFFFF TEXT=#000000 LINK=#000000 ' +
     'VLINK=#800080>\n<Center>\n&HANDLER=ERROR Firmware Update In Progress, try again later.\n</Center></BODY></HTML>';
-  const unit = createServer((client) => client.once('data', () => client.end(refusal)).on('error', () => {}));
-  await new Promise((resolve) => {
-    unit.listen(0, '127.0.0.1', resolve);
-  });
-  context.after(() => unit.close());
-  const { events } = await siteJson('discover', `127.0.0.1:${unit.address().port}`, '--wait', '0');
+  const address = await listen(context, (client) => client.once('data', () => client.end(refusal)));
+  const { events } = await siteJson('discover', address, '--wait', '0');
   assert.equal(events.find(({ event }) => event === 'error')?.kind, 'updating');
 });
 
 // A discovery stops the video of the unit that is asked, for nothing if its result is lost.
 test('a file that cannot be read or written is named before any unit is asked', async (context) => {
   let asked = 0;
-  const unit = createServer((client) => {
+  const address = await listen(context, (client) => {
     asked += 1;
-    client.on('error', () => {}).end();
+    client.end();
   });
-  await new Promise((resolve) => {
-    unit.listen(0, '127.0.0.1', resolve);
-  });
-  context.after(() => unit.close());
-  const address = `127.0.0.1:${unit.address().port}`;
   const none = join(folder, 'none', 'file');
   const table = [
     [['upload', 'csv', none, address], `${none} cannot be read (ENOENT).`],

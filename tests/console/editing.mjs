@@ -1,13 +1,9 @@
 // A draft is found faulty, edited and kept, in the browser. In the box only.
 
 import assert from 'node:assert/strict';
-import { asked, chapter, look, openConsole, startFleet, startServer } from './unit.mjs';
+import { asked, chapter, look, openSite } from './unit.mjs';
 
-await startServer();
-await startFleet('--count', '24');
-const page = await openConsole();
-const button = (name) => page.getByRole('button', { name, exact: true });
-const goTo = (name) => page.getByRole('navigation').getByRole('link', { name, exact: true }).click();
+const { page, goTo, button } = await openSite('--count', '24');
 const focused = () =>
   page.evaluate(() => document.activeElement.getAttribute('role') ?? document.activeElement.id);
 const detail = page.locator('.cell-detail');

@@ -2,17 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import {
-  anotherConsole,
-  chapter,
-  content,
-  download,
-  look,
-  openConsole,
-  startFleet,
-  startServer,
-  until,
-} from './unit.mjs';
+import { anotherConsole, chapter, content, download, look, openSite, until } from './unit.mjs';
 
 // Three units are silent, which takes five seconds each; one refuses.
 const units = [
@@ -22,11 +12,7 @@ const units = [
 ];
 writeFileSync('/tmp/units.csv', `${units.join('\r\n')}\r\n`);
 
-await startServer();
-await startFleet('--count', '3', '--units', '/tmp/units.csv');
-const page = await openConsole();
-const button = (name) => page.getByRole('button', { name, exact: true });
-const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
+const { page, goTo, discover, button } = await openSite('--count', '3', '--units', '/tmp/units.csv');
 const tally = (text) => page.locator('#tally').getByText(text).waitFor();
 const says = (text) => page.getByText(text).first().waitFor();
 const states = async () =>
@@ -36,13 +22,6 @@ const states = async () =>
       .evaluateAll((rows) => rows.map(({ cells }) => [cells[1].innerText, cells[5].innerText.slice(1)])),
   );
 const serialsSent = () => content('/www/site.log').match(/(?<=^CMD=START&UNIT.ID=)[A-Z0-9]+/gm) ?? [];
-
-async function discover() {
-  await goTo('Units');
-  await page.getByRole('button', { name: /^Discover/ }).click();
-  await page.locator('progress').waitFor();
-  await page.locator('progress').waitFor({ state: 'hidden' });
-}
 
 // Opens a draft of rows, and the dialog that would send it.
 async function ask(...rows) {
@@ -143,7 +122,7 @@ await chapter(page, 'the end of a log is read though the web server knows of it 
 
 await chapter(
   page,
-  'another console’s update is seen, waited for and looked at before anything is sent',
+  'another console’s update is waited for, and compared before anything is sent',
   async () => {
     await button('Back to the draft').click();
     await discover();

@@ -3,17 +3,7 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import {
-  asked,
-  chapter,
-  content,
-  download,
-  look,
-  openConsole,
-  startFleet,
-  startServer,
-  until,
-} from './unit.mjs';
+import { asked, chapter, content, download, look, openSite, startFleet, until } from './unit.mjs';
 
 // Two units share an id, one never answers to settings, one refuses them.
 const units = [
@@ -24,18 +14,13 @@ const units = [
 ];
 writeFileSync('/tmp/units.csv', `${units.join('\r\n')}\r\n`);
 
-await startServer();
-let endFleet = await startFleet('--count', '11', '--units', '/tmp/units.csv');
-const page = await openConsole();
-const button = (name) => page.getByRole('button', { name, exact: true });
-const goTo = (name) => page.getByRole('link', { name, exact: true }).click();
-
-async function discover() {
-  await page.getByRole('button', { name: /^Discover/ }).click();
-  await page.getByText('Listening for their answers').waitFor();
-  await page.locator('progress').waitFor({ state: 'hidden' });
-  return page.locator('.summary').innerText();
-}
+const { page, endFleet, goTo, discover, button } = await openSite(
+  '--count',
+  '11',
+  '--units',
+  '/tmp/units.csv',
+);
+const summary = () => page.locator('.summary').innerText();
 
 // The texts of the cells of these rows, a list for each row.
 const cellsOf = (rows) =>
@@ -69,11 +54,13 @@ async function type(serial, column, text) {
 }
 
 await chapter(page, 'the units are found, compared and shown', async () => {
-  assert.match(await discover(), /^15 units: 7 encoders, 8 decoders discovered .*\n+⚠ 2 units share an id/);
+  await discover();
+  assert.match(await summary(), /^15 units: 7 encoders, 8 decoders discovered .*\n+⚠ 2 units share an id/);
   await endFleet();
-  endFleet = await startFleet('--count', '8', '--units', '/tmp/units.csv');
+  await startFleet('--count', '8', '--units', '/tmp/units.csv');
+  await discover();
   assert.match(
-    await discover(),
+    await summary(),
     /12 units: 5 encoders, 7 decoders .*▼ 3 units fewer than last time Missing: UNIT-010, UNIT-011, UNIT-012\./,
   );
   assert.equal(await page.locator('tr.conflict').count(), 2);
@@ -240,7 +227,6 @@ await chapter(page, 'only the failed are retried; a page that was left finds the
 });
 
 await chapter(page, 'another discovery shows the new values', async () => {
-  await goTo('Units');
   await discover();
   await page.getByLabel('Filter').fill('KU000003');
   assert.match(await page.locator('tbody').innerText(), /SITE-003.*Hall, north/s);

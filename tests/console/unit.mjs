@@ -67,6 +67,23 @@ export async function openConsole() {
   return page;
 }
 
+// Starts a web server and simulated units, and opens the console. Returns its page, the procedure that ends the units, and
+// what tests do there again and again.
+export async function openSite(...options) {
+  await startServer();
+  const endFleet = await startFleet(...options);
+  const page = await openConsole();
+  const goTo = (name) => page.getByRole('navigation').getByRole('link', { name, exact: true }).click();
+  const discover = async () => {
+    await goTo('Units');
+    await page.getByRole('button', { name: /^Discover/ }).click();
+    await page.getByText('Listening for their answers').waitFor();
+    await page.locator('progress').waitFor({ state: 'hidden' });
+  };
+  const button = (name) => page.getByRole('button', { name, exact: true });
+  return { page, endFleet, goTo, discover, button };
+}
+
 // One part of a test. When it fails, the text of the page is printed before the reason, and the test ends.
 export async function chapter(page, title, work) {
   console.log(title);

@@ -86,50 +86,44 @@ await chapter(page, 'a busy unit is asked until it answers, a broken answer is r
   await page.unroute('**/cgi-bin/*');
 });
 
-await chapter(
-  page,
-  'firmware is checked, confirmed for this very unit, and waited for on every page',
-  async () => {
-    await goTo('This unit');
-    await page.getByRole('button', { name: 'Find out which it is' }).click();
-    await page.locator('.own-unit').getByText('KU000001').waitFor();
-    await page.locator('header').getByText('UNIT-001 · KestT-2 · 10.77.0.1').waitFor();
-    const firmware = gzipSync(makeTar('firmware.bin', 200_000));
-    await choose('firmware', 'cut.tar.gz', firmware.subarray(0, 100_000));
-    await says('firmware', 'damaged, or cut short');
-    await page.evaluate(() =>
-      localStorage.setItem('console.firmware.KestT-2', '["firmware.bin","boot#.img"]'),
-    );
-    await choose('firmware', 'fw.tar.gz', firmware);
-    await card('firmware').getByRole('button', { name: 'Install firmware…' }).click();
-    const dialog = page.getByRole('dialog');
-    await dialog.locator('.own-unit').getByText('3.4.1').waitFor();
-    await dialog.getByText('this one lacks: boot#.img').waitFor();
-    await dialog.getByText('Members of the archive (1)').click();
-    await dialog.getByText('firmware.bin').waitFor();
-    const go = dialog.getByRole('button', { name: 'Install firmware' });
-    assert.ok(await go.isDisabled());
-    await page.getByLabel('The power is safe').check();
-    assert.deepEqual(await look(page, 'firmware'), []);
-    await go.click();
-    const banner = page.locator('main > .notice');
-    await banner.getByText('Do not remove its power.').waitFor();
-    assert.equal(await page.locator('#activity').innerText(), 'Firmware is being installed');
-    await goTo('Listings');
-    await page.getByRole('button', { name: 'Encoders' }).click();
-    await page.getByRole('alert').getByText('firmware is being updated').waitFor();
-    await page.reload();
-    await banner.getByText('Do not remove its power.').waitFor();
-    assert.notEqual(await page.locator('#activity').innerText(), 'Idle');
+await chapter(page, 'firmware is checked, confirmed for this very unit, and waited for', async () => {
+  await goTo('This unit');
+  await page.getByRole('button', { name: 'Find out which it is' }).click();
+  await page.locator('.own-unit').getByText('KU000001').waitFor();
+  await page.locator('header').getByText('UNIT-001 · KestT-2 · 10.77.0.1').waitFor();
+  const firmware = gzipSync(makeTar('firmware.bin', 200_000));
+  await choose('firmware', 'cut.tar.gz', firmware.subarray(0, 100_000));
+  await says('firmware', 'damaged, or cut short');
+  await page.evaluate(() => localStorage.setItem('console.firmware.KestT-2', '["firmware.bin","boot#.img"]'));
+  await choose('firmware', 'fw.tar.gz', firmware);
+  await card('firmware').getByRole('button', { name: 'Install firmware…' }).click();
+  const dialog = page.getByRole('dialog');
+  await dialog.locator('.own-unit').getByText('3.4.1').waitFor();
+  await dialog.getByText('this one lacks: boot#.img').waitFor();
+  await dialog.getByText('Members of the archive (1)').click();
+  await dialog.getByText('firmware.bin').waitFor();
+  const go = dialog.getByRole('button', { name: 'Install firmware' });
+  assert.ok(await go.isDisabled());
+  await page.getByLabel('The power is safe').check();
+  assert.deepEqual(await look(page, 'firmware'), []);
+  await go.click();
+  const banner = page.locator('main > .notice');
+  await banner.getByText('Do not remove its power.').waitFor();
+  assert.equal(await page.locator('#activity').innerText(), 'Firmware is being installed');
+  await goTo('Listings');
+  await page.getByRole('button', { name: 'Encoders' }).click();
+  await page.getByRole('alert').getByText('firmware is being updated').waitFor();
+  await page.reload();
+  await banner.getByText('Do not remove its power.').waitFor();
+  assert.notEqual(await page.locator('#activity').innerText(), 'Idle');
 
-    // The unit restarts: its pages go and come back, and the console asks by itself.
-    await endServer();
-    await banner.getByText('The unit restarts…').waitFor();
-    await until(() => content('/var/log/update_fw.log').includes('done'));
-    endServer = await startServer();
-    await banner.getByText('The unit is back.').waitFor();
-    assert.equal(await page.locator('#activity').innerText(), 'Idle');
-    assert.match(content('/var/link'), /running/);
-  },
-);
+  // The unit restarts: its pages go and come back, and the console asks by itself.
+  await endServer();
+  await banner.getByText('The unit restarts…').waitFor();
+  await until(() => content('/var/log/update_fw.log').includes('done'));
+  endServer = await startServer();
+  await banner.getByText('The unit is back.').waitFor();
+  assert.equal(await page.locator('#activity').innerText(), 'Idle');
+  assert.match(content('/var/link'), /running/);
+});
 process.exit();

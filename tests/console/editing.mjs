@@ -14,6 +14,7 @@ async function open(name, text) {
   await page.getByRole('grid').waitFor();
 }
 
+// If it fails, a problem is overlooked, or only a mouse can reach it.
 await chapter(page, 'problems are counted, and each is reached with the keyboard', async () => {
   await page.getByRole('button', { name: /^Discover/ }).focus();
   await page.keyboard.press('Enter');
@@ -53,6 +54,7 @@ await chapter(page, 'problems are counted, and each is reached with the keyboard
   assert.equal(await focused(), 'main');
 });
 
+// If it fails, people must rewrite their lists before the console reads them.
 await chapter(page, 'titles and headers of people’s own are understood', async () => {
   await open('plan.csv', 'Hall A;;\r\n;;\r\nSerial;Room name;IP\r\nKU000003;Hall;\r\nKU000005;Five;\r\n');
   await page.getByText('The header is below').waitFor();
@@ -63,6 +65,7 @@ await chapter(page, 'titles and headers of people’s own are understood', async
   assert.match(await page.locator('[role=grid] tbody').innerText(), /^4 UNIT-003/);
 });
 
+// If it fails, a paste overwrites other cells, or cannot be undone.
 await chapter(page, 'cells are selected, copied, pasted, undone and done again', async () => {
   const cellOf = (row, column) =>
     page.locator(`[role=grid] tbody tr:nth-child(${row}) td:nth-of-type(${column})`);
@@ -97,6 +100,7 @@ await chapter(page, 'cells are selected, copied, pasted, undone and done again',
   assert.equal(await texts(), 'Both,Both');
 });
 
+// If it fails, a draft is lost with its page, or its faults are forgotten.
 await chapter(page, 'presets are applied; a draft and its faults survive a reload', async () => {
   await page.getByText('Presets…').click();
   await button('Decoders: AUDIO.MUTE = FALSE (2)').click();

@@ -45,12 +45,14 @@ async function discover() {
   await page.locator('progress').waitFor({ state: 'hidden' });
 }
 
+// If it fails, the first visit of a unit shows errors.
 await chapter(page, 'nothing is missing before the first discovery', async () => {
   for (const name of ['This unit', 'Units']) await goTo(name);
   await page.reload();
   await page.getByText('No discovery yet.').waitFor();
 });
 
+// If it fails, a decoder is sent the address of another encoder.
 await chapter(page, 'a crossing of encoder and decoder goes into the draft', async () => {
   await discover();
   await goTo('Streams');
@@ -82,6 +84,7 @@ await chapter(page, 'a crossing of encoder and decoder goes into the draft', asy
   await page.getByText('1 setting for 1 unit;').waitFor();
 });
 
+// If it fails, a snapshot lacks values that somebody wants back.
 await chapter(page, 'the site is kept as it is', async () => {
   await goTo('Snapshots');
   await page.getByLabel('Name', { exact: true }).fill('Before the fair');
@@ -90,6 +93,7 @@ await chapter(page, 'the site is kept as it is', async () => {
   assert.equal(await download(page, 'Save as CSV'), content('/www/site.csv'));
 });
 
+// If it fails, a unit is shown with the settings or the source of another one.
 await chapter(page, 'a unit’s page shows its settings, its stream and what changed', async () => {
   await endFleet();
   endFleet = await startUnits(units.map((line) => line.replace('239.1.1.1', '239.77.9.1')));
@@ -115,6 +119,7 @@ await chapter(page, 'a unit’s page shows its settings, its stream and what cha
   assert.equal(await page.locator('[role=grid] tbody tr').count(), 1);
 });
 
+// If it fails, units with old firmware are overlooked.
 await chapter(page, 'firmware is listed by model, the oldest first', async () => {
   await goTo('Firmware');
   const card = page.locator('.card', { has: page.getByRole('heading', { name: 'RX610', exact: true }) });
@@ -128,6 +133,7 @@ await chapter(page, 'firmware is listed by model, the oldest first', async () =>
   assert.deepEqual(await look(page, 'firmware'), []);
 });
 
+// If it fails, a change goes unseen, or the way back has other values than before.
 await chapter(page, 'a snapshot is compared, and the way back drafted', async () => {
   await page.reload();
   await goTo('Snapshots');
@@ -143,6 +149,7 @@ await chapter(page, 'a snapshot is compared, and the way back drafted', async ()
   assert.match(asked.at(-1), /“Before”/);
 });
 
+// If it fails, buttons are too small, prints are cut, or a name hides some of its characters.
 await chapter(page, 'fingers, paper and hidden characters', async () => {
   await endFleet();
   endFleet = await startFleet('--count', '200', '--units', '/tmp/units.csv');
@@ -182,6 +189,7 @@ await chapter(page, 'fingers, paper and hidden characters', async () => {
   }
 });
 
+// If it fails, people on a slow network give up before the first page.
 await chapter(page, 'how long the first heading takes at slow 3G', async () => {
   const context = await page.context().browser().newContext();
   const slow = await context.newPage();
@@ -201,6 +209,7 @@ await chapter(page, 'how long the first heading takes at slow 3G', async () => {
   await context.close();
 });
 
+// If it fails, the browser runs out of memory at a large site.
 await chapter(page, 'how long 2,000 units take', async () => {
   await endFleet();
   await startFleet('--count', '1999');
@@ -265,6 +274,7 @@ await chapter(page, 'how long 2,000 units take', async () => {
   assert.ok(heap <= 60e6);
 });
 
+// If it fails, a large draft is slow, or has cells that no key reaches.
 await chapter(page, 'only what is in sight is in the page, and keys reach all of it', async () => {
   const grid = page.getByRole('grid');
   const place = () =>

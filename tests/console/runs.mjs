@@ -35,6 +35,7 @@ async function ask(...rows) {
   if ((await seen.count()) > 0) await seen.check();
 }
 
+// If it fails, a mistake reaches the whole site at once.
 await chapter(page, 'one unit goes first, the others follow in batches until one fails', async () => {
   await discover();
   await ask('KU000003,Hall 3', 'REFUSER,Hall 9', 'SILENT1,Hall 1');
@@ -59,6 +60,7 @@ await chapter(page, 'one unit goes first, the others follow in batches until one
   await says('OK means that a unit has acknowledged');
 });
 
+// If it fails, nobody can show what a unit was sent, or take it back.
 await chapter(page, 'results stay, are compared with what is reported, and can be taken back', async () => {
   await button('Go back to the old values').click();
   await says('1 setting for 1 unit; 2 rows change nothing and are left out.'); // which did not take theirs
@@ -86,6 +88,7 @@ await chapter(page, 'results stay, are compared with what is reported, and can b
   await button('Start over').click();
 });
 
+// If it fails, nobody knows how long an update will take.
 await chapter(page, 'the time that is left is known after a reload, not without a connection', async () => {
   await ask('SILENT1,Hall 1', 'SILENT2,Hall 2', 'SILENT3,Hall 3');
   await page.getByLabel('Units at a time').selectOption('all');
@@ -102,6 +105,7 @@ await chapter(page, 'the time that is left is known after a reload, not without 
   await tally('0 OK, 3 failed');
 });
 
+// If it fails, the results of the last units are missing.
 await chapter(page, 'the end of a log is read though the web server knows of it late', async () => {
   await button('Back to the draft').click();
   await button('Start over').click();
@@ -120,6 +124,7 @@ await chapter(page, 'the end of a log is read though the web server knows of it 
   await page.unroute('**/site.log');
 });
 
+// If it fails, two people overwrite each other’s settings.
 await chapter(
   page,
   'another console’s update is waited for, and compared before anything is sent',

@@ -53,6 +53,7 @@ async function type(serial, column, text) {
   await page.keyboard.press('Enter');
 }
 
+// If it fails, missing units or shared ids go unseen, or other units are configured than those shown.
 await chapter(page, 'the units are found, compared and shown', async () => {
   await discover();
   assert.match(await summary(), /^15 units: 7 encoders, 8 decoders discovered .*\n+⚠ 2 units share an id/);
@@ -117,6 +118,7 @@ await chapter(page, 'the units are found, compared and shown', async () => {
   await page.getByLabel('Theme').selectOption('System');
 });
 
+// If it fails, a faulty row is sent, or a good one is left out without a reason.
 await chapter(page, 'a spreadsheet’s file is checked before anything is sent', async () => {
   await goTo('Configure');
   const text =
@@ -152,6 +154,7 @@ await chapter(page, 'a spreadsheet’s file is checked before anything is sent',
   assert.match(grid, /HALL-5.*KU000007\s+(changes:\s+)?HALL-9/s);
 });
 
+// If it fails, an edit goes to another cell, or is sent although it was undone.
 await chapter(page, 'cells are edited with the keyboard, filled and undone', async () => {
   await button('Start over').click();
   assert.match(asked.at(-1), /edits that would be lost/);
@@ -186,6 +189,7 @@ await chapter(page, 'cells are edited with the keyboard, filled and undone', asy
   assert.match(await download(page, 'CSV that is sent'), /\r\nKU000001,KestT-2,10\.77\.0\.1,SITE-001,,,\r\n/);
 });
 
+// If it fails, a unit that refused its settings or did not answer passes for configured.
 await chapter(page, 'the update shows what becomes of each unit', async () => {
   await button('Update 12 units…').click();
   assert.deepEqual(await look(page, 'confirm'), []);
@@ -211,6 +215,7 @@ await chapter(page, 'the update shows what becomes of each unit', async () => {
   assert.match(undo, /\r\nKU000003,RX610,UNIT-003,,Room 3,\r\n/);
 });
 
+// If it fails, units that have their settings restart again, or the end of an update is not shown.
 await chapter(page, 'only the failed are retried; a page that was left finds the run again', async () => {
   await button('Retry only the failed').click();
   await page.getByText('2 settings for 2 units.').waitFor();
@@ -226,6 +231,7 @@ await chapter(page, 'only the failed are retried; a page that was left finds the
   await page.locator('#tally').getByText('0 OK, 2 failed').waitFor();
 });
 
+// If it fails, old values pass for the new ones, or a list shows the answer to another command.
 await chapter(page, 'another discovery shows the new values', async () => {
   await discover();
   await page.getByLabel('Filter').fill('KU000003');

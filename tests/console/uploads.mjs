@@ -18,6 +18,7 @@ const upload = (name) => card(name).getByRole('button', { name: 'Upload' });
 const choose = (name, file, buffer) =>
   card(name).locator('input[type=file]').setInputFiles({ name: file, mimeType: '', buffer });
 
+// If it fails, a broken picture, or one that nobody has confirmed, is installed.
 await chapter(page, 'a splash image is shown before it is sent', async () => {
   await goTo('This unit');
   await choose('splash', 'logo.png', Buffer.from('\x89PNG'));
@@ -42,6 +43,7 @@ await chapter(page, 'a splash image is shown before it is sent', async () => {
   assert.ok(readFileSync('/xoem/default.jpg').equals(jpeg));
 });
 
+// If it fails, a faulty EDID is installed, and sources send no picture.
 await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
   const edid = Buffer.from(makeEdid('DESK 24'));
   const dragged = await page.evaluateHandle(
@@ -72,6 +74,7 @@ await chapter(page, 'an EDID is dropped, decoded and stored', async () => {
   await says('edid', 'Only 128 bytes; an EDID for this unit has 256.');
 });
 
+// If it fails, a busy unit looks broken, or a broken answer like a list.
 await chapter(page, 'a busy unit is asked until it answers, a broken answer is reported', async () => {
   await goTo('Listings');
   const busy = fetch('http://127.0.0.1:8080/cgi-bin/handler.cgi?CMD=DISCOVER_DEVICES_API');
@@ -86,6 +89,7 @@ await chapter(page, 'a busy unit is asked until it answers, a broken answer is r
   await page.unroute('**/cgi-bin/*');
 });
 
+// If it fails, a cut file is installed, or nobody is warned to leave the power on.
 await chapter(page, 'firmware is checked, confirmed for this very unit, and waited for', async () => {
   await goTo('This unit');
   await page.getByRole('button', { name: 'Find out which it is' }).click();

@@ -67,6 +67,7 @@ file('units.csv', `${units.join('\r\n')}\r\n`);
 await startFleet('--reboot-ms', '1000', '--count', '11', '--units', '/tmp/units.csv');
 await until(async () => (await siteJson('discover', url)).events.at(-1).total === 14);
 
+// If it fails, scripts that ask at the same time get an error, or the list of another command.
 await chapter('a site is discovered; clients that are refused come again', async () => {
   const [first, second, listed] = await Promise.all([
     siteJson('discover', url),
@@ -83,6 +84,7 @@ await chapter('a site is discovered; clients that are refused come again', async
   assert.deepEqual([nobody.status, nobody.events[0].kind], [3, 'unreachable']);
 });
 
+// If it fails, a check changes what the unit would send.
 await chapter('a check asks the unit, and sends nothing', async () => {
   const { status, events } = await siteJson('check', csvOf(['KU000002', 'KU000003'], 'Hall'), url);
   assert.deepEqual([status, events.at(-1).units], [1, 1]);
@@ -90,6 +92,7 @@ await chapter('a check asks the unit, and sends nothing', async () => {
   assert.ok(!existsSync('/tmp/import.csv'));
 });
 
+// If it fails, a script takes units for configured that are not.
 await chapter('units get their settings, a trial first, and report them', async () => {
   const { status, events } = await apply(csvOf(good, 'Hall, north'), '--trial', '2', '--verify');
   assert.equal(status, 0, JSON.stringify(events));
@@ -102,6 +105,7 @@ await chapter('units get their settings, a trial first, and report them', async 
   assert.match(again.out, /5 rows change nothing/);
 });
 
+// If it fails, a mistake reaches the whole site.
 await chapter('a trial that fails, and a number of failures, stop a run', async () => {
   const trial = await apply(csvOf(['REFUSER', ...good], 'Stage'), '--trial', '1');
   assert.deepEqual([trial.status, resultsOf(trial.events)], [1, ['REFUSER fail refused']]);
@@ -134,6 +138,7 @@ async function cutOff(name) {
   return run;
 }
 
+// If it fails, units that took their settings after the kill are sent them again.
 await chapter('a run that was killed went on in the unit, whose log has the rest', async () => {
   const run = await cutOff('Foyer');
   const { events } = await siteJson('apply', '--retry-failed', run, '--yes');
@@ -142,6 +147,7 @@ await chapter('a run that was killed went on in the unit, whose log has the rest
   assert.deepEqual(await namesOf(good[4]), ['Foyer 5']);
 });
 
+// If it fails, the last unit that took its settings, and may not have saved them, loses them.
 await chapter('without the log the units are asked, and one of them again', async () => {
   const run = await cutOff('Lobby');
   await until(() => readFileSync('/tmp/site.log', 'utf8').match(/Got Reply C/g)?.length === 5);
@@ -151,6 +157,7 @@ await chapter('without the log the units are asked, and one of them again', asyn
   assert.deepEqual(resultsOf(events), [`${good[3]} ok reports`, 'SILENT fail no-answer', `${good[4]} ok`]);
 });
 
+// If it fails, a script sends doubtful settings that nobody has accepted.
 await chapter('without consent nothing is sent', async () => {
   const table = [
     ['UNIT.SERIAL,VW.NAME,COLOUR\nKU000003,Loft,red\n', '--accept-problems'],
@@ -169,6 +176,7 @@ await chapter('without consent nothing is sent', async () => {
   await allBack();
 });
 
+// If it fails, a script overwrites what somebody else has just set.
 await chapter('what another update has changed meanwhile is shown before anything is sent', async () => {
   const theirs = (serial, name) =>
     anotherConsole('UNIT.SERIAL,UNIT.MODEL,VW.NAME,', `${serial},RX610,${name},`);
@@ -204,6 +212,7 @@ await chapter('what another update has changed meanwhile is shown before anythin
   }
 });
 
+// If it fails, a faulty file is installed, or a script goes on before the unit is back.
 await chapter('files are looked at before they are sent, a firmware update is waited for', async () => {
   const edid = makeEdid('DESK 24');
   assert.equal((await upload('edid1', file('short.bin', edid.subarray(0, 128)))).status, 2);
@@ -233,6 +242,7 @@ await chapter('files are looked at before they are sent, a firmware update is wa
   assert.deepEqual([status, events.at(-1).state], [0, 'back']);
 });
 
+// If it fails, a password goes to whoever answers, or a unit with a login cannot be used.
 await chapter('a unit with login and TLS', async () => {
   await endServer();
   process.env.HANDLER_LOGIN = `me:${execFileSync('openssl', ['passwd', '-6', 'open sesame'], { encoding: 'utf8' }).trim()}`;

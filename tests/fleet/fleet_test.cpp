@@ -10,7 +10,6 @@
 #include "hostile.hpp"
 #include "message.hpp"
 #include "options.hpp"
-#include "schedule.hpp"
 #include "unit.hpp"
 #include "units_csv.hpp"
 
@@ -88,23 +87,6 @@ TEST(HostileText, IsHostileAndStaysFindable) {
       EXPECT_NE(text.find(kept), std::string::npos) << index << " " << kept;
     }
   }
-}
-
-// If it fails, a site where all first datagrams come before all second ones cannot be simulated.
-TEST(Schedule, InterleavesWholeWaves) {
-  std::vector<planned_send> batch;
-  for (const std::size_t unit : {0U, 1U}) {
-    for (const std::size_t wave : {0U, 1U}) {
-      batch.push_back({.due = moment{milliseconds{unit}}, .unit = unit, .what = {}, .wave = wave});
-    }
-  }
-  interleave(batch);
-  std::string order;
-  for (const planned_send& planned : batch) {
-    const auto due = planned.due.time_since_epoch() / milliseconds{1};
-    order += std::to_string(planned.unit) + "@" + std::to_string(due) + " ";
-  }
-  EXPECT_EQ(order, "0@0 1@1 0@1 1@1 ");
 }
 
 }  // namespace

@@ -98,10 +98,11 @@ TEST(Discovery, TwoThousandUnitsAtOnceLoseNothing) {
             "\r\n";
   }
   write_file("/tmp/units.csv", rows);
-  start_fleet("--units /tmp/units.csv --interleave --split 64 " +
-              std::string{can_hold(charged_bytes) ? "--burst" : "--pace-us 300"});
+  start_fleet("--units /tmp/units.csv --interleave --split 64 --pace-us " +
+              std::string{can_hold(charged_bytes) ? "1" : "300"});
   EXPECT_EQ(run_program(get("CMD=DISCOVER_DEVICES_API")).status, 0);
   EXPECT_TRUE(read_file("/www/site.csv") == rows);
+  EXPECT_EQ(shell_output("grep ^IP= /tmp/mcD.log | head -2047 | sort -u | wc -l"), "2047\n");
   EXPECT_EQ(read_file("/tmp/discover.info"), "Total=2047&Ecount=1024&Dcount=1023~~~\n");
 }
 

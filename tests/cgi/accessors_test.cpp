@@ -39,8 +39,7 @@ texts take(char** array) {
 
 using text_reader = cgiFormResultType (*)(const char* name, char* result, int max);
 
-// Nothing after the limit is touched, and what is copied is the beginning of the whole copy, all of it unless
-// the result says that it was cut.
+// A copy touches nothing after its limit and is the start of the whole; the result says whether it was cut.
 void check_limits(text_reader copy, const char* name) {
   constexpr int size = 40;
   std::string whole(size, '#');
@@ -190,12 +189,7 @@ TEST(FormNumbers, AcceptWhatBeginsLikeANumber) {
     EXPECT_EQ(number, row.number) << row.fields;
   }
   // The bounds are inclusive, the lower one is looked at first, and the default is free.
-  struct bounded_row {
-    const char* name;
-    int min, max;
-    cgiFormResultType result;
-    int number;
-  };
+  using bounded_row = std::tuple<const char*, int, int, cgiFormResultType, int>;
   request("five=5&word=x");
   for (const auto& [name, min, max, result, number] : {
            bounded_row{"five", 5, 5, cgiFormSuccess, 5},

@@ -1,5 +1,4 @@
-// The whole story of a site, in the browser: discover, edit, check, update with one silent and one refusing unit, report,
-// retry. In the box only.
+// The whole story of a site, in the browser: discover, edit, check, update, report, retry. In the box only.
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';

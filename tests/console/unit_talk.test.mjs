@@ -27,8 +27,7 @@ test('answers that no browser run sees get the right kind', () => {
   assert.equal(failureOf(failed), 'Error: Failed to update EDID');
 });
 
-// A queue whose unit answers with these kinds in turn, then `done`. All that happens goes to `events`, each wait to
-// `onWait` as well.
+// A queue whose unit answers with these kinds, then `done`. `events` gets all that happens, `onWait` every wait, too.
 function scripted(kinds, onWait = () => {}) {
   const events = [];
   let running = 0;

@@ -33,15 +33,16 @@ TEST(Options, WrongOnesAreRefused) {
     EXPECT_NE(problem, "") << wrong;
   }
   options chosen;
-  for (const std::vector<const char*>& wrong :
-       std::vector<std::vector<const char*>>{{"--count"},
-                                             {"--count", "60001"},
-                                             {"--self=1"},
-                                             {"count", "1"},
-                                             {"--delay-ms", "1s"},
-                                             {"--log="},
-                                             {"--hostile=very"},
-                                             {"--refuse-at", "reboot"}}) {
+  for (const std::vector<const char*>& wrong : std::vector<std::vector<const char*>>{
+           {"--count"},
+           {"--count", "60001"},
+           {"--self=1"},
+           {"count", "1"},
+           {"--delay-ms", "1s"},
+           {"--log="},
+           {"--hostile=very"},
+           {"--refuse-at", "reboot"},
+       }) {
     EXPECT_NE(read_options(wrong, chosen), "") << wrong[0];
   }
 }

@@ -24,8 +24,7 @@ void start_unit() {
   start_fleet("--units /tmp/units.csv --reboot-ms 0 --ack-spelling api --log /tmp/fleet.log");
 }
 
-// Imports the CSV under the keys of its own header and sends its one record. Returns the message that reached
-// the group, and the line of the page.
+// Imports a CSV of one record and sends it. Returns the message to the group and the line of the page.
 std::string sent(const std::string& csv) {
   write_file("/tmp/fleet.log", "");
   write_file("/tmp/site.log", "");

@@ -46,10 +46,11 @@ void wait_until(const std::string& condition);
 // Starts simulated units and waits until they can answer. What they print goes to /tmp/fleet.out.
 void start_fleet(const std::string& options);
 
-// The whole answer to a request that is refused, and the message for one that comes while another runs.
+// The whole answer to a request that is refused, and the messages while another one or an update runs.
 std::string refusal(const std::string& message);
 inline const std::string busy_message =
     "&HANDLER=ERROR handler.cgi only supports one concurrent request, try again.\n";
+inline const std::string updating_message = "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
 
 // The whole answer to a request whose form data cannot be decoded.
 inline const std::string undecodable = "Status: 500 Error reading form data\r\n\r\n";

@@ -47,7 +47,7 @@ TEST(Guard, AnAdmittedRequestRemovesTheUploadsOfKilledOnes) {
   plant_tool("pidof", "[ $1 = update_fw.sh ] && echo 7 || echo 8");
   request sent = get("CMD=GET_NODES");
   sent.environment["PATH"] = "/usr/local/bin:/bin";
-  EXPECT_EQ(run_program(sent).out, refusal("&HANDLER=ERROR Firmware Update In Progress, try again later.\n"));
+  EXPECT_EQ(run_program(sent).out, refusal(updating_message));
   EXPECT_EQ(read_file("/dev/shm/cgicABC123"), "left");
   std::filesystem::remove("/usr/local/bin/pidof");
   EXPECT_EQ(run_program(get("CMD=GET_NODES")).out, page("GET_NODES", "No Nodes Detected\n"));

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "support/quick_site.hpp"
 
@@ -81,10 +82,8 @@ TEST(Smoke, AnUndecodableBodyEndsTheRequest) {
 
 // If it fails, a second request disturbs the first one or a firmware update.
 TEST(Smoke, ARefusalTouchesNothingAndNamesAnotherRequestFirst) {
-  for (const std::string running : {"update_fw.sh", "handler.cgi"}) {
-    const std::string message = running == "handler.cgi"
-                                    ? busy_message
-                                    : "&HANDLER=ERROR Firmware Update In Progress, try again later.\n";
+  for (const auto& [running, message] :
+       {std::pair{std::string{"update_fw.sh"}, updating_message}, {"handler.cgi", busy_message}}) {
     plant_tool(running, "sleep 60");
     std::system((running + " &").c_str());
     wait_until("pidof " + running + " > /dev/null");

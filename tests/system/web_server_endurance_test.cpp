@@ -16,8 +16,7 @@ struct Endurance : testing::Test {
   Endurance() { start_web_server(); }
 };
 
-// Waits until nothing is left of any request: no process, be it one that ends or is dead. Returns what is
-// left after a minute.
+// Waits until no process of a request is left, not even a dead one. Returns what is left after a minute.
 std::string left_processes() {
   return shell_output(
       "for i in $(seq 600); do left=$(pidof handler.cgi; grep -e handler.cgi -e 'request done' -e "
@@ -42,8 +41,7 @@ TEST_F(Endurance, AThousandRequestsInARowAreAllServed) {
   EXPECT_EQ(read_file("/var/link"), "running\n");
 }
 
-// If it fails, a client that leaves after the first result ends the update of a site. Some servers kill the
-// program a few seconds later.
+// If it fails, a client that leaves ends the update of a site, as some servers kill the program then.
 TEST_F(Endurance, AMassUpdateOutlivesItsClient) {
   std::string units = "UNIT.SERIAL,IP.ADDRESS,SIM.SILENT_AT\r\n";
   std::string csv = "UNIT.SERIAL,UNIT.ID\r\n";

@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { gatherProblems, preflight } from '../../console/src/logic/preflight.js';
+import { newRun } from '../../console/src/logic/run.js';
 import { compareSites, memoryOf, readSite } from '../../console/src/logic/site.js';
 import { readSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
 
@@ -37,10 +38,13 @@ test('only what changes is sent, and can be taken back', () => {
   assert.equal(plan.text, `${header}S1,TX610,,150,\r\nS2,RX610,NEW-2,,\r\n`);
   assert.equal(plan.undo, `${header}S1,TX610,,100,\r\nS2,RX610,DEC-2,,\r\n`);
   assert.deepEqual([plan.settings, plan.unchanged, plan.lost], [2, 1, 0]);
-  assert.match(
-    check(draft, { onlyChanges: false }).text,
-    /S2,RX610,NEW-2,"Room 2, left",,\r\nS3,KestT-PL,WALL-3,,200,/,
-  );
+  const all = check(draft, { onlyChanges: false });
+  assert.match(all.text, /S2,RX610,NEW-2,"Room 2, left",,\r\nS3,KestT-PL,WALL-3,,200,/);
+  const [, , { sent }] = newRun(all, {}).rows;
+  assert.deepEqual(sent, [
+    ['UNIT.ID', 'WALL-3', 'WALL-3'],
+    ['STREAM.BIT_RATE', '200', '200'],
+  ]);
 });
 
 // A person wants to correct a file once, not once for each problem.

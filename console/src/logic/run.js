@@ -17,7 +17,7 @@
 //             last one was done
 //   accepted  failures that a person has seen before going on
 
-import { preflight } from './preflight.js';
+import { cellOf, preflight } from './preflight.js';
 import { isEnded } from './site_log.js';
 import { draftOf, firstRow } from './unit_csv.js';
 import { visible } from './visible.js';
@@ -28,13 +28,14 @@ const idKey = 'UNIT.ID';
 export const waiting = { state: 'waiting', reason: '' };
 export const wholeSite = { trial: '', size: 0, pause: 0, most: 0 };
 
-function runRow({ number, values, unit, settings, cells }) {
+function runRow(row) {
+  const { number, values, unit, settings } = row;
   return {
     number,
     serial: values['UNIT.SERIAL'],
     was: unit?.values['UNIT.ID'] ?? '',
     address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
-    sent: settings.map(({ key, value }) => [key, cells[key].old, value]),
+    sent: settings.map(({ key, value }) => [key, cellOf(row, key).old, value]),
   };
 }
 

@@ -2,6 +2,7 @@
 // read in the site log and in the unit's answer. The unit cannot stop an update, so a run stops between batches only.
 
 import { failureOf } from '../../../console/src/logic/answer.js';
+import { cellOf } from '../../../console/src/logic/preflight.js';
 import { changesSince, csvOf, tallyOf as countStates, waiting } from '../../../console/src/logic/run.js';
 import {
   applyResults,
@@ -41,7 +42,8 @@ const mostCompared = 10; // times in a row that another update precedes a batch,
 const longestReturn = 60_000; // milliseconds for units to answer that another update has restarted
 
 // What is kept of a row, sent again when that is wanted, and compared with the site before it is sent.
-export function runRow({ number, values, unit, settings, cells }) {
+export function runRow(row) {
+  const { number, values, unit, settings } = row;
   const ids = [unit?.values['UNIT.ID'], values['UNIT.ID']].filter(Boolean);
   return {
     number,
@@ -51,7 +53,7 @@ export function runRow({ number, values, unit, settings, cells }) {
     was: unit?.values['UNIT.ID'] ?? '',
     address: values['IP.ADDRESS'] || unit?.values['IP.ADDRESS'] || '',
     settings: Object.fromEntries(settings.map(({ key, value }) => [key, value])),
-    old: Object.fromEntries(settings.map(({ key }) => [key, cells[key].old])),
+    old: Object.fromEntries(settings.map(({ key }) => [key, cellOf(row, key).old])),
   };
 }
 

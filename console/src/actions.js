@@ -114,10 +114,10 @@ export function draftFromSite(chosen) {
   const columns = [...new Set([...first.filter((key) => site.keys.includes(key)), ...others])];
   const byId = (one, other) => inOrder(one.values['UNIT.ID'] ?? '', other.values['UNIT.ID'] ?? '');
   const after = new Map(base.units.map((unit) => [unit.number, unit.values]));
-  const rows = (chosen ?? [...base.units].sort(byId)).map((unit, at) => ({
-    number: at + firstRow,
-    cells: columns.map((key) => after.get(unit.number)[key] ?? ''),
-  }));
+  const rows = (chosen ?? [...base.units].sort(byId)).map((unit, at) => {
+    const values = after.get(unit.number);
+    return { number: at + firstRow, cells: columns.map((key) => values[key] ?? '') };
+  });
   showDraft({ name: '', source: 'site', columns, rows, notes: [] });
   return true;
 }

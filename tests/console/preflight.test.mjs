@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { gatherProblems, preflight } from '../../console/src/logic/preflight.js';
+import { cellOf, gatherProblems, preflight } from '../../console/src/logic/preflight.js';
 import { newRun } from '../../console/src/logic/run.js';
 import { compareSites, memoryOf, readSite } from '../../console/src/logic/site.js';
 import { readSpreadsheet } from '../../console/src/logic/spreadsheet_csv.js';
@@ -105,6 +105,16 @@ test('every problem is shown at once, and nothing faulty is sent', () => {
   const { text, problems } = check('UNIT.SERIAL,UNIT.ID,UNIT.ID\nS1,A,B\n');
   assert.deepEqual([text, problems[0].code], ['', 'column-twice']);
   assert.equal(check('UNIT.ID\nA\n').problems[0].code, 'no-serial-column');
+});
+
+// A key of any name is only a key: a lookup that finds what all objects have stops the page.
+test('a unit may report a key that every object has', () => {
+  const text = 'UNIT.SERIAL,UNIT.MODEL,constructor,VW.NAME\nS1,RX610,A,W\n';
+  const { rows } = check(text.replace('W\n', 'V\n'), {}, readSite(text));
+  assert.deepEqual(
+    [cellOf(rows[0], 'constructor').state, cellOf(rows[0], 'VW.NAME').state],
+    ['same', 'change'],
+  );
 });
 
 // Two units with one address are both lost, and the unit does not look for it.

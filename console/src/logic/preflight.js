@@ -110,16 +110,18 @@ function faultOf(key, value) {
 
 // Puts the texts of a row under their keys, and notes what is wrong with the row as a row of cells.
 function valuesOf(draftRow, { header, blankValues, problems }) {
+  const { number, cells, quoted = [] } = draftRow;
   const values = { ...blankValues };
   header.forEach((key, column) => {
-    const value = draftRow.cells[column] ?? '';
-    if (key) values[key] = value;
-    const lone = draftRow.quoted?.[column] && (!value.includes(',') || value.includes('"'));
-    if (key && lone) problems.add('fixed', 'quoting', { column: key, row: draftRow.number });
+    if (key) values[key] = cells[column] ?? '';
   });
-  if (draftRow.cells.slice(header.length).some((cell) => cell !== '')) {
-    problems.add('out', 'too-many-cells', { row: draftRow.number });
-  }
+  quoted.forEach((isQuoted, column) => {
+    const [key, value] = [header[column], cells[column] ?? ''];
+    const lone = isQuoted && (!value.includes(',') || value.includes('"'));
+    if (key && lone) problems.add('fixed', 'quoting', { column: key, row: number });
+  });
+  if (cells.length > header.length && cells.slice(header.length).some((cell) => cell !== ''))
+    problems.add('out', 'too-many-cells', { row: number });
   return values;
 }
 
@@ -181,12 +183,13 @@ function decideCell(key, value, row) {
 }
 
 // Nearly all cells of a large draft are as the unit has them, and get no object of their own.
-function decideCells(row, { keys, site, problems }) {
-  row.kind = kindOfModel(keys.includes(modelKey) ? (row.values[modelKey] ?? '') : '');
-  const before = row.unit?.values ?? {};
-  for (const key of keys) {
-    const value = row.values[key] ?? '';
-    if (value === '' || value === before[key] || key === serialKey || key === modelKey) continue;
+function decideCells(row, { keys, settings, site, problems }) {
+  const { values, unit } = row;
+  row.kind = kindOfModel(keys.includes(modelKey) ? (values[modelKey] ?? '') : '');
+  const before = unit?.values ?? {};
+  for (const key of settings) {
+    const value = values[key] ?? '';
+    if (value === '' || value === before[key]) continue;
     const cell = decideCell(key, value, row);
     row.cells[key] = cell;
     const place = { column: key, row: row.number };
@@ -445,7 +448,8 @@ export function preflight(draft, site, { onlyChanges = true, ownSerial = '', unk
   const unitsByBareSerial = groupBy(site.units, (unit) => bareSerial(unit.values[serialKey] ?? ''));
   const known = { site, unitsBySerial, unitsByBareSerial, ownSerial };
   const blankValues = recordOf(header.filter(Boolean), '');
-  const context = { ...known, blankValues, header, keys, problems, onlyChanges, unknownToo };
+  const settings = keys.filter((key) => key !== serialKey && key !== modelKey);
+  const context = { ...known, blankValues, header, keys, settings, problems, onlyChanges, unknownToo };
   const rows = draft.rows.map((row) => readRow(row, context));
   rows.forEach((row) => chooseSettings(row, context));
   skipSharedIdentities(rows, problems);

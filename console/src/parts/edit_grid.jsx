@@ -149,7 +149,7 @@ function Cell({ text, mark, look, here, selected, typed, title, place, activate,
   const attributes = {
     id: here ? activeId : undefined,
     'aria-colindex': place + 2,
-    class: `${look}${here ? ' active' : ''}${selected ? ' selected' : ''}`,
+    class: `${look}${here ? ' active' : ''}${selected ? ' selected' : ''}${typed === null ? '' : ' typed'}`,
     'aria-selected': selected,
     onMouseDown: activate,
     onDblClick: () => start(text),

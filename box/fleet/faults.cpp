@@ -11,25 +11,23 @@ namespace fleet {
 
 namespace {
 
-using text = std::string_view;
-
 constexpr unsigned hour_ms = 3'600'000;
 
 // The words of each enumeration, in its order.
-constexpr auto silent_words = std::to_array<text>({"none", "query", "set", "save", "reboot"});
-constexpr auto refuse_words = std::to_array<text>({"none", "query", "set", "save"});
-constexpr auto spelling_words = std::to_array<text>({"api", "status", "mixed"});
+constexpr auto silent_words = std::to_array<std::string_view>({"none", "query", "set", "save", "reboot"});
+constexpr auto refuse_words = std::to_array<std::string_view>({"none", "query", "set", "save"});
+constexpr auto spelling_words = std::to_array<std::string_view>({"api", "status", "mixed"});
 constexpr auto hostile_words =
-    std::to_array<text>({"none", "all", "shell", "length", "pairs", "joined", "bytes"});
+    std::to_array<std::string_view>({"none", "all", "shell", "length", "pairs", "joined", "bytes"});
 
 // The setters of the table. Each returns false for a value that does not fit.
 template <unsigned faults::*Member, unsigned Least, unsigned Most>
-bool number(faults& unit, text value) {
+bool number(faults& unit, std::string_view value) {
   return read_number(value, Least, Most, unit.*Member);
 }
 
 template <auto Member, const auto& Words>
-bool choice(faults& unit, text word) {
+bool choice(faults& unit, std::string_view word) {
   const auto found = std::ranges::find(Words, word);
   if (found == Words.end()) return false;
   using chosen = std::remove_reference_t<decltype(unit.*Member)>;
@@ -37,21 +35,21 @@ bool choice(faults& unit, text word) {
   return true;
 }
 
-bool hostile(faults& unit, text kind) {
+bool hostile(faults& unit, std::string_view kind) {
   return choice<&faults::hostile, hostile_words>(unit, kind.empty() ? "all" : kind);
 }
 
-bool answer_from(faults& unit, text address) {
+bool answer_from(faults& unit, std::string_view address) {
   unit.answer_from = read_address(address).value_or(0);
   return unit.answer_from != 0;
 }
 
-bool acknowledge_with(faults& unit, text datagrams) {
+bool acknowledge_with(faults& unit, std::string_view datagrams) {
   unit.acknowledge_with = datagrams;
   return true;
 }
 
-constexpr auto table = std::to_array<fault_row>({
+constexpr auto fault_rows = std::to_array<fault_row>({
     {"delay-ms", "MS", "wait before each answer", number<&faults::delay_ms, 0, hour_ms>},
     {"jitter-ms", "MS", "up to MS more, a fixed share of it for each unit",
      number<&faults::jitter_ms, 0, hour_ms>},
@@ -83,12 +81,12 @@ constexpr auto table = std::to_array<fault_row>({
 }  // namespace
 
 std::span<const fault_row> fault_table() {
-  return table;
+  return fault_rows;
 }
 
 bool set_fault(faults& of_unit, std::string_view name, std::string_view value) {
-  const auto row = std::ranges::find(table, name, &fault_row::name);
-  return row != table.end() && row->set(of_unit, value);
+  const auto row = std::ranges::find(fault_rows, name, &fault_row::name);
+  return row != fault_rows.end() && row->set(of_unit, value);
 }
 
 bool read_number(std::string_view text, unsigned least, unsigned most, unsigned& number) {

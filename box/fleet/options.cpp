@@ -11,31 +11,29 @@ namespace fleet {
 
 namespace {
 
-using text = std::string_view;
-
 // An option of the whole fleet.
 struct option_row {
-  text name, argument, help;
-  bool (*set)(options& chosen, text value);
+  std::string_view name, argument, help;
+  bool (*set)(options& chosen, std::string_view value);
 };
 
 template <unsigned options::*Member, unsigned Most>
-bool number(options& chosen, text value) {
+bool number(options& chosen, std::string_view value) {
   return read_number(value, 0, Most, chosen.*Member);
 }
 
 template <bool options::*Member>
-bool flag(options& chosen, text) {
+bool flag(options& chosen, std::string_view) {
   return chosen.*Member = true;
 }
 
 template <std::string options::*Member>
-bool path(options& chosen, text value) {
+bool path(options& chosen, std::string_view value) {
   chosen.*Member = value;
   return !value.empty();
 }
 
-constexpr auto table = std::to_array<option_row>({
+constexpr auto option_rows = std::to_array<option_row>({
     {"units", "FILE", "units of a discovery export: one row a unit, one column a key",
      path<&options::units_file>},
     {"count", "N", "N made-up units, besides those of a file", number<&options::count, most_made_up_units>},
@@ -64,26 +62,27 @@ constexpr auto table = std::to_array<option_row>({
 
 // A row of either table; one of the two pointers is set for a known option.
 struct known_option {
-  text argument;
+  std::string_view argument;
   const option_row* option;
   const fault_row* fault;
 };
 
-known_option find_option(text name) {
-  const auto option = std::ranges::find(table, name, &option_row::name);
-  if (option != table.end()) return {option->argument, &*option, nullptr};
+known_option find_option(std::string_view name) {
+  const auto option = std::ranges::find(option_rows, name, &option_row::name);
+  if (option != option_rows.end()) return {option->argument, &*option, nullptr};
   const auto faults = fault_table();
   const auto fault = std::ranges::find(faults, name, &fault_row::name);
   if (fault != faults.end()) return {fault->argument, nullptr, &*fault};
   return {{}, nullptr, nullptr};
 }
 
-bool set_option(const known_option& known, options& chosen, text value) {
+bool set_option(const known_option& known, options& chosen, std::string_view value) {
   return known.fault == nullptr ? known.option->set(chosen, value)
                                 : known.fault->set(chosen.every_unit, value);
 }
 
-void append_help(std::string& lines, text name, text argument, text help) {
+void append_help(std::string& lines, std::string_view name, std::string_view argument,
+                 std::string_view help) {
   std::string line = "  --" + std::string{name};
   if (!argument.empty() && !argument.starts_with('[')) line += ' ';
   line += argument;
@@ -95,7 +94,7 @@ void append_help(std::string& lines, text name, text argument, text help) {
 
 std::string read_options(std::span<const char* const> arguments, options& chosen) {
   for (std::size_t place = 0; place < arguments.size(); ++place) {
-    const text argument = arguments[place];
+    const std::string_view argument = arguments[place];
     const std::size_t equals = std::min(argument.find('='), argument.size());
     const known_option known =
         argument.starts_with("--") ? find_option(argument.substr(2, equals - 2)) : known_option{};
@@ -105,7 +104,9 @@ std::string read_options(std::span<const char* const> arguments, options& chosen
     if (wants_value && !inside && place + 1 == arguments.size()) {
       return std::string{argument} + " wants a value";
     }
-    const text value = inside ? argument.substr(equals + 1) : wants_value ? arguments[++place] : "";
+    std::string_view value;
+    if (inside) value = argument.substr(equals + 1);
+    if (!inside && wants_value) value = arguments[++place];
     const bool fits = (!inside || !known.argument.empty()) && set_option(known, chosen, value);
     if (!fits) return std::string{argument.substr(0, equals)} + " cannot be \"" + std::string{value} + "\"";
   }
@@ -115,7 +116,7 @@ std::string read_options(std::span<const char* const> arguments, options& chosen
 std::string help_text() {
   std::string lines =
       "fleet [OPTIONS]   simulated units on UDP port 8000, in the box or on a booted machine\n\nThe fleet:\n";
-  for (const option_row& row : table) append_help(lines, row.name, row.argument, row.help);
+  for (const option_row& row : option_rows) append_help(lines, row.name, row.argument, row.help);
   lines += "\nFaults of every unit, for one unit as a column SIM.NAME of the units file (SIM.DELAY_MS):\n";
   for (const fault_row& row : fault_table()) append_help(lines, row.name, row.argument, row.help);
   lines += "\nOnly as a column: SIM.ADDRESS, where a unit lives when not at its IP.ADDRESS.\n";

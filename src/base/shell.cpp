@@ -125,8 +125,8 @@ class child_start {
 
   // Each adds one step; the child does them in the order of the calls, before exec.
   void open(int descriptor, const char* path, int flags) {
-    constexpr mode_t new_file_mode = 0666;
-    complete_ &= posix_spawn_file_actions_addopen(&files_, descriptor, path, flags, new_file_mode) == 0;
+    constexpr mode_t output_mode = 0666;
+    complete_ &= posix_spawn_file_actions_addopen(&files_, descriptor, path, flags, output_mode) == 0;
   }
   void duplicate(int source, int descriptor) {
     complete_ &= posix_spawn_file_actions_adddup2(&files_, source, descriptor) == 0;

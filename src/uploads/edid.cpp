@@ -22,7 +22,7 @@ constexpr const char* text_file = "/tmp/edid.edid";
 
 using command_text = fixed_text<256>;
 
-int fail(const char* line) {
+int fail_on_page(const char* line) {
   std::fputs(line, cgiOut);
   return -1;
 }
@@ -37,7 +37,7 @@ void print_lines(std::span<const unsigned char> block, std::FILE* text) {
 // Writes the EDID to the driver and makes the unit use a custom one from now on.
 int install_active_edid() {
   std::fputs("<p>Updating edid</p>\n", cgiOut);
-  if (write_edid_text(block_file) != 0) return fail("<p>Error: Failed to update EDID</p>\n");
+  if (write_edid_text(block_file) != 0) return fail_on_page("<p>Error: Failed to update EDID</p>\n");
   shell_run("cat /tmp/edid.edid > /sys/devices/platform/videoip/eeprom_content");
   shell_run("qelparam s VIDEO.EDID CUSTOM");
   shell_run("qelparam save");
@@ -54,14 +54,14 @@ bool is_exactly_one_block() {
 
 // The API service saves its configuration first and selects the new EDID last: the order of the two messages.
 int install_custom_edid(int number) {
-  if (!is_exactly_one_block()) return fail("<p>Error: Invalid EDID</p>\n");
+  if (!is_exactly_one_block()) return fail_on_page("<p>Error: Invalid EDID</p>\n");
   command_text command;
   command.print("mv /tmp/edid.bin /share/CUSTOM_%d.cbin", number);
   shell_run(command.c_str());
   command.print("cp /share/CUSTOM_%d.cbin /config/CUSTOM_%d.cbin", number, number);
   shell_run(command.c_str());
   if (send_local_api_command("CMD=START&UNIT.ID=ALL&CONFIG.SAVE=TRUE&CMD=END") != 0) {
-    return fail("<p>Error: API command to update EDID failed</p>\n");
+    return fail_on_page("<p>Error: API command to update EDID failed</p>\n");
   }
   command.print("qelparam s VIDEO.EDID%d CUSTOM", number);
   shell_run(command.c_str());
@@ -85,7 +85,7 @@ int write_edid_text(const char* path) {
 
 int update_edid(int index) {
   if (shell_status("mv /dev/shm/source_file /tmp/edid.bin") != 0) {
-    return fail("<p>Error: Failed to update EDID</p>\n");
+    return fail_on_page("<p>Error: Failed to update EDID</p>\n");
   }
   return index == 0 ? install_active_edid() : install_custom_edid(index);
 }

@@ -39,7 +39,7 @@ class log_session {
   unique_file file_;
 };
 
-int fail(const char* line) {
+int fail_in_log(const char* line) {
   std::fputs(line, upload_log);
   return -1;
 }
@@ -88,12 +88,13 @@ int stage_uploaded_file() {
   shell_run(unit::stop_link);
   const log_session log;
   if (upload_log == nullptr) return -1;
-  if (!log_upload()) return fail("No file was uploaded.\n");
+  if (!log_upload()) return fail_in_log("No file was uploaded.\n");
 
   cgiFilePtr opened = nullptr;
-  if (cgiFormFileOpen(upload_field, &opened) != cgiFormSuccess) return fail("Could not open the file.\n");
+  if (cgiFormFileOpen(upload_field, &opened) != cgiFormSuccess)
+    return fail_in_log("Could not open the file.\n");
   const unique_upload upload{opened};
   unique_file staged = open_for_writing("/dev/shm/source_file", write_mode::replace);
-  if (!staged) return fail("failed to open source_file\n");
+  if (!staged) return fail_in_log("failed to open source_file\n");
   return copy_upload(upload.get(), std::move(staged));
 }

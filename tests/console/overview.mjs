@@ -2,18 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import {
-  address,
-  asked,
-  chapter,
-  content,
-  download,
-  look,
-  openConsole,
-  startFleet,
-  startServer,
-  until,
-} from './unit.mjs';
+import { address, asked, chapter, content, download, look, openSite, startFleet, until } from './unit.mjs';
 
 // Two encoders share a stream address; one decoder has no source, one an unknown one.
 const units = [
@@ -24,26 +13,16 @@ const units = [
   'LOST,LOST,RX610,10.77.9.4,,239.1.1.1',
   'RTL,R\u202eL,NONE,10.77.9.5,,',
 ];
-function startUnits(lines) {
-  writeFileSync('/tmp/units.csv', `${lines.join('\r\n')}\r\n`);
-  return startFleet('--count', '18', '--units', '/tmp/units.csv');
-}
+const ofUnits = ['--units', '/tmp/units.csv'];
+const writeUnits = (lines) => writeFileSync('/tmp/units.csv', `${lines.join('\r\n')}\r\n`);
 
-await startServer();
-let endFleet = await startUnits(units);
-const page = await openConsole();
+writeUnits(units);
+const site = await openSite('--count', '18', ...ofUnits);
+const { page, goTo, discover, button } = site;
+let { endFleet } = site;
 const errors = [];
 page.on('response', (answer) => answer.status() >= 400 && errors.push(`${answer.status()} ${answer.url()}`));
-const button = (name) => page.getByRole('button', { name, exact: true });
-const goTo = (name) => page.getByRole('navigation').getByRole('link', { name, exact: true }).click();
 const crossing = (decoder, encoder) => page.locator(`.matrix td[title^="${decoder} ← ${encoder}"]`);
-
-async function discover() {
-  await goTo('Units');
-  await page.getByRole('button', { name: /^Discover/ }).click();
-  await page.getByText('Listening for their answers').waitFor();
-  await page.locator('progress').waitFor({ state: 'hidden' });
-}
 
 // If it fails, the first visit of a unit shows errors.
 await chapter(page, 'nothing is missing before the first discovery', async () => {
@@ -96,7 +75,8 @@ await chapter(page, 'the site is kept as it is', async () => {
 // If it fails, a unit is shown with the settings or the source of another one.
 await chapter(page, 'a unit’s page shows its settings, its stream and what changed', async () => {
   await endFleet();
-  endFleet = await startUnits(units.map((line) => line.replace('239.1.1.1', '239.77.9.1')));
+  writeUnits(units.map((line) => line.replace('239.1.1.1', '239.77.9.1')));
+  endFleet = await startFleet('--count', '18', ...ofUnits);
   await discover();
   await page.getByLabel('Filter').fill('lost');
   await page.getByRole('link', { name: 'LOST' }).click();
@@ -152,7 +132,7 @@ await chapter(page, 'a snapshot is compared, and the way back drafted', async ()
 // If it fails, buttons are too small, prints are cut, or a name hides some of its characters.
 await chapter(page, 'fingers, paper and hidden characters', async () => {
   await endFleet();
-  endFleet = await startFleet('--count', '200', '--units', '/tmp/units.csv');
+  endFleet = await startFleet('--count', '200', ...ofUnits);
   await discover();
   await page.getByLabel('Filter').fill('');
   const rows = page.locator('tbody tr[aria-rowindex]');

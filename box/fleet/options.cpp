@@ -18,7 +18,7 @@ struct option_row {
 };
 
 template <unsigned options::*Member, unsigned Most>
-bool number(options& chosen, std::string_view value) {
+bool whole_number(options& chosen, std::string_view value) {
   return read_number(value, 0, Most, chosen.*Member);
 }
 
@@ -36,10 +36,11 @@ bool path(options& chosen, std::string_view value) {
 constexpr auto option_rows = std::to_array<option_row>({
     {"units", "FILE", "units of a discovery export: one row a unit, one column a key",
      path<&options::units_file>},
-    {"count", "N", "N made-up units, besides those of a file", number<&options::count, most_made_up_units>},
-    {"first", "N", "number of the first made-up unit (2)", number<&options::first, most_made_up_units>},
+    {"count", "N", "N made-up units, besides those of a file",
+     whole_number<&options::count, most_made_up_units>},
+    {"first", "N", "number of the first made-up unit (2)", whole_number<&options::first, most_made_up_units>},
     {"self", "", "this unit itself too, at its own address and 127.0.0.1", flag<&options::self>},
-    {"number", "N", "number of this unit itself (1)", number<&options::number, most_made_up_units>},
+    {"number", "N", "number of this unit itself (1)", whole_number<&options::number, most_made_up_units>},
     {"kept", "FILE",
      "this unit's settings: read at start, written at each save; a reboot ends the fleet, status 3",
      path<&options::kept_file>},
@@ -53,10 +54,10 @@ constexpr auto option_rows = std::to_array<option_row>({
     {"interleave", "", "every unit's first datagram before any unit's second one",
      flag<&options::interleave>},
     {"pace-us", "US", "wait between the answers of two units to one request (0)",
-     number<&options::pace_us, 60'000'000>},
+     whole_number<&options::pace_us, 60'000'000>},
     {"burst", "", "all answers to one request in the same instant: no pace, no jitter",
      flag<&options::burst>},
-    {"seed", "N", "of jitter and loss (1)", number<&options::seed, 4'000'000'000>},
+    {"seed", "N", "of jitter and loss (1)", whole_number<&options::seed, 4'000'000'000>},
     {"help", "", "this help", flag<&options::help>},
 });
 

@@ -14,6 +14,7 @@ function placeOfAddress() {
   }
 }
 
+// The way to another page takes the notice of the last one away.
 function showPlace() {
   const [before, place] = [get(), placeOfAddress()];
   if (place.page !== before.page || place.topic !== before.topic) set({ ...place, notice: null });

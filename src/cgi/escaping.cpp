@@ -25,7 +25,7 @@ constexpr auto value_substitutions = std::to_array<substitution>({
     {'"', "&#34;"},
 });
 
-bool write_bytes(std::string_view bytes) {
+bool write_text(std::string_view bytes) {
   return std::ranges::all_of(bytes, [](char byte) { return std::putc(byte, cgiOut) != EOF; });
 }
 
@@ -34,7 +34,7 @@ cgiFormResultType write_escaped(std::string_view text, std::span<const substitut
     const auto row = std::ranges::find(substitutions, byte, &substitution::byte);
     const std::string_view written_as =
         row == substitutions.end() ? std::string_view{&byte, 1} : row->written_as;
-    if (!write_bytes(written_as)) return cgiFormIO;
+    if (!write_text(written_as)) return cgiFormIO;
   }
   return cgiFormSuccess;
 }

@@ -115,7 +115,7 @@ void store_datagram(collection& run, in_addr sender, std::string_view text) {
   if (number >= 0) run.answers.add(number, store_text(run, number, text).text);
 }
 
-void log_exit(const collection_time& time, int silences) {
+void log_pass_end(const collection_time& time, int silences) {
   exit_log.replace("hsdr() Exiting start:%d now:%d loops:%d", time.start(), time.now(), silences);
 }
 
@@ -137,7 +137,7 @@ int collect_answers(collection& run) {
       if (got.timed_out()) continue;
       return got.length;
     }
-    log_exit(time, silences);
+    log_pass_end(time, silences);
     return got.length;
   }
 }

@@ -91,8 +91,9 @@ int stage_uploaded_file() {
   if (!log_upload()) return fail_in_log("No file was uploaded.\n");
 
   cgiFilePtr opened = nullptr;
-  if (cgiFormFileOpen(upload_field, &opened) != cgiFormSuccess)
+  if (cgiFormFileOpen(upload_field, &opened) != cgiFormSuccess) {
     return fail_in_log("Could not open the file.\n");
+  }
   const unique_upload upload{opened};
   unique_file staged = open_for_writing("/dev/shm/source_file", write_mode::replace);
   if (!staged) return fail_in_log("failed to open source_file\n");

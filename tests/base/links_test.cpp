@@ -64,4 +64,16 @@ TEST(Links, OurOwnAreFollowedAndThoseOfOthersAreNot) {
   }
 }
 
+// If it fails, a planted pipe delays a request until somebody opens its other end.
+TEST(Links, APipeIsNotWaitedFor) {
+  char folder[] = "/tmp/pipesXXXXXX";
+  ASSERT_NE(mkdtemp(folder), nullptr);
+  const std::string pipes = std::string{folder} + "/";
+  for (const char* name : {"file", "update", "direct", "log"}) {
+    ASSERT_EQ(mkfifo((pipes + name).c_str(), 0600), 0);
+  }
+  write_all(pipes);
+  EXPECT_FALSE(open_for_writing((pipes + "file").c_str(), write_mode::replace));
+}
+
 }  // namespace

@@ -197,6 +197,8 @@ await chapter(page, 'how long 2,000 units take', async () => {
     await discover(); // the fleet takes a while to start
     return /^2000 units/.test(await page.locator('#totals').innerText());
   });
+  const shared = page.locator('[aria-labelledby=units-heading] .conflict');
+  assert.equal(await shared.count(), 0, 'made-up units share an identity');
   // Milliseconds from what a person does until what is looked for is on the screen.
   const time = (deed, place, text, wanted) =>
     page.evaluate(

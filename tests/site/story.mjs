@@ -89,6 +89,10 @@ await chapter('a check asks the unit, and sends nothing', async () => {
   const { status, events } = await siteJson('check', csvOf(['KU000002', 'KU000003'], 'Hall'), url);
   assert.deepEqual([status, events.at(-1).units], [1, 1]);
   assert.equal((await site('check', '/tmp/settings.csv', url, '--last')).status, 1);
+  const all = ['check', file('same.csv', 'UNIT.SERIAL,UNIT.ID\nKU000002,UNIT-002'), url, '--all'];
+  assert.match((await site(...all)).out, /UNIT\.ID=UNIT-002 \(UNIT-002\)/);
+  const row = (await siteJson(...all)).events.find(({ event }) => event === 'row');
+  assert.deepEqual(row.old, { 'UNIT.ID': 'UNIT-002' });
   assert.ok(!existsSync('/tmp/import.csv'));
 });
 

@@ -8,7 +8,7 @@ const addressKey = 'IP.ADDRESS';
 const streamKeys = ['STREAM.RTP_ADDRESS', 'STREAM.ADDRESS'];
 const hostKeys = [hostKey, ...streamKeys];
 
-const first = ({ values }, keys) => values[keys.find((key) => values[key])] ?? '';
+const first = ({ values }, keys) => values[keys.find((key) => values[key]) ?? keys[0]] ?? '';
 const byName = (one, other) => inOrder(one.name, other.name);
 
 function describeEncoders(site) {

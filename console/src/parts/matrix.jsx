@@ -88,7 +88,7 @@ export function Matrix(matrix) {
   };
   const shown = columns.slice(left, right);
   const marked = (column) => column === (pointed ?? active.column);
-  // The pointer alone changes no crossing: it marks its column's name.
+  // The pointer alone changes no crossing: it marks its column's name. Whatever else changes, `crossing` is a new procedure.
   const crossings = useMemo(
     () => <Crossings {...{ ...matrix, setPointed, top, bottom, left, right }} />,
     [crossing, top, bottom, left, right],

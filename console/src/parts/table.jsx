@@ -48,11 +48,12 @@ function useInSight(box, count, spare, guess, find, deps = []) {
   return [Math.max(0, Math.min(range[0], count)), Math.min(count, range[1])];
 }
 
-const around = 272; // pixels of a page's height that no table takes, as in console.css
+// Pixels of a page's height that no table takes, and the least that one has, as in console.css.
+const [around, least] = [272, 192];
 
 // The rows in sight, [first, end].
 export const useRowsInSight = (box, count) =>
-  useInSight(box, count, 6, [0, Math.ceil((innerHeight - around) / rowHeight)], (element) => [
+  useInSight(box, count, 6, [0, Math.ceil(Math.max(least, innerHeight - around) / rowHeight)], (element) => [
     Math.floor(element.scrollTop / rowHeight),
     Math.ceil((element.scrollTop + element.clientHeight) / rowHeight),
   ]);

@@ -27,7 +27,7 @@ export function Dialog({ title, children, onCancel }) {
   );
 }
 
-// What opens below its title; Escape closes it, and so does the focus that leaves it.
+// What opens below its title, and is in the page only while it is open; Escape closes it, and so does the focus that leaves it.
 export function Menu({ title, children, form = false }) {
   const details = useRef(null);
   const [open, setOpen] = useState(false);

@@ -436,9 +436,9 @@ function noteReading(draft, problems) {
 }
 
 // Returns {problems, header, rows, sending, moved, unchanged, settings, text, undo, lost}: the key of each column, each row
-// with its fate `state` (`send`, `left-out`, `unchanged`, `blank`), the rows that are sent in their order, the units whose
-// address changes, counts, and the two CSVs, empty where a problem stops it all. `lost` counts changes that the second one
-// cannot take back.
+// with its fate `state` (`send`, `left-out`, `unchanged`, `blank`) and those of its `cells` that change something (cellOf
+// returns any of them), the rows that are sent in their order, the units whose address changes, counts, and the two CSVs,
+// empty where a problem stops it all. `lost` counts changes that the second one cannot take back.
 export function preflight(draft, site, { onlyChanges = true, ownSerial = '', unknownToo = false } = {}) {
   const problems = new Problems();
   noteReading(draft, problems);
